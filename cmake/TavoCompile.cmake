@@ -1,0 +1,54 @@
+# How our own code is compiled: the language, warnings as errors, sanitizers and the code model that
+# gives 32-bit Windows the same results as x86-64. `tavo_compile` is linked privately by every target.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_C_STANDARD 99)
+set(CMAKE_C_STANDARD_REQUIRED ON)
+set(CMAKE_C_EXTENSIONS OFF)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+add_library(tavo_compile INTERFACE)
+target_compile_options(tavo_compile INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+# A contracted multiply-add rounds once where the other platform rounds twice.
+target_compile_options(tavo_compile INTERFACE -ffp-contract=off)
+
+if(TAVO_SANITIZE)
+  set(sanitize -fsanitize=${TAVO_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_compile_options(tavo_compile INTERFACE ${sanitize})
+  target_link_options(tavo_compile INTERFACE ${sanitize})
+endif()
+
+if(WIN32)
+  # Real numbers in SSE registers round as on x86-64. Hosts keep the stack aligned to 4 bytes only,
+  # so every function that needs more aligns its own frame.
+  target_compile_options(tavo_compile INTERFACE -msse2 -mfpmath=sse -mstackrealign)
+  target_compile_definitions(
+    tavo_compile INTERFACE WIN32_LEAN_AND_MEAN NOMINMAX __USE_MINGW_ANSI_STDIO=1)
+  # No run-time DLL of the compiler is needed beside ours.
+  target_link_options(tavo_compile INTERFACE -static)
+endif()
+
+# Sets `var` to the sources of a folder; an empty or absent folder gives an empty list.
+function(tavo_glob var)
+  set(found)
+  foreach(pattern IN LISTS ARGN)
+    file(GLOB matches CONFIGURE_DEPENDS "${pattern}")
+    list(APPEND found ${matches})
+  endforeach()
+  set(${var} ${found} PARENT_SCOPE)
+endfunction()
+
+# Header-only packages live in the host's include folder, which a cross compiler must not search:
+# `tavo_third_party` is a folder with links to just those packages.
+function(tavo_header_only_packages target)
+  set(root "${CMAKE_BINARY_DIR}/third_party/include")
+  file(MAKE_DIRECTORY "${root}")
+  foreach(package IN LISTS ARGN)
+    find_path(TAVO_${package}_PARENT NAMES "${package}" PATHS /usr/include /usr/local/include
+              NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH REQUIRED)
+    file(CREATE_LINK "${TAVO_${package}_PARENT}/${package}" "${root}/${package}" SYMBOLIC)
+  endforeach()
+  target_include_directories(${target} SYSTEM PRIVATE "${root}")
+endfunction()

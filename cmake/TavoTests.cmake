@@ -1,0 +1,66 @@
+# GoogleTest for both platforms, and the function that makes one test program of a folder.
+if(WIN32)
+  # Debian ships no GoogleTest for Windows; its sources are built once into the build tree.
+  set(BUILD_GMOCK OFF CACHE BOOL "" FORCE)
+  set(INSTALL_GTEST OFF CACHE BOOL "" FORCE)
+  add_subdirectory(/usr/src/googletest "${CMAKE_BINARY_DIR}/googletest" EXCLUDE_FROM_ALL SYSTEM)
+  set(tavo_gtest gtest gtest_main)
+else()
+  find_package(GTest REQUIRED)
+  set(tavo_gtest GTest::gtest GTest::gtest_main)
+endif()
+include(GoogleTest)
+
+# Paths as the running test program sees them: Wine shows the file system as drive Z.
+if(WIN32)
+  set(tavo_root_prefix "Z:")
+else()
+  set(tavo_root_prefix "")
+endif()
+
+# Registers a program as CTest test(s) that run in a folder of their own, one at a time per folder.
+function(tavo_register_gtest target name)
+  set(scratch "${CMAKE_BINARY_DIR}/scratch/${name}")
+  file(MAKE_DIRECTORY "${scratch}")
+  if(TAVO_LANE STREQUAL "linux")
+    gtest_discover_tests(
+      ${target} TEST_PREFIX "${TAVO_LANE}.${name}." WORKING_DIRECTORY "${scratch}"
+      PROPERTIES RESOURCE_LOCK "${TAVO_LANE}.${name}" TIMEOUT 120)
+  else()
+    add_test(NAME "${TAVO_LANE}.${name}" COMMAND ${target} WORKING_DIRECTORY "${scratch}")
+    # The default data file is one place per Wine prefix.
+    set_tests_properties("${TAVO_LANE}.${name}" PROPERTIES TIMEOUT 600)
+    if(name MATCHES "^(store|api|tools|writers)$")
+      set_tests_properties("${TAVO_LANE}.${name}" PROPERTIES RESOURCE_LOCK
+                                                             "${TAVO_LANE}.default_data_file")
+    endif()
+  endif()
+endfunction()
+
+function(tavo_add_test_folder folder support_sources)
+  tavo_glob(sources "${CMAKE_CURRENT_SOURCE_DIR}/${folder}/*_test.cpp"
+            "${CMAKE_CURRENT_SOURCE_DIR}/${folder}/*_fixture.cpp")
+  if(NOT sources)
+    return()
+  endif()
+  string(REPLACE "/" "_" name "${folder}")
+  set(target ${name}_test)
+  add_executable(${target} ${sources} ${support_sources})
+  target_include_directories(${target} PRIVATE "${PROJECT_SOURCE_DIR}")
+  target_include_directories(${target} PRIVATE "${PROJECT_SOURCE_DIR}/tests")
+  target_compile_definitions(
+    ${target} PRIVATE TAVO_EXAMPLES_DIR="${tavo_root_prefix}${PROJECT_SOURCE_DIR}/examples"
+                      TAVO_SOURCE_DIR="${tavo_root_prefix}${PROJECT_SOURCE_DIR}"
+                      TAVO_VERSION="${PROJECT_VERSION}")
+  target_link_libraries(${target} PRIVATE tavo_core tavo_compile ${tavo_gtest})
+  if(folder STREQUAL "tools")
+    if(NOT TARGET tavo_cli)
+      return()
+    endif()
+    add_dependencies(${target} tavo_cli)
+    target_compile_definitions(
+      ${target} PRIVATE TAVO_TOOL="${tavo_root_prefix}$<TARGET_FILE:tavo_cli>")
+    tavo_header_only_packages(${target} nlohmann)
+  endif()
+  tavo_register_gtest(${target} ${name})
+endfunction()

@@ -11,13 +11,13 @@
 namespace tavo::schema {
 
 enum class BlockKind : uint8_t {
-  kContainer,   // sub-sections only
-  kItems,       // item lines, perhaps with sub-sections
-  kData,        // data lines under a column definition, perhaps with sub-sections
-  kCollected,   // data lines held back until a sub-section or the END comes
-  kExtraInfo,   // data lines that complete the records held back by the parent
-  kTimeTagged,  // lines of fixed layout
-  kOperations,  // pairs of an operation line and a points line
+  kContainer,        // sub-sections only
+  kItemLines,        // item lines, perhaps with sub-sections
+  kDataLines,        // data lines under a column definition, perhaps with sub-sections
+  kCollected,        // data lines held back until a sub-section or the END comes
+  kCompletion,       // data lines that complete the records held back by the parent
+  kTimeTaggedLines,  // lines of fixed layout
+  kOperationLines,   // pairs of an operation line and a points line
 };
 
 struct BlockDef {

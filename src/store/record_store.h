@@ -1,0 +1,87 @@
+// The record store: keeps the library's records in one data file, each under its record type, and
+// hands them out again section by section. Statuses are 32 bits wide with the code in the low half;
+// where a code stands for a result of the store engine, the high half is the engine's.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+#include "platform/file.h"
+#include "store/engine/engine.h"
+#include "store/record_form.h"
+#include "tavo/records.h"
+#include "tavo/tavo.h"
+
+namespace tavo::store {
+
+// One data file with its path, page cache and value buffers. One thread at a time. The buffers are
+// allocated here (std::bad_alloc); no operation throws.
+//
+// The current record is the one last written, found or moved to; remove() leaves none.
+class RecordStore {
+ public:
+  // Longest path, without its end mark.
+  static constexpr size_t kMaxPath = 1023;
+
+  explicit RecordStore(platform::FileSystem& files = platform::nativeFileSystem());
+
+  // Stores a record as the current one; starts a new, empty data file when none is open.
+  // 0, 5 (type not storable), 2561, 2564, 2569 (already stored), 2572, or the engine's code.
+  uint32_t write(RecordType type, const void* record);
+
+  // Moves (TVO_CURRENT to TVO_LAST) along the sort codes and delivers the record's type and the
+  // value buffer of its structure, which the next operation overwrites. Either place may be null.
+  // 0, 2560 (no record there), 2561 (type unknown), 2564, 2567 (unreadable).
+  uint32_t read(uint32_t move, RecordType* type, void** record);
+
+  // Makes the first record with the key that `record` has in the lookup's index the current one
+  // and copies it to `record`. 0, 5, 2561, 2562 (lookup not offered), 2564, 2567, 2570 (none).
+  uint32_t find(RecordType type, void* record, Lookup lookup = kBySortCode);
+
+  // Replaces the current record by `record`, of the stored type. 0, 2560, 2561, 2564, or the
+  // engine's code.
+  uint32_t update(const void* record);
+
+  // Deletes the current record and copies it to `record`, which may be null. 0, 2560, 2561, 2564,
+  // or the engine's code.
+  uint32_t remove(void* record);
+
+  // Takes the path and creates a new, empty data file there. 0, 2565 (a file is open), 2571.
+  uint32_t setDataFile(const char* path);
+
+  // Takes the path and opens the data file there, after closing one of another path. 0, 2564.
+  uint32_t openDataFile(const char* path);
+
+  // Always 0.
+  uint32_t closeDataFile();
+
+  // Closes the data file like closeDataFile() and tells how that went: 0, or the engine's code when
+  // what was still to be written could not be.
+  int close();
+
+  // Creates a new, empty data file at the path, in place of the one there. 0, 2564.
+  uint32_t createDefault();
+
+  // Opens the data file at the path. 0, 2564, 2565 (open already).
+  uint32_t openExisting();
+
+  bool isOpen() const { return file_.isOpen(); }
+  const char* path() const { return path_.data(); }
+
+ private:
+  uint32_t openOnDemand();
+  uint32_t checkWrite(RecordType type, const void* record);
+  uint32_t seek(RecordType type, const void* record, Lookup lookup);
+  uint32_t scan(RecordType type, Lookup lookup);
+  uint32_t currentForm(RecordType* type, RecordForm** form);
+  bool takePath(const char* path);
+
+  platform::FileSystem& files_;
+  engine::PageCache cache_;
+  engine::Store file_;
+  RecordForms forms_;
+  std::array<char, kMaxPath + 1> path_;
+};
+
+}  // namespace tavo::store

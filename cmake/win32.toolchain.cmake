@@ -11,4 +11,4 @@ set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 # A Wine prefix of the build tree's own: nothing is read from or left in the user's.
 set(CMAKE_CROSSCOMPILING_EMULATOR
-    "env;WINEPREFIX=${CMAKE_BINARY_DIR}/wine;WINEDEBUG=-all;WINEDLLOVERRIDES=mscoree,mshtml=;wine")
+    "env;WINEPREFIX=${CMAKE_BINARY_DIR}/wine;${CMAKE_CURRENT_LIST_DIR}/../scripts/run-win32")

@@ -1,6 +1,7 @@
 // The rows of the block tree and their index by parent and keyword.
 #include "schema/blocks.h"
 
+#include <algorithm>
 #include <array>
 #include <iterator>
 
@@ -122,6 +123,12 @@ const BlockDef* findBlock(uint32_t parent, uint32_t keyword) {
   if (parent >= kKeywordCount || keyword >= kKeywordCount) return nullptr;
   const uint8_t row = kTree[parent][keyword];
   return row == 0 ? nullptr : &kBlocks[row - 1];
+}
+
+bool hasSubSections(uint32_t keyword) {
+  return keyword < kKeywordCount &&
+         std::ranges::any_of(kBlocks,
+                             [keyword](const BlockDef& block) { return block.parent == keyword; });
 }
 
 const BlockDef* blockOfColumns(RecordType columns) {

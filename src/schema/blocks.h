@@ -32,6 +32,9 @@ struct BlockDef {
 // stand.
 const BlockDef* findBlock(uint32_t parent, uint32_t keyword);
 
+// Whether any keyword may stand inside the blocks of this keyword.
+bool hasSubSections(uint32_t keyword);
+
 // The row that delivers this columns record type, or null.
 const BlockDef* blockOfColumns(RecordType columns);
 

@@ -157,6 +157,13 @@ int FindOperation(std::string_view name, uint32_t* operation) {
   return i < kOperationCount ? kFound : kNotFound;
 }
 
+const Operation* operation(uint32_t number) {
+  for (size_t i = 0; i < kOperationCount; ++i) {
+    if (OperationTable[i].id == number) return &OperationTable[i];
+  }
+  return nullptr;
+}
+
 int OperationName(uint32_t operation, std::string_view* name) {
   return nameOf(OperationTable, operation, name);
 }

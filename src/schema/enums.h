@@ -40,6 +40,9 @@ extern const Operation OperationTable[];
 // Exact, case-significant lookup. Not found: status 11 and number 12. The entry "UKNOWN" is found.
 int FindOperation(std::string_view name, uint32_t* operation);
 
+// The row of an operation number, or null.
+const Operation* operation(uint32_t number);
+
 // Name of an operation number; a number without an entry gives "UNKNOWN" and status 2570.
 int OperationName(uint32_t operation, std::string_view* name);
 

@@ -684,7 +684,7 @@ constexpr Pair data(RecordType type, RecordType columns, size_t size, const Fiel
     for (size_t j = 0; j < i; ++j) shared = shared || fields[j].offset == fields[i].offset;
     if (!shared) covered += bytes;
   }
-  return {type, columns, size, fields, fits && covered == size};
+  return {type, columns, size, fields, fits && covered == size && size <= kRecordRoom};
 }
 
 // Data record type, its columns record type, and their table.

@@ -11,6 +11,8 @@
 namespace tavo::schema {
 
 inline constexpr uint32_t kLastRecordType = 107;
+// Room for any data record that has a field table.
+inline constexpr size_t kRecordRoom = 640;
 
 // How the bytes of a record type are laid out. All columns records have the same layout.
 struct RecordDef {

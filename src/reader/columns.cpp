@@ -1,0 +1,238 @@
+// Parsing of column definitions and data lines.
+#include "reader/columns.h"
+
+#include <cstring>
+
+#include "reader/values.h"
+#include "schema/enums.h"
+#include "schema/fields.h"
+
+namespace tavo::reader {
+
+namespace {
+
+// Reads the list behind "(" name by name. A line end counts as a blank, a terminator ends its line's
+// text, and names are looked up as they complete.
+class ListParser {
+ public:
+  ListParser(Run& run, RecordType columnsType, RecordType dataType, Columns* columns)
+      : run_(run),
+        definition_(schema::definitionTable(columnsType)),
+        layout_(schema::recordDef(dataType).fields),
+        columns_(columns) {}
+
+  // kGoOn, an error number after its report, kStop or kEndOfInput.
+  int parse() {
+    columns_->clear();
+    const size_t open = run_.line.find('(');
+    if (open == std::string_view::npos) return run_.fail(kMissingFormatBegin, run_.line);
+    std::string_view text = run_.line.substr(open + 1);
+    for (;;) {
+      const int status = parseLine(text);
+      if (status != kGoOn || closed_) return status;
+      const int read = run_.readLine();
+      if (read != kGoOn) return read;
+      uint32_t keyword = schema::kUnknownSection;
+      if (schema::LineKeyword(run_.line, &keyword) == schema::kFound) {
+        return run_.fail(kMissingFormatEnd, run_.line);
+      }
+      text = run_.line;
+    }
+  }
+
+ private:
+  int parseLine(std::string_view text) {
+    Cursor cursor(text);
+    for (;; ++cursor.at) {
+      cursor.skipBlanks();
+      if (cursor.atEnd() || *cursor.at == run_.settings.terminator) return kGoOn;
+      if (closed_) return run_.fail(kSyntaxError, run_.line);
+      if (*cursor.at == run_.settings.separator || *cursor.at == ')') {
+        closed_ = *cursor.at == ')';
+        const int status = completeName();
+        if (status != kGoOn) return status;
+        continue;
+      }
+      if (pending_) return run_.fail(kSyntaxError, run_.line);
+      takeName(cursor);
+    }
+  }
+
+  // Leaves the cursor on the name's last character.
+  void takeName(Cursor& cursor) {
+    size_t n = 0;
+    for (; !endsName(cursor); ++cursor.at) {
+      if (n < sizeof name_) name_[n++] = *cursor.at;
+    }
+    --cursor.at;
+    length_ = n;
+    pending_ = true;
+  }
+
+  bool endsName(const Cursor& cursor) const {
+    return cursor.atDelimiter(run_.settings) || *cursor.at == ')' ||
+           static_cast<unsigned char>(*cursor.at) <= 32;
+  }
+
+  // A separator or the closing bracket follows.
+  int completeName() {
+    if (!pending_) return run_.fail(kSyntaxError, run_.line);
+    pending_ = false;
+    if (columns_->full()) return run_.fail(kMissingFormatEnd, run_.line);
+    const std::string_view name(name_, length_);
+    schema::FieldDef field;
+    if (schema::FindField(definition_, name, &field) != schema::kFound) {
+      run_.reportWarning(kUnknownFormatKeyword, name);
+    }
+    // The record of MERCATOR_2 has fewer members than the table its columns are checked against.
+    const schema::FieldDef* const member =
+        field.id == 0 ? nullptr : schema::findId(layout_, field.id);
+    columns_->add({field.id, field.type, field.width, field.group, field.unit,
+                   member == nullptr ? schema::kNotKept : member->offset});
+    return kGoOn;
+  }
+
+  Run& run_;
+  const schema::FieldDef* definition_;
+  const schema::FieldDef* layout_;
+  Columns* columns_;
+  char name_[kMaxLine];
+  size_t length_ = 0;
+  bool pending_ = false;  // a name was read, what completes it was not
+  bool closed_ = false;
+};
+
+class LineSplitter {
+ public:
+  LineSplitter(Run& run, uint32_t keyword, std::span<const Column> columns, uint8_t* target)
+      : run_(run), keyword_(keyword), columns_(columns), target_(target), cursor_(run.line) {}
+
+  DataLine split() {
+    for (size_t i = 0; i < columns_.size(); ++i) {
+      if (!take(columns_[i])) return outcome_;
+      const bool last = i + 1 == columns_.size();
+      if (last && atTerminator()) break;
+      if (cursor_.atEnd() || *cursor_.at != run_.settings.separator) return mismatch();
+      ++cursor_.at;
+      if (!skipToValue()) return outcome_;
+      if (last && !atTerminator()) return mismatch();
+    }
+    return failed_ ? DataLine::kBad : checkGroups();
+  }
+
+ private:
+  bool atTerminator() const {
+    return !cursor_.atEnd() && *cursor_.at == run_.settings.terminator;
+  }
+
+  // Parses one value; false when the error limit ends the run.
+  bool take(const Column& column) {
+    uint8_t* const value = column.offset == schema::kNotKept ? dropped_ : target_ + column.offset;
+    const int status =
+        parseField(run_, cursor_, column.type, column.width, column.unit, value);
+    if (status == 0 || status == kEmptyField) return true;
+    if (status == kStop) {
+      outcome_ = DataLine::kLimit;
+      return false;
+    }
+    // A date in an unknown date order fails without a report of its own.
+    if (status == kNoFormat) return mismatch() == DataLine::kBad;
+    failed_ = true;
+    return true;
+  }
+
+  DataLine mismatch() {
+    if (!failed_ && run_.reportError(kFormatMismatch, run_.line) == kStop) {
+      outcome_ = DataLine::kLimit;
+    } else {
+      failed_ = true;
+      outcome_ = DataLine::kBad;
+    }
+    return outcome_;
+  }
+
+  // Behind a separator: when nothing else stands on the line, the next line continues it.
+  bool skipToValue() {
+    cursor_.skipBlanks();
+    if (!cursor_.atEnd()) return true;
+    const int status = run_.readLine(true);
+    cursor_ = Cursor(run_.line);
+    if (status == kGoOn) {
+      if (schema::CheckEnd(run_.line, keyword_) != 0) return true;
+      if (mismatch() == DataLine::kBad) outcome_ = DataLine::kBlockEnd;
+    } else {
+      outcome_ = status == kStop         ? DataLine::kLimit
+                 : status == kEndOfInput ? DataLine::kInputEnd
+                                         : DataLine::kBad;
+    }
+    return false;
+  }
+
+  DataLine checkGroups() {
+    DataLine result = DataLine::kGood;
+    for (const Column& column : columns_) {
+      if (column.group == schema::EnumGroup::kAny || column.offset == schema::kNotKept) continue;
+      EnumId value = 0;
+      std::memcpy(&value, target_ + column.offset, sizeof value);
+      if (schema::inGroup(column.group, value)) continue;
+      std::string_view name;
+      schema::EnumName(value, &name);
+      if (run_.reportError(kMixedUpOption, name) == kStop) return DataLine::kLimit;
+      result = DataLine::kBad;
+    }
+    return result;
+  }
+
+  Run& run_;
+  const uint32_t keyword_;
+  const std::span<const Column> columns_;
+  uint8_t* const target_;
+  Cursor cursor_;
+  bool failed_ = false;
+  DataLine outcome_ = DataLine::kBad;
+  uint8_t dropped_[sizeof(FreeValue)];
+};
+
+}  // namespace
+
+void Columns::fill(ColumnsRecord* record) const {
+  std::memset(record, 0, sizeof *record);
+  FieldId ids[TVO_COLUMNS_ROOM];
+  for (size_t i = 0; i < count_; ++i) ids[i] = columns_[i].id;
+  ids[count_] = TVO_FIELD_End;
+  std::memcpy(reinterpret_cast<char*>(record) + offsetof(ColumnsRecord, fields), ids,
+              (count_ + 1) * sizeof(FieldId));
+}
+
+int reportOpenBlock(Run& run, uint32_t keyword) {
+  std::string_view name;
+  schema::KeywordName(keyword, &name);
+  return run.reportError(kMissingSectionEnd, name) == kStop ? kStop : kEndOfInput;
+}
+
+int passOver(Run& run, uint32_t keyword) {
+  int status = kGoOn;
+  do {
+    status = run.readLine();
+  } while (status == kExceedsLine ||
+           (status == kGoOn && schema::CheckEnd(run.line, keyword) != 0));
+  return status;
+}
+
+int parseColumns(Run& run, uint32_t keyword, RecordType columnsType, RecordType dataType,
+                 Columns* columns) {
+  const int status = ListParser(run, columnsType, dataType, columns).parse();
+  if (status == kEndOfInput) return reportOpenBlock(run, keyword);
+  if (status == kGoOn || status == kStop || status == kMissingFormatBegin) return status;
+  // The block is lost. The keyword line that stopped the list may itself be its END.
+  if (status == kMissingFormatEnd && schema::CheckEnd(run.line, keyword) == 0) return status;
+  const int passed = passOver(run, keyword);
+  return passed == kGoOn ? status : passed;
+}
+
+DataLine parseDataLine(Run& run, uint32_t keyword, std::span<const Column> columns,
+                       uint8_t* target) {
+  return LineSplitter(run, keyword, columns, target).split();
+}
+
+}  // namespace tavo::reader

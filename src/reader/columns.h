@@ -1,0 +1,74 @@
+// Column definitions and data lines: the list of columns that a block declares, and the splitting of
+// its data lines into values at their places in a record.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <span>
+
+#include "reader/run.h"
+#include "schema/blocks.h"
+#include "schema/types.h"
+
+namespace tavo::reader {
+
+inline constexpr size_t kMaxColumns = 39;
+
+// One declared column. offset is its value's place in what a data line is parsed into; kNotKept for
+// a column that is checked and dropped.
+struct Column {
+  FieldId id;
+  schema::DataType type;
+  uint8_t width;
+  schema::EnumGroup group;
+  schema::UnitKind unit;
+  uint16_t offset;
+};
+
+// The declared columns of a block, in order.
+class Columns {
+ public:
+  std::span<const Column> span() const { return {columns_.data(), count_}; }
+  std::span<Column> span() { return {columns_.data(), count_}; }
+  size_t size() const { return count_; }
+  bool full() const { return count_ == kMaxColumns; }
+  void add(const Column& column) { columns_[count_++] = column; }
+  void clear() { count_ = 0; }
+  // The list as a columns record, its comment empty.
+  void fill(ColumnsRecord* record) const;
+
+ private:
+  std::array<Column, kMaxColumns> columns_;
+  size_t count_ = 0;
+};
+
+// Parses the column definition that the current line begins, looking names up in the definition
+// table of columnsType; offsets are those of the record type dataType. Result: kGoOn; otherwise the
+// block is over and its reader returns the result: kStop, kEndOfInput (the input ended inside the
+// block, which has been reported), or an error number. A definition without "(" leaves the block's
+// lines to the enclosing reader; after the other errors they have been passed over up to the END of
+// keyword.
+int parseColumns(Run& run, uint32_t keyword, RecordType columnsType, RecordType dataType,
+                 Columns* columns);
+
+// What became of a data line.
+enum class DataLine {
+  kGood,
+  kBad,         // reported; delivers no record
+  kLimit,     // the error limit is reached
+  kInputEnd,  // the input ended inside a continuation
+  kBlockEnd,  // the block's END stood where a continuation was due
+};
+
+// Splits the current line and its continuations into the columns' values below target. The END of
+// keyword is no continuation.
+DataLine parseDataLine(Run& run, uint32_t keyword, std::span<const Column> columns,
+                       uint8_t* target);
+
+// Reports the missing END of a block: kEndOfInput, or kStop at the error limit.
+int reportOpenBlock(Run& run, uint32_t keyword);
+
+// Passes lines over up to the END of keyword; kGoOn, kStop or kEndOfInput.
+int passOver(Run& run, uint32_t keyword);
+
+}  // namespace tavo::reader

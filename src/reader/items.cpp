@@ -1,0 +1,31 @@
+// The item-line parser.
+#include "reader/items.h"
+
+#include "reader/values.h"
+#include "schema/fields.h"
+
+namespace tavo::reader {
+
+int parseItemLine(Run& run, const schema::FieldDef* table, schema::FieldDef* field,
+                  uint8_t (&value)[kItemValueSize]) {
+  const std::string_view text = schema::skipBlanks(run.line);
+  size_t n = 0;
+  while (n < text.size() && static_cast<unsigned char>(text[n]) > 32) ++n;
+  const std::string_view word = text.substr(0, n);
+  if (schema::FindField(table, word, field) != schema::kFound) {
+    run.reportWarning(kUnknownElement, word);
+    return kNoFormat;
+  }
+  if (field->type == schema::DataType::kDefault || field->type == schema::DataType::kFree) {
+    return kNoFormat;
+  }
+  // The value starts one character behind the word.
+  Cursor cursor(n < text.size() ? text.substr(n + 1) : std::string_view(text.data() + n, 0));
+  const int status = parseField(run, cursor, field->type, field->width, field->unit, value);
+  if (status != 0) return status;
+  cursor.skipBlanks();
+  if (cursor.atEnd() || *cursor.at == run.settings.terminator) return kGoOn;
+  return run.reportError(kSyntaxError, run.line);
+}
+
+}  // namespace tavo::reader

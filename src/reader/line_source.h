@@ -1,0 +1,53 @@
+// Reads a text file in large blocks and hands out pieces of lines in place: at most 129 characters,
+// CR LF turned into LF, input ended by a byte 26, the same on every platform.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <memory>
+#include <string_view>
+
+namespace tavo::reader {
+
+// Longest line that is read whole, without its line feed.
+inline constexpr size_t kMaxLine = 129;
+
+class LineSource {
+ public:
+  LineSource() = default;
+  LineSource(const LineSource&) = delete;
+  LineSource& operator=(const LineSource&) = delete;
+  ~LineSource() { close(); }
+
+  // False when the path is no readable file.
+  bool open(const char* path);
+  void close();
+
+  // The next piece, without its line feed and cut at its first zero byte. complete says whether a
+  // line feed ended it. False at the end of the input. The view is valid until the next call.
+  bool next(std::string_view* piece, bool* complete);
+
+  // Bytes handed out so far, for progress displays.
+  uint64_t consumed() const { return filled_ - static_cast<uint64_t>(end_ - at_); }
+  // A read failed; the input ends there.
+  bool failed() const { return failed_; }
+
+ private:
+  static constexpr size_t kBlock = 1U << 18;
+  // What one piece can span: its characters, CR and LF.
+  static constexpr size_t kSpan = kMaxLine + 2;
+
+  void fill();
+
+  std::FILE* file_ = nullptr;
+  std::unique_ptr<char[]> buffer_;
+  const char* at_ = nullptr;
+  const char* end_ = nullptr;
+  uint64_t filled_ = 0;
+  bool atEnd_ = false;    // nothing more to read from the file
+  bool zeros_ = false;    // the buffer may hold zero bytes
+  bool failed_ = false;
+};
+
+}  // namespace tavo::reader

@@ -1,0 +1,120 @@
+// The line reader and the skip routine.
+#include "reader/run.h"
+
+#include <cstdio>
+#include <cstring>
+
+#include "tavo/tavo.h"
+
+namespace tavo::reader {
+
+namespace {
+
+bool writesNumbers(char c) {
+  return (c >= '0' && c <= '9') || std::string_view("+-.eE").find(c) != std::string_view::npos;
+}
+
+}  // namespace
+
+void Settings::setSeparator(char c) {
+  separator = c;
+  numericDelimiters = writesNumbers(separator) || writesNumbers(terminator);
+}
+
+void Settings::setTerminator(char c) {
+  terminator = c;
+  numericDelimiters = writesNumbers(separator) || writesNumbers(terminator);
+}
+
+// Cuts leading blanks and what follows the terminator. A quote behind a backslash does not count
+// unless another backslash precedes that one; single and double quotes toggle the same state.
+void Run::trim(bool keepTerminatorLine) {
+  line = schema::skipBlanks(line);
+  const char terminator = settings.terminator;
+  const char* const begin = line.data();
+  const char* const end = begin + line.size();
+  bool quoted = false;
+  for (const char* p = begin; p != end; ++p) {
+    if (*p == terminator && !quoted) {
+      if (p == begin && !keepTerminatorLine) {
+        line = {};
+      } else {
+        line = {begin, static_cast<size_t>(p - begin) + 1};
+      }
+      return;
+    }
+    if (*p != '"' && *p != '\'') continue;
+    const bool escaped = p - begin >= 1 && p[-1] == '\\' && !(p - begin >= 2 && p[-2] == '\\');
+    if (!escaped) quoted = !quoted;
+  }
+}
+
+int Run::readLine(bool keepTerminatorLine) {
+  for (;;) {
+    bool complete = false;
+    if (!source.next(&line, &complete)) {
+      line = {};
+      if (source.failed()) diagnostics.raiseIoError();
+      return kEndOfInput;
+    }
+    ++lineNumber;
+    if (!complete) return readOverlong();
+    trim(keepTerminatorLine);
+    if (!line.empty()) return kGoOn;
+  }
+}
+
+// The current piece has no line feed. Either the line is too long, or the input ends without one,
+// and then its last piece is the line just as it was read.
+int Run::readOverlong() {
+  const std::string_view first = schema::skipBlanks(line);
+  const size_t length = first.size();
+  std::memcpy(overlong_, first.data(), length);
+  std::string_view piece;
+  bool complete = false;
+  while (!complete && source.next(&piece, &complete)) line = piece;
+  if (!complete) return kGoOn;
+  line = {overlong_, length};
+  return fail(kExceedsLine, line);
+}
+
+int Run::deliver(RecordType type, const void* record) {
+  ++recordCount;
+  const uint32_t status = sink_.deliver(sink_.context, type, record);
+  return TVO_CODE(status) == TVO_ERR_ABORTED ? kAborted : kGoOn;
+}
+
+int Run::SkipBlock(uint32_t closing) {
+  const uint32_t first = lineNumber;
+  char kept[kMaxLine];
+  std::string_view token = schema::firstToken(schema::skipBlanks(line));
+  std::memcpy(kept, token.data(), token.size());
+  token = {kept, token.size()};
+
+  for (;;) {
+    const int status = readLine();
+    if (status == kEndOfInput || status == kStop) return status;
+    if (status == kExceedsLine) continue;
+    const int end = schema::CheckEnd(line, closing);
+    if (end == schema::kForeignKeyword || end == kGoOn) break;
+  }
+
+  uint32_t keyword = schema::kUnknownSection;
+  const bool misplaced = schema::FindKeyword(token, &keyword) == schema::kFound;
+  const int status =
+      misplaced ? diagnostics.reportError(kSectionMismatch, first, token)
+                : diagnostics.reportWarning(kUnknownSectionWarning, first, token);
+  // Numbers of the log are 16 bits wide and wrap.
+  const int from = static_cast<uint16_t>(first);
+  const int to = static_cast<uint16_t>(lineNumber - 1);
+  char note[64];
+  if (from == to) {
+    std::snprintf(note, sizeof note, "line %d will be ignored", from);
+  } else {
+    std::snprintf(note, sizeof note, "lines %d - %d will be ignored", from, to);
+  }
+  reportWarning(kNote, note);
+  return status;
+}
+
+}  // namespace tavo::reader

@@ -1,0 +1,497 @@
+// The field value parsers.
+#include "reader/values.h"
+
+#include <charconv>
+#include <cmath>
+#include <cstring>
+#include <limits>
+
+#include "schema/enums.h"
+#include "schema/mjd.h"
+
+namespace tavo::reader {
+
+namespace {
+
+bool isDigit(char c) { return c >= '0' && c <= '9'; }
+
+bool isDelimiter(const Settings& settings, char c) {
+  return c == settings.separator || c == settings.terminator;
+}
+
+const char* fieldEnd(const Settings& settings, const Cursor& cursor) {
+  const char* p = cursor.at;
+  while (p != cursor.end && !isDelimiter(settings, *p)) ++p;
+  return p;
+}
+
+std::string_view cutTrailing(const char* begin, const char* end) {
+  while (end != begin && static_cast<unsigned char>(end[-1]) <= 32) --end;
+  return {begin, static_cast<size_t>(end - begin)};
+}
+
+// Reports on the field that begins at the cursor, and moves behind it.
+int rejectField(Run& run, Cursor& cursor, int number) {
+  const char* const end = fieldEnd(run.settings, cursor);
+  const std::string_view text = cutTrailing(cursor.at, end);
+  cursor.at = end;
+  return run.fail(number, text);
+}
+
+// How far a number may reach: the whole line, unless a delimiter could be taken for a part of it.
+const char* numberLimit(const Settings& settings, const Cursor& cursor) {
+  return settings.numericDelimiters ? fieldEnd(settings, cursor) : cursor.end;
+}
+
+// Accepts the number that ends at p when only blanks follow it in its field.
+bool finishField(const Settings& settings, Cursor& cursor, const char* p) {
+  while (p != cursor.end && !isDelimiter(settings, *p) && static_cast<unsigned char>(*p) <= 32) ++p;
+  if (p != cursor.end && !isDelimiter(settings, *p)) return false;
+  cursor.at = p;
+  return true;
+}
+
+// The unsigned number at p; a value too large for 64 bits keeps its low ones. Null when there is no
+// digit.
+const char* scanUnsigned(const char* p, const char* end, uint64_t* value) {
+  if (p != end && *p == '+') ++p;
+  const char* const digits = p;
+  uint64_t number = 0;
+  for (; p != end && isDigit(*p); ++p) number = number * 10 + static_cast<uint64_t>(*p - '0');
+  *value = number;
+  return p == digits ? nullptr : p;
+}
+
+int parseUnsigned(Run& run, Cursor& cursor, uint64_t* value) {
+  *value = 0;
+  cursor.skipBlanks();
+  if (cursor.atDelimiter(run.settings)) return kEmptyField;
+  const char* const p = scanUnsigned(cursor.at, numberLimit(run.settings, cursor), value);
+  if (p != nullptr && finishField(run.settings, cursor, p)) return 0;
+  *value = 0;
+  return rejectField(run, cursor, kSyntaxError);
+}
+
+// Whether a decimal number that does not fit its type is too small rather than too large: the power
+// of ten of its first significant digit decides.
+bool isTiny(const char* p, const char* end) {
+  long power = 0;
+  bool point = false;
+  bool significant = false;
+  for (; p != end && (isDigit(*p) || *p == '.'); ++p) {
+    if (*p == '.') {
+      point = true;
+    } else if (*p != '0' || significant) {
+      significant = true;
+      if (!point) ++power;
+    } else if (point) {
+      --power;
+    }
+  }
+  if (p != end) {
+    ++p;  // 'e'
+    const bool negative = p != end && *p == '-';
+    if (p != end && (*p == '-' || *p == '+')) ++p;
+    long exponent = 0;
+    for (; p != end && exponent < 100000; ++p) exponent = exponent * 10 + (*p - '0');
+    power += negative ? -exponent : exponent;
+  }
+  return power < 0;
+}
+
+// The real number at p: sign, digits with a point, exponent. Null when there is none, or when it is
+// too large for the type; one too small is zero.
+template <class Real>
+const char* scanReal(const char* p, const char* end, Real* value) {
+  const bool negative = p != end && *p == '-';
+  if (p != end && (*p == '-' || *p == '+')) ++p;
+  // No "inf" and no "nan", which from_chars would take.
+  if (p == end || !(isDigit(*p) || *p == '.')) return nullptr;
+  Real number = 0;
+  const std::from_chars_result result = std::from_chars(p, end, number);
+  if (result.ec == std::errc::result_out_of_range) {
+    if (!isTiny(p, result.ptr)) return nullptr;
+    number = 0;
+  } else if (result.ec != std::errc()) {
+    return nullptr;
+  }
+  *value = negative ? -number : number;
+  return result.ptr;
+}
+
+template <class Real>
+int parseReal(Run& run, Cursor& cursor, Real* value) {
+  *value = 0;
+  cursor.skipBlanks();
+  if (cursor.atDelimiter(run.settings)) return kEmptyField;
+  const char* const p = scanReal(cursor.at, numberLimit(run.settings, cursor), value);
+  if (p != nullptr && finishField(run.settings, cursor, p)) return 0;
+  *value = 0;
+  return rejectField(run, cursor, kSyntaxError);
+}
+
+// One number of a date: blanks, then at most width characters of sign and digits.
+const char* scanDatePart(const char* p, const char* end, int width, int* value, int* digits) {
+  while (p != end && static_cast<unsigned char>(*p) <= 32) ++p;
+  const bool negative = p != end && *p == '-';
+  if (p != end && (*p == '-' || *p == '+')) {
+    ++p;
+    --width;
+  }
+  *digits = 0;
+  *value = 0;
+  for (; width > 0 && p != end && isDigit(*p); --width, ++p, ++*digits) {
+    *value = *value * 10 + (*p - '0');
+  }
+  if (negative) *value = -*value;
+  return *digits == 0 ? nullptr : p;
+}
+
+// Layout of a date order: for each number of the text its width, the character behind it and the
+// member of the date-time that it fills.
+struct DatePart {
+  int width;
+  char behind;
+  int member;
+};
+constexpr int kDateParts = 7;
+constexpr int kFraction = 6;
+struct DateLayout {
+  EnumId order;
+  DatePart parts[kDateParts];
+};
+constexpr DateLayout kDateLayouts[] = {
+    {TVO_ENUM_DMY,
+     {{2, '-', 2}, {2, '-', 1}, {4, '/', 0}, {2, ':', 3}, {2, ':', 4}, {2, '.', 5}, {2, 0, 6}}},
+    {TVO_ENUM_MDY,
+     {{2, '-', 1}, {2, '-', 2}, {4, '/', 0}, {2, ':', 3}, {2, ':', 4}, {2, '.', 5}, {1, 0, 6}}},
+    {TVO_ENUM_YMD,
+     {{4, '-', 0}, {2, '-', 1}, {2, '/', 2}, {2, ':', 3}, {2, ':', 4}, {2, '.', 5}, {1, 0, 6}}},
+};
+
+// No ranges of day, month or time are checked. The fraction is stored in hundredths: a single digit
+// counts tenths.
+bool scanDate(std::string_view text, const DateLayout& layout, DateTime* value) {
+  const char* p = text.data();
+  const char* const end = p + text.size();
+  int16_t members[kDateParts] = {};
+  for (const DatePart& part : layout.parts) {
+    int number = 0;
+    int digits = 0;
+    p = scanDatePart(p, end, part.width, &number, &digits);
+    if (p == nullptr) return false;
+    if (part.behind != 0) {
+      if (p == end || *p != part.behind) return false;
+      ++p;
+    }
+    if (part.member == kFraction && digits == 1) number *= 10;
+    members[part.member] = static_cast<int16_t>(number);
+  }
+  if (p != end) return false;
+  std::memcpy(value, members, sizeof members);
+  return true;
+}
+
+bool scanDateTime(std::string_view text, EnumId order, DateTime* value) {
+  if (order == TVO_ENUM_MJD) {
+    double day = 0;
+    return toDouble(text, &day) && schema::fromMjd(day, value);
+  }
+  for (const DateLayout& layout : kDateLayouts) {
+    if (layout.order == order) return scanDate(text, layout, value);
+  }
+  return false;
+}
+
+// Takes the characters of a text up to its closing quote, of which p points behind the opening one,
+// and keeps the first width - 1. Returns the place behind the closing quote, or null without one.
+const char* scanText(const char* p, const char* end, char* value, size_t width, size_t* length) {
+  size_t n = 0;
+  for (; p != end && *p != '"'; ++p, ++n) {
+    if (*p == '\\' && ++p == end) break;
+    if (n + 1 < width) value[n] = *p;
+  }
+  *length = n;
+  return p == end ? nullptr : p + 1;
+}
+
+// Checks what follows a text: after blanks only a delimiter or the line's end. whole is the start of
+// the field, which the report quotes up to its end.
+int finishText(Run& run, Cursor& cursor, const char* start, int status) {
+  cursor.skipBlanks();
+  const bool clean = cursor.atDelimiter(run.settings);
+  const char* const end = fieldEnd(run.settings, cursor);
+  cursor.at = end;
+  if (clean) return status;
+  const int second = run.fail(kSyntaxError, cutTrailing(start, end));
+  return status == kStop ? kStop : second;
+}
+
+template <class Unsigned>
+int parseNarrow(Run& run, Cursor& cursor, Unsigned* value) {
+  uint64_t number = 0;
+  const int status = parseUnsigned(run, cursor, &number);
+  *value = static_cast<Unsigned>(number);  // a number too large keeps its low bits
+  return status;
+}
+
+template <class Value, class Parser>
+int store(uint8_t* target, Parser parse) {
+  Value value{};
+  const int status = parse(&value);
+  std::memcpy(target, &value, sizeof value);
+  return status;
+}
+
+}  // namespace
+
+bool toDouble(std::string_view text, double* value) {
+  const char* const end = text.data() + text.size();
+  return scanReal(text.data(), end, value) == end && !text.empty();
+}
+
+int32_t toInt32(double value) {
+  constexpr double kLow = std::numeric_limits<int32_t>::min();
+  constexpr double kHigh = std::numeric_limits<int32_t>::max();
+  return static_cast<int32_t>(value < kLow ? kLow : value > kHigh ? kHigh : value);
+}
+
+int parseUint16(Run& run, Cursor& cursor, uint16_t* value) {
+  return parseNarrow(run, cursor, value);
+}
+
+int parseUint32(Run& run, Cursor& cursor, uint32_t* value) {
+  return parseNarrow(run, cursor, value);
+}
+
+int parseUint8(Run& run, Cursor& cursor, uint8_t* value) {
+  *value = 0;
+  uint64_t number = 0;
+  cursor.skipBlanks();
+  const Cursor start = cursor;
+  const int status = parseUnsigned(run, cursor, &number);
+  if (status != 0) return status;
+  // The range check looks at the low 16 bits as a signed number, so 32768 and more pass it.
+  if (static_cast<int16_t>(static_cast<uint16_t>(number)) > 255) {
+    cursor = start;
+    return rejectField(run, cursor, kExceedsDatatype);
+  }
+  *value = static_cast<uint8_t>(number);
+  return 0;
+}
+
+int parseInt16(Run& run, Cursor& cursor, int16_t* value) {
+  *value = 0;
+  cursor.skipBlanks();
+  if (cursor.atDelimiter(run.settings)) return kEmptyField;
+  const char* const limit = numberLimit(run.settings, cursor);
+  const bool negative = *cursor.at == '-';
+  uint64_t number = 0;
+  const char* p = cursor.at + (negative ? 1 : 0);
+  p = negative && p != limit && *p == '+' ? nullptr : scanUnsigned(p, limit, &number);
+  if (p == nullptr || !finishField(run.settings, cursor, p)) {
+    return rejectField(run, cursor, kSyntaxError);
+  }
+  *value = static_cast<int16_t>(static_cast<uint16_t>(negative ? 0 - number : number));
+  return 0;
+}
+
+int parseFloat(Run& run, Cursor& cursor, float* value) { return parseReal(run, cursor, value); }
+
+int parseDouble(Run& run, Cursor& cursor, double* value) { return parseReal(run, cursor, value); }
+
+int parseChar(Run& run, Cursor& cursor, char* value) {
+  *value = 0;
+  cursor.skipBlanks();
+  if (cursor.atEnd()) return kEmptyField;
+  // In quotes the character may be a delimiter.
+  const char quote = *cursor.at;
+  if ((quote == '"' || quote == '\'') && cursor.end - cursor.at >= 3 && cursor.at[2] == quote) {
+    const char quoted = cursor.at[1];
+    if (finishField(run.settings, cursor, cursor.at + 3)) {
+      *value = quoted;
+      return 0;
+    }
+    return rejectField(run, cursor, kSyntaxError);
+  }
+  if (cursor.atDelimiter(run.settings)) return kEmptyField;
+  const char plain = *cursor.at;
+  if (!finishField(run.settings, cursor, cursor.at + 1)) {
+    return rejectField(run, cursor, kSyntaxError);
+  }
+  *value = plain;
+  return 0;
+}
+
+int parseBits(Run& run, Cursor& cursor, uint8_t width, uint16_t* value) {
+  *value = 0;
+  if (width != 8 && width != 16) return kWrongWidth;
+  cursor.skipBlanks();
+  if (cursor.atDelimiter(run.settings)) return kEmptyField;
+  const char* const end = fieldEnd(run.settings, cursor);
+  unsigned bits = 0;
+  int digits = 0;
+  bool good = true;
+  for (const char* p = cursor.at; p != end && good; ++p) {
+    if (static_cast<unsigned char>(*p) <= 32) continue;
+    good = (*p == '0' || *p == '1') && ++digits <= width;
+    bits = bits << 1 | (*p == '1' ? 1U : 0U);
+  }
+  if (!good || digits != width) return rejectField(run, cursor, kSyntaxError);
+  *value = static_cast<uint16_t>(bits);
+  cursor.at = end;
+  return 0;
+}
+
+int parseDateTime(Run& run, Cursor& cursor, EnumId order, DateTime* value) {
+  *value = DateTime{};
+  cursor.skipBlanks();
+  if (cursor.atDelimiter(run.settings)) return kEmptyField;
+  const char* const end = fieldEnd(run.settings, cursor);
+  if (order < TVO_ENUM_MJD || order > TVO_ENUM_YMD) {
+    cursor.at = end;
+    return kNoFormat;
+  }
+  if (!scanDateTime(cutTrailing(cursor.at, end), order, value)) {
+    return rejectField(run, cursor, kSyntaxError);
+  }
+  cursor.at = end;
+  return 0;
+}
+
+int parseText(Run& run, Cursor& cursor, char* value, size_t width) {
+  std::memset(value, 0, width);
+  cursor.skipBlanks();
+  if (cursor.atDelimiter(run.settings)) return kEmptyField;
+  const char* const start = cursor.at;
+  int error = 0;
+  if (*start != '"') {
+    ++cursor.at;
+    error = kSyntaxError;
+  } else {
+    size_t length = 0;
+    const char* const behind = scanText(start + 1, cursor.end, value, width, &length);
+    cursor.at = behind == nullptr ? cursor.end : behind;
+    error = behind == nullptr ? kSyntaxError : length >= width ? kExceedsDatatype : 0;
+  }
+  if (error == 0) return finishText(run, cursor, start, 0);
+  const int status =
+      run.fail(error, cutTrailing(start, fieldEnd(run.settings, cursor)));
+  return finishText(run, cursor, start, status);
+}
+
+int parseQuotedText(Run& run, Cursor& cursor, char* value, size_t width) {
+  cursor.skipBlanks();
+  if (!cursor.atDelimiter(run.settings) && *cursor.at != '"') return kNotQuoted;
+  return parseText(run, cursor, value, width);
+}
+
+int parseEnum(Run& run, Cursor& cursor, EnumId* value) {
+  *value = TVO_ENUM_UNKNOWN;
+  cursor.skipBlanks();
+  if (cursor.atDelimiter(run.settings)) return kEmptyField;
+  const char* const end = fieldEnd(run.settings, cursor);
+  const char* p = cursor.at;
+  while (p != end && static_cast<unsigned char>(*p) > 32) ++p;
+  const std::string_view word(cursor.at, static_cast<size_t>(p - cursor.at));
+  cursor.at = end;
+  if (schema::FindEnum(word, value) != schema::kFound) run.reportWarning(kUnknownOption, word);
+  return 0;
+}
+
+int parseFreeValue(Run& run, Cursor& cursor, FreeValue* value) {
+  *value = FreeValue{};
+  int status = parseQuotedText(run, cursor, value->text, sizeof value->text);
+  if (status != kNotQuoted) {
+    if (status == 0) value->kind = TVO_ENUM_TEXT;
+    return status;
+  }
+  const char* const start = cursor.at;
+  double number = 0;
+  status = parseDouble(run, cursor, &number);
+  if (status != 0) return status;
+  if (std::memchr(start, '.', static_cast<size_t>(cursor.at - start)) != nullptr) {
+    value->kind = TVO_ENUM_REAL;
+    value->real = number;
+  } else {
+    value->kind = TVO_ENUM_INT;
+    value->integer = toInt32(number);
+  }
+  return 0;
+}
+
+int parseDefaultValue(Run& run, Cursor& cursor, DefaultValue* value) {
+  *value = DefaultValue{};
+  int status = parseQuotedText(run, cursor, value->text, sizeof value->text);
+  if (status != kNotQuoted) {
+    if (status == 0) value->kind = TVO_ENUM_TEXT;
+    return status;
+  }
+  double number = 0;
+  status = parseDouble(run, cursor, &number);
+  if (status == 0) {
+    value->kind = TVO_ENUM_REAL;
+    value->real = number;
+  }
+  return status;
+}
+
+int parseField(Run& run, Cursor& cursor, schema::DataType type, uint8_t width,
+               schema::UnitKind unit, uint8_t* value) {
+  using schema::DataType;
+  switch (type) {
+    case DataType::kChar:
+      return parseChar(run, cursor, reinterpret_cast<char*>(value));
+    case DataType::kUint8:
+      return parseUint8(run, cursor, value);
+    case DataType::kUint16:
+      return store<uint16_t>(value, [&](uint16_t* v) { return parseUint16(run, cursor, v); });
+    case DataType::kInt16:
+      return store<int16_t>(value, [&](int16_t* v) { return parseInt16(run, cursor, v); });
+    case DataType::kUint32:
+      return store<uint32_t>(value, [&](uint32_t* v) { return parseUint32(run, cursor, v); });
+    case DataType::kFloat:
+      return store<float>(value, [&](float* v) {
+        const int status = parseFloat(run, cursor, v);
+        if (unit != schema::UnitKind::kNone) {
+          *v = static_cast<float>(schema::toInternal(run.settings.units, unit, *v));
+        }
+        return status;
+      });
+    case DataType::kDouble:
+      return store<double>(value, [&](double* v) {
+        const int status = parseDouble(run, cursor, v);
+        if (unit != schema::UnitKind::kNone) {
+          *v = schema::toInternal(run.settings.units, unit, *v);
+        }
+        return status;
+      });
+    case DataType::kBits: {
+      uint16_t bits = 0;
+      const int status = parseBits(run, cursor, width, &bits);
+      if (width == 8) {
+        *value = static_cast<uint8_t>(bits);
+      } else {
+        std::memcpy(value, &bits, sizeof bits);
+      }
+      return status;
+    }
+    case DataType::kDateTime:
+      return store<DateTime>(value, [&](DateTime* v) {
+        return parseDateTime(run, cursor, run.settings.units.dateOrder, v);
+      });
+    case DataType::kText:
+      return parseText(run, cursor, reinterpret_cast<char*>(value), width);
+    case DataType::kDefault:
+      return store<DefaultValue>(value,
+                                 [&](DefaultValue* v) { return parseDefaultValue(run, cursor, v); });
+    case DataType::kEnum:
+      return store<EnumId>(value, [&](EnumId* v) { return parseEnum(run, cursor, v); });
+    case DataType::kFree:
+      return store<FreeValue>(value,
+                              [&](FreeValue* v) { return parseFreeValue(run, cursor, v); });
+  }
+  return kNoFormat;
+}
+
+}  // namespace tavo::reader

@@ -1,0 +1,182 @@
+// POINTS, LINES and POLYGONS: their records are held back, completed by EXTRAINFO blocks, and delivered
+// at the first other sub-section or at the END.
+#include <algorithm>
+#include <cstring>
+#include <new>
+#include <vector>
+
+#include "schema/fields.h"
+#include "sections/frame.h"
+#include "sections/pending.h"
+
+namespace tavo::sections {
+
+namespace {
+
+using reader::Column;
+using reader::DataLine;
+using reader::Run;
+
+// What differs between the three blocks: the fields of their keys, number and identifier, which lie
+// at the same offsets in all three records, and the error for a key that no record has.
+struct Kind {
+  uint32_t keyword;
+  FieldId number, identifier;
+  int unknownKey;
+};
+constexpr Kind kKinds[] = {
+    {schema::kPoints, TVO_FIELD_PointNo, TVO_FIELD_PointID, reader::kUnknownPoint},
+    {schema::kLines, TVO_FIELD_LineNo, TVO_FIELD_LineID, reader::kUnknownLine},
+    {schema::kPolygons, TVO_FIELD_PolygonNo, TVO_FIELD_PolygonID, reader::kUnknownPolygon},
+};
+
+constexpr uint16_t kNumberOffset = offsetof(PointRecord, PointNo);
+constexpr uint16_t kIdentifierOffset = offsetof(PointRecord, PointID);
+static_assert(offsetof(LineRecord, LineID) == kIdentifierOffset &&
+              offsetof(PolygonRecord, PolygonID) == kIdentifierOffset);
+
+class CollectedBlock {
+ public:
+  CollectedBlock(Run& run, const schema::BlockDef& block)
+      : run_(run),
+        block_(block),
+        kind_(*std::ranges::find(kKinds, uint32_t{block.keyword}, &Kind::keyword)) {}
+
+  int read() {
+    int status =
+        reader::parseColumns(run_, block_.keyword, block_.columns, block_.data, &columns_);
+    if (status != reader::kGoOn) return status;
+    pending_.addGroup(columns_.span());
+    for (Column& column : columns_.span()) {
+      list(column.id);
+      if (column.offset != schema::kNotKept) column.offset = pending_.place(column.offset)->packed;
+    }
+    status = readLines(run_, [this] { return handle(); });
+    // The end of the input delivers what is pending, the error limit does not.
+    if (status == reader::kEndOfInput && flush() == reader::kAborted) return reader::kAborted;
+    return finishBlock(run_, block_, status);
+  }
+
+ private:
+  Outcome handle() {
+    if (schema::CheckEnd(run_.line, block_.keyword) == schema::kNoKeyword) return dataLine();
+    uint32_t keyword = schema::kUnknownSection;
+    schema::LineKeyword(run_.line, &keyword);
+    if (keyword == schema::kExtraInfo) {
+      const int status = extraInfo();
+      if (status == reader::kEndOfInput || endsRun(status)) return {status};
+      return {reader::kGoOn, false, status == reader::kEndedByKeyword};
+    }
+    const int status = flush();
+    return status != reader::kGoOn ? Outcome{status} : handleKeyword(run_, block_);
+  }
+
+  Outcome dataLine() {
+    const DataLine line =
+        reader::parseDataLine(run_, block_.keyword, columns_.span(), pending_.next());
+    if (line == DataLine::kGood) pending_.commit();
+    return outcomeOf(line);
+  }
+
+  // The columns record goes out once, at the first flush.
+  int flush() {
+    if (!columnsDelivered_) {
+      columnsDelivered_ = true;
+      ColumnsRecord declared = {};
+      listed_[listedCount_] = TVO_FIELD_End;
+      std::memcpy(reinterpret_cast<char*>(&declared) + offsetof(ColumnsRecord, fields), listed_,
+                  (listedCount_ + 1) * sizeof(FieldId));
+      if (run_.deliver(block_.columns, &declared) == reader::kAborted) return reader::kAborted;
+    }
+    uint8_t record[schema::kRecordRoom] = {};
+    int status = reader::kGoOn;
+    for (size_t i = 0; i < pending_.size() && status == reader::kGoOn; ++i) {
+      pending_.unpack(i, record);
+      status = run_.deliver(block_.data, record);
+    }
+    pending_.clear();
+    return status;
+  }
+
+  // Adds a field to the columns that the block declares, while there is room.
+  void list(FieldId id) {
+    if (listedCount_ < TVO_COLUMNS_ROOM - 1) listed_[listedCount_++] = id;
+  }
+
+  bool isListed(FieldId id) const {
+    return std::find(listed_, listed_ + listedCount_, id) != listed_ + listedCount_;
+  }
+
+  int extraInfo() {
+    if (pending_.size() == 0) return run_.fail(reader::kSyntaxError, run_.line);
+    reader::Columns columns;
+    const int status = reader::parseColumns(run_, schema::kExtraInfo, block_.columns, block_.data,
+                                            &columns);
+    if (status != reader::kGoOn) return status;
+    const FieldId key = columns.span()[0].id;
+    if (key != kind_.number && key != kind_.identifier) {
+      return run_.fail(reader::kSyntaxError, run_.line);
+    }
+    // The key says which record is meant and is not written; the other key field may be.
+    std::vector<Column> written;
+    for (const Column& column : columns.span()) {
+      if (column.id != kind_.number && column.id != kind_.identifier && !isListed(column.id)) {
+        list(column.id);
+      }
+      if (column.id != key && column.offset != schema::kNotKept) written.push_back(column);
+    }
+    pending_.addGroup(written);
+    const schema::BlockDef& block = *schema::findBlock(block_.keyword, schema::kExtraInfo);
+    const int ended = readLines(run_, [&] { return extraLine(columns, written); });
+    pending_.forgetIndex(key == kind_.number ? kIdentifierOffset : kNumberOffset);
+    return finishBlock(run_, block, ended);
+  }
+
+  // Unlike in plain data blocks END of an unknown word is an error here.
+  Outcome extraLine(const reader::Columns& columns, const std::vector<Column>& written) {
+    switch (schema::CheckEnd(run_.line, schema::kExtraInfo)) {
+      case schema::kNoKeyword:
+        return completeRecord(columns, written);
+      case schema::kForeignKeyword:
+        return {reader::kEndedByKeyword};
+      case 0:
+        return {reader::kGoOn, true};
+      default:
+        return {run_.reportError(reader::kUnexpectedEnd, run_.line)};
+    }
+  }
+
+  Outcome completeRecord(const reader::Columns& columns, const std::vector<Column>& written) {
+    uint8_t values[schema::kRecordRoom];
+    const DataLine line =
+        reader::parseDataLine(run_, schema::kExtraInfo, columns.span(), values);
+    if (line != DataLine::kGood) return outcomeOf(line);
+    const Column& key = columns.span()[0];
+    const size_t record = pending_.find(
+        key.offset, {values + key.offset, schema::storedSize(key.type, key.width)});
+    if (record == pending_.size()) return {run_.reportError(kind_.unknownKey, run_.line)};
+    for (const Column& column : written) {
+      pending_.set(record, *pending_.place(column.offset), values + column.offset);
+    }
+    return {};
+  }
+
+  Run& run_;
+  const schema::BlockDef& block_;
+  const Kind& kind_;
+  reader::Columns columns_;  // offsets are those of the pending list's rows
+  PendingList pending_;
+  FieldId listed_[TVO_COLUMNS_ROOM];
+  size_t listedCount_ = 0;
+  bool columnsDelivered_ = false;
+};
+
+}  // namespace
+
+int readCollected(Run& run, const schema::BlockDef& block) try {
+  return CollectedBlock(run, block).read();
+} catch (const std::bad_alloc&) {
+  return reader::kOutOfMemory;
+}
+
+}  // namespace tavo::sections

@@ -1,0 +1,151 @@
+// Rows, places and key indexes of the pending records.
+#include "sections/pending.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+
+namespace tavo::sections {
+
+namespace {
+
+constexpr size_t kChunk = size_t{1} << 20;
+// Up to this length a list is searched from its start.
+constexpr size_t kShortList = 32;
+
+size_t hashOf(const uint8_t* bytes, size_t size) {
+  uint64_t hash = 1469598103934665603U;
+  for (size_t i = 0; i < size; ++i) hash = (hash ^ bytes[i]) * 1099511628211U;
+  return static_cast<size_t>(hash ^ (hash >> 32));
+}
+
+constexpr uint8_t kZeros[schema::kRecordRoom] = {};
+
+}  // namespace
+
+Rows::Rows(size_t size)
+    : size_(size),
+      shift_(static_cast<unsigned>(std::bit_width(kChunk / std::max<size_t>(size, 1))) - 1) {}
+
+uint8_t* Rows::make(size_t row) {
+  const size_t chunk = row >> shift_;
+  while (chunks_.size() <= chunk) {
+    chunks_.push_back(std::make_unique<uint8_t[]>((size_t{1} << shift_) * size_));
+  }
+  return chunks_[chunk].get() + (row & ((size_t{1} << shift_) - 1)) * size_;
+}
+
+const uint8_t* Rows::find(size_t row) const {
+  const size_t chunk = row >> shift_;
+  if (chunk >= chunks_.size()) return nullptr;
+  return chunks_[chunk].get() + (row & ((size_t{1} << shift_) - 1)) * size_;
+}
+
+void PendingList::addGroup(std::span<const reader::Column> columns) {
+  const size_t first = places_.size();
+  const auto group = static_cast<uint16_t>(groups_.size());
+  for (const reader::Column& column : columns) {
+    if (column.offset == schema::kNotKept || place(column.offset) != nullptr) continue;
+    places_.push_back({column.offset,
+                       static_cast<uint16_t>(schema::storedSize(column.type, column.width)), group,
+                       0});
+  }
+  // In the order of the record, so that neighbours are copied in one piece.
+  std::sort(places_.begin() + static_cast<std::ptrdiff_t>(first), places_.end(),
+            [](const Place& a, const Place& b) { return a.offset < b.offset; });
+  uint16_t packed = 0;
+  for (size_t i = first; i < places_.size(); ++i) {
+    Place& added = places_[i];
+    added.packed = packed;
+    packed = static_cast<uint16_t>(packed + added.size);
+    Piece* const before = i == first ? nullptr : &pieces_.back();
+    if (before != nullptr && before->offset + before->size == added.offset) {
+      before->size = static_cast<uint16_t>(before->size + added.size);
+    } else {
+      pieces_.push_back({added.offset, added.size, added.packed, group});
+    }
+  }
+  if (group == 0 || packed > 0) groups_.emplace_back(packed);
+}
+
+const PendingList::Place* PendingList::place(uint16_t offset) const {
+  const auto found = std::ranges::find(places_, offset, &Place::offset);
+  return found == places_.end() ? nullptr : &*found;
+}
+
+void PendingList::set(size_t record, const Place& place, const uint8_t* bytes) {
+  std::memcpy(groups_[place.group].make(record) + place.packed, bytes, place.size);
+}
+
+const uint8_t* PendingList::get(size_t record, const Place& place) const {
+  const uint8_t* const row = groups_[place.group].find(record);
+  return row == nullptr ? kZeros : row + place.packed;
+}
+
+void PendingList::unpack(size_t record, uint8_t* target) const {
+  for (const Piece& piece : pieces_) {
+    const uint8_t* const row = groups_[piece.group].find(record);
+    if (row == nullptr) {
+      std::memset(target + piece.offset, 0, piece.size);
+    } else {
+      std::memcpy(target + piece.offset, row + piece.packed, piece.size);
+    }
+  }
+}
+
+void PendingList::clear() {
+  for (Rows& rows : groups_) rows = Rows(rows.rowSize());
+  indexes_.clear();
+  size_ = 0;
+}
+
+size_t PendingList::find(uint16_t offset, std::span<const uint8_t> key) {
+  const Place* const member = place(offset);
+  if (member == nullptr) {  // no column gave it: it is zero in every record
+    return std::ranges::all_of(key, [](uint8_t byte) { return byte == 0; }) ? 0 : size_;
+  }
+  const auto matches = [&](size_t record) {
+    return std::memcmp(get(record, *member), key.data(), key.size()) == 0;
+  };
+  if (size_ <= kShortList) {
+    size_t record = 0;
+    while (record < size_ && !matches(record)) ++record;
+    return record;
+  }
+  Index& index = indexOf(offset);
+  extend(index, *member);
+  const size_t mask = index.slots.size() - 1;
+  for (size_t slot = hashOf(key.data(), key.size()) & mask; index.slots[slot] != 0;
+       slot = (slot + 1) & mask) {
+    if (matches(index.slots[slot] - 1U)) return index.slots[slot] - 1U;
+  }
+  return size_;
+}
+
+void PendingList::forgetIndex(uint16_t offset) {
+  std::erase_if(indexes_, [offset](const Index& index) { return index.offset == offset; });
+}
+
+PendingList::Index& PendingList::indexOf(uint16_t offset) {
+  const auto found = std::ranges::find(indexes_, offset, &Index::offset);
+  return found != indexes_.end() ? *found : indexes_.emplace_back(Index{offset, 0, {}});
+}
+
+void PendingList::extend(Index& index, const Place& place) {
+  if (index.slots.size() < 2 * size_) {
+    index.slots.assign(std::bit_ceil(4 * size_), 0);
+    index.indexed = 0;
+  }
+  const size_t mask = index.slots.size() - 1;
+  for (; index.indexed < size_; ++index.indexed) {
+    const uint8_t* const key = get(index.indexed, place);
+    size_t slot = hashOf(key, place.size) & mask;
+    while (index.slots[slot] != 0 &&
+           std::memcmp(get(index.slots[slot] - 1U, place), key, place.size) != 0) {
+      slot = (slot + 1) & mask;
+    }
+    if (index.slots[slot] == 0) index.slots[slot] = static_cast<uint32_t>(index.indexed + 1);
+  }
+}
+
+}  // namespace tavo::sections

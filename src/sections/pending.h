@@ -1,0 +1,88 @@
+// The records of a POINTS, LINES or POLYGONS block that wait for their delivery. A record takes the
+// bytes of its declared columns only, in memory that grows by large chunks; columns that come later
+// get rows of their own beside the first ones.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <vector>
+
+#include "reader/columns.h"
+#include "schema/fields.h"
+
+namespace tavo::sections {
+
+// Rows of equal size, numbered from 0. Rows never written are zero.
+class Rows {
+ public:
+  // size: bytes of a row, at most schema::kRecordRoom; 0 is allowed.
+  explicit Rows(size_t size);
+  size_t rowSize() const { return size_; }
+  // The row's bytes; memory up to it is made when it is not there. Throws std::bad_alloc.
+  uint8_t* make(size_t row);
+  // The row's bytes, or null when it was never made.
+  const uint8_t* find(size_t row) const;
+
+ private:
+  size_t size_;
+  unsigned shift_;  // rows per chunk, as a power of two
+  std::vector<std::unique_ptr<uint8_t[]>> chunks_;
+};
+
+class PendingList {
+ public:
+  // Where a member of the record is kept.
+  struct Place {
+    uint16_t offset;  // in the record
+    uint16_t size;
+    uint16_t group;
+    uint16_t packed;  // in the group's row
+  };
+
+  // Adds rows for those of the columns that have no place yet.
+  void addGroup(std::span<const reader::Column> columns);
+  // Place of the member at a record offset, or null.
+  const Place* place(uint16_t offset) const;
+
+  // The empty record at the end of the list, which takes the next data line: its first group's row.
+  uint8_t* next() { return groups_[0].make(size_); }
+  void commit() { ++size_; }
+  size_t size() const { return size_; }
+  // Copies of the members' bytes; set and get take a record below size().
+  void set(size_t record, const Place& place, const uint8_t* bytes);
+  const uint8_t* get(size_t record, const Place& place) const;
+  // Copies the record's members to their offsets.
+  void unpack(size_t record, uint8_t* target) const;
+  // Drops the records, keeps the places.
+  void clear();
+
+  // The first record whose member at offset has these bytes, or size(). Long lists are looked up by
+  // hash.
+  size_t find(uint16_t offset, std::span<const uint8_t> key);
+  // To be called when members at the offset were changed by set().
+  void forgetIndex(uint16_t offset);
+
+ private:
+  // Hash slots hold record numbers + 1; the first of equal keys stays.
+  struct Index {
+    uint16_t offset;
+    size_t indexed;  // records in the index
+    std::vector<uint32_t> slots;
+  };
+  // Bytes that lie side by side in the record and in the row.
+  struct Piece {
+    uint16_t offset, size, packed, group;
+  };
+
+  Index& indexOf(uint16_t offset);
+  void extend(Index& index, const Place& place);
+
+  std::vector<Place> places_;
+  std::vector<Piece> pieces_;
+  std::vector<Rows> groups_;
+  std::vector<Index> indexes_;
+  size_t size_ = 0;
+};
+
+}  // namespace tavo::sections

@@ -1,5 +1,6 @@
-// File access and byte-range locks: the one interface between the store and the operating system. It is virtual
-// so that a test can put itself between the two and let the n-th transfer fail, come up short or be counted.
+// File access and byte-range locks: the one interface between the store and the operating system.
+// It is virtual so that a test can put itself between the two and let the n-th transfer fail, come
+// up short or be counted.
 #pragma once
 
 #include <cstdint>
@@ -36,7 +37,8 @@ class File {
   // Forces what was written to the medium; false on failure.
   virtual bool flush() = 0;
 
-  // Exclusive lock of `count` bytes without waiting; false when another opener holds one of them (or on failure).
+  // Exclusive lock of `count` bytes without waiting; false when another opener holds one of them
+  // (or on failure).
   virtual bool tryLock(std::uint32_t position, std::uint32_t count) = 0;
   // The same, waiting without limit; false only when locking itself does not work.
   virtual bool lockWaiting(std::uint32_t position, std::uint32_t count) = 0;

@@ -1,5 +1,6 @@
-// The store engine: records kept under several keys in one file of 1024-byte pages. It knows nothing of what the
-// records mean; a caller describes a record by a field list and gets it back into the same list.
+// The store engine: records kept under several keys in one file of 1024-byte pages. It knows
+// nothing of what the records mean; a caller describes a record by a field list and gets it back
+// into the same list.
 #pragma once
 
 #include <cstddef>
@@ -13,13 +14,14 @@ namespace tavo::engine {
 // Results. 0 is success; find() also returns 2 and 3.
 enum Code : int {
   kOk = 0,
-  kFoundGreater = 2,       // find(): positioned on the next greater key
-  kFoundLess = 3,          // find(): positioned on the next smaller key
-  kBadBlock = 73,          // the control block's guard bytes are damaged
-  kNotFound = -1,          // no such entry, end of index, unique key exists; also a failed system call
-  kBadArgument = -2,       // index number, mode or path out of range, data or key too long
-  kNotOpen = -3,           // the file is not open
-  kHeaderTransfer = -4,    // header or marker not transferred, no record number left, close could not write
+  kFoundGreater = 2,  // find(): positioned on the next greater key
+  kFoundLess = 3,     // find(): positioned on the next smaller key
+  kBadBlock = 73,     // the control block's guard bytes are damaged
+  kNotFound = -1,     // no such entry, end of index, unique key exists; also a failed system call
+  kBadArgument = -2,  // index number, mode or path out of range, data or key too long
+  kNotOpen = -3,      // the file is not open
+  kHeaderTransfer =
+      -4,  // header or marker not transferred, no record number left, close could not write
   kBadSignature = -5,      // not a store file
   kWriteFailed = -8,       // a write failed or came up short
   kShortRead = -9,         // a read came up short
@@ -29,23 +31,23 @@ enum Code : int {
   kBadKeyRole = -23,     // key role does not match the index; index not searchable
   kBadDuplicates = -24,  // duplicates rule is none of 'D', 'U', 'N'
   kBadFieldLength = -25,
-  kTooLong = -26,          // text longer than its field, key longer than 241 bytes
-  kBadIndexNumber = -27,   // index number above 15 in a field or definition list
-  kBufferTooSmall = -28,   // packed record larger than the work buffer
-  kCorrupt = -30,          // page or link that cannot be right
-  kNoReserve = -31,        // no reserved page left for a split
-  kBadOrderMode = -32,     // create: order mode not 1, 2 or 3
-  kReadOnly = -33,         // change of a file opened read only
-  kNoMemory = -34,         // buffers could not be allocated
-  kBadKeyType = -35,       // key type above 23 or not the one the file has
-  kBadSegments = -37,      // bad key segment list
-  kInterrupted = -40,      // safe-write mode: the file was left in the middle of a write
-  kNegativePage = -43,     // a negative page number was asked for
-  kOpenFailed = -101,      // a shared open could not fall back to an exclusive one
-  kNoTransaction = -102,   // a lock of a transaction failed
-  kNotLocked = -107,       // shared file: the record is not locked by this opener
-  kNoSlot = -109,          // all opener slots or queue places are taken
-  kGateFailed = -110,      // the writer queue broke
+  kTooLong = -26,         // text longer than its field, key longer than 241 bytes
+  kBadIndexNumber = -27,  // index number above 15 in a field or definition list
+  kBufferTooSmall = -28,  // packed record larger than the work buffer
+  kCorrupt = -30,         // page or link that cannot be right
+  kNoReserve = -31,       // no reserved page left for a split
+  kBadOrderMode = -32,    // create: order mode not 1, 2 or 3
+  kReadOnly = -33,        // change of a file opened read only
+  kNoMemory = -34,        // buffers could not be allocated
+  kBadKeyType = -35,      // key type above 23 or not the one the file has
+  kBadSegments = -37,     // bad key segment list
+  kInterrupted = -40,     // safe-write mode: the file was left in the middle of a write
+  kNegativePage = -43,    // a negative page number was asked for
+  kOpenFailed = -101,     // a shared open could not fall back to an exclusive one
+  kNoTransaction = -102,  // a lock of a transaction failed
+  kNotLocked = -107,      // shared file: the record is not locked by this opener
+  kNoSlot = -109,         // all opener slots or queue places are taken
+  kGateFailed = -110,     // the writer queue broke
 };
 
 // One field of a record. A field list ends with an entry whose type is 'E'.
@@ -60,12 +62,13 @@ enum Code : int {
 // F, D   32-bit, 64-bit real                               4, 8
 // P, X   six bytes, eight bytes                            6, 8
 //
-// Values need no alignment. Fields that are no key and hold nothing (B of count 0, blank C or N, empty S, D of
-// zero) take no room in the file and read back as nothing.
+// Values need no alignment. Fields that are no key and hold nothing (B of count 0, blank C or N,
+// empty S, D of zero) take no room in the file and read back as nothing.
 struct Field {
   char type;
-  // 'N': no key. Else the key type of the index below ('S' for key type 0, 'E' for any): 8 makes the key of that
-  // index's segments, 2 and 16 to 23 put a length byte before the value, all others use the value as it stands.
+  // 'N': no key. Else the key type of the index below ('S' for key type 0, 'E' for any): 8 makes
+  // the key of that index's segments, 2 and 16 to 23 put a length byte before the value, all others
+  // use the value as it stands.
   std::uint8_t keyRole;
   char duplicates;      // 'D': equal keys allowed; 'U' and 'N': unique
   std::int16_t length;  // 0 to 31232
@@ -82,8 +85,9 @@ struct KeySegment {
 
 // One index of a file. A list ends with an entry whose index number is 0.
 //
-// Key types: 0, 1 text; 2, 16 to 20 bytes behind a length byte; 3, 6, 23 signed 32-bit; 5 unsigned 32-bit; 4 signed
-// and 10 unsigned 16-bit; 7 64-bit real; 9 six bytes, most significant last; 21 unsigned and 22 signed byte; 8 segments.
+// Key types: 0, 1 text; 2, 16 to 20 bytes behind a length byte; 3, 6, 23 signed 32-bit; 5 unsigned
+// 32-bit; 4 signed and 10 unsigned 16-bit; 7 64-bit real; 9 six bytes, most significant last; 21
+// unsigned and 22 signed byte; 8 segments.
 struct IndexDef {
   std::uint8_t index;    // 1 to 15
   std::uint8_t keyType;  // 0 to 23
@@ -95,16 +99,23 @@ constexpr int kFreeNumbers = 18;  // record numbers waiting for reuse
 constexpr int kRecords = 19;      // the packed records
 constexpr int kRecordLocks = 20;  // records locked by openers of a shared file
 
-enum SearchMode : int { kEqual = 1, kGreater = 2, kGreaterOrEqual = 3, kLess = 4, kLessOrEqual = 5 };
+enum SearchMode : int {
+  kEqual = 1,
+  kGreater = 2,
+  kGreaterOrEqual = 3,
+  kLess = 4,
+  kLessOrEqual = 5
+};
 enum Position : int { kNext = 1, kPrevious = 2, kFirst = 3, kLast = 4 };
 
-// The page buffers, one object for all files that one owner has open. It must outlive its stores. One thread at a
-// time may use it and them.
+// The page buffers, one object for all files that one owner has open. It must outlive its stores.
+// One thread at a time may use it and them.
 class PageCache {
  public:
   static constexpr unsigned kDefaultBuffers = 10;
 
-  // With 0 buffers every page goes straight to and from the file. Nothing is allocated before the first open.
+  // With 0 buffers every page goes straight to and from the file. Nothing is allocated before the
+  // first open.
   explicit PageCache(unsigned buffers = kDefaultBuffers);
   ~PageCache();
   PageCache(const PageCache&) = delete;
@@ -118,16 +129,16 @@ class PageCache {
 };
 
 struct Options {
-  char sharing = 'E';                   // 'E' exclusive; 'D' shared, others only read; any other: shared
-  int access = 2;                       // 1 read only, 2 read and write (create: always 2)
-  int orderMode = 1;                    // create only: 1 or 3 native, 2 byte-swapped keys
+  char sharing = 'E';  // 'E' exclusive; 'D' shared, others only read; any other: shared
+  int access = 2;      // 1 read only, 2 read and write (create: always 2)
+  int orderMode = 1;   // create only: 1 or 3 native, 2 byte-swapped keys
   std::uint32_t workBufferSize = 1024;  // largest packed record
   bool checkFields = true;              // check field lists before they are used
   bool queuedGate = false;              // writers of a shared file take turns in order
 };
 
-// One data file. Every operation returns a Code; none throws. A store that is still open when it is destroyed is
-// closed first.
+// One data file. Every operation returns a Code; none throws. A store that is still open when it is
+// destroyed is closed first.
 class Store {
  public:
   explicit Store(PageCache& cache, platform::FileSystem& files = platform::nativeFileSystem());
@@ -135,25 +146,26 @@ class Store {
   Store(const Store&) = delete;
   Store& operator=(const Store&) = delete;
 
-  // Makes a new file (-1 when one is there already) and leaves it open in write mode 1 (shared) or 3 (exclusive).
-  // Paths have at most 1023 characters, a longer one gives -2.
+  // Makes a new file (-1 when one is there already) and leaves it open in write mode 1 (shared) or
+  // 3 (exclusive). Paths have at most 1023 characters, a longer one gives -2.
   int create(const char* path, const IndexDef* indexes, const Options& options = {});
   // Opens an existing file. Without an index list the file must define none (-35).
   int open(const char* path, const IndexDef* indexes, const Options& options = {});
-  // Writes everything that is pending and closes. The store is closed afterwards whatever the result.
+  // Writes everything that is pending and closes. The store is closed afterwards whatever the
+  // result.
   int close();
   bool isOpen() const;
 
-  // 0 writes pages when their buffers are needed and at close; 1 also flushes after each change; 2 writes leaf pages
-  // at once; 3 all pages; 4 sets a marker in the file for as long as a change is incomplete. Others: -1. On a shared
-  // file 2 and 3 become 1.
+  // 0 writes pages when their buffers are needed and at close; 1 also flushes after each change; 2
+  // writes leaf pages at once; 3 all pages; 4 sets a marker in the file for as long as a change is
+  // incomplete. Others: -1. On a shared file 2 and 3 become 1.
   int setWriteMode(int mode);
   int writeMode() const;
 
   // --- Records. The current record is the one last inserted, found or positioned on.
 
-  // Stores a record with a byte of the caller's (its type); it becomes the current one. A unique key that exists
-  // refuses it with -1; a refused record leaves no trace.
+  // Stores a record with a byte of the caller's (its type); it becomes the current one. A unique
+  // key that exists refuses it with -1; a refused record leaves no trace.
   int insert(const Field* fields, std::uint8_t typeByte);
   // Gives the current record the values of the list; its type byte stays.
   int replace(const Field* fields);
@@ -164,16 +176,17 @@ class Store {
   // The type byte of the current record (-16 without one, -18 when the record is missing).
   int typeByte(std::uint8_t* type);
 
-  // Looks a key up and makes its (first) record the current one: 0 found, 2 and 3 as named above, -1 none. Any
-  // result but 0, 2 and 3 clears the current record. The value is the field's as it stands in memory: a number
-  // in native order, a text with its end mark (of a text longer than `length` the first `length` characters), bytes
-  // without a length byte.
+  // Looks a key up and makes its (first) record the current one: 0 found, 2 and 3 as named above,
+  // -1 none. Any result but 0, 2 and 3 clears the current record. The value is the field's as it
+  // stands in memory: a number in native order, a text with its end mark (of a text longer than
+  // `length` the first `length` characters), bytes without a length byte.
   int find(int index, const void* value, std::uint32_t length, int mode);
   // The same with the key that a record of these values would have in the index.
   int find(int index, const Field* fields, int mode);
-  // Moves along an index (Position); success makes that record the current one, failure clears it. Next without any
-  // position before is first, previous is last; having run over an end (-1), the opposite move gives the entry at
-  // that end. Behind a removed record the moves go to its neighbours.
+  // Moves along an index (Position); success makes that record the current one, failure clears it.
+  // Next without any position before is first, previous is last; having run over an end (-1), the
+  // opposite move gives the entry at that end. Behind a removed record the moves go to its
+  // neighbours.
   int position(int index, int how);
   // True when the entry that the index is positioned on has the key of the last find() in it.
   bool atSoughtKey(int index);
@@ -185,14 +198,14 @@ class Store {
 
   // --- Shared files
 
-  // Brackets around several operations; they nest. Every operation has its own, so they are needed only to keep
-  // others out in between.
+  // Brackets around several operations; they nest. Every operation has its own, so they are needed
+  // only to keep others out in between.
   int beginRead();
   int endRead();
   int beginWrite();
   int endWrite();
-  // Locks and unlocks the current record for replace and remove (-107 when another opener has it). An exclusive
-  // file needs no locks and grants them all.
+  // Locks and unlocks the current record for replace and remove (-107 when another opener has it).
+  // An exclusive file needs no locks and grants them all.
   int lockRecord();
   int unlockRecord();
 

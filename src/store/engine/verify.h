@@ -32,15 +32,18 @@ struct VerifyHooks {
   // One violated invariant; page is -1 when it is no single page's.
   std::function<void(std::int32_t page, const std::string& what)> finding;
   // A complete record: its number, type byte and packed form. Optional.
-  std::function<void(std::int32_t number, std::uint8_t type, const std::uint8_t* packed, std::size_t size)> record;
-  // The field list of a record type (values may be null), or null when unknown. When given, every record must
-  // have each of its keys exactly once, and the indexes no others.
+  std::function<void(std::int32_t number, std::uint8_t type, const std::uint8_t* packed,
+                     std::size_t size)>
+      record;
+  // The field list of a record type (values may be null), or null when unknown. When given, every
+  // record must have each of its keys exactly once, and the indexes no others.
   std::function<const Field*(std::uint8_t type)> fields;
 };
 
-// 0 when the walk came to its end, whatever it found; else the Code with which the file could not be read as a store
-// file. The index list is needed when an index has key type 8.
-int verify(const char* path, VerifyReport& report, const VerifyHooks& hooks, const IndexDef* indexes = nullptr,
+// 0 when the walk came to its end, whatever it found; else the Code with which the file could not
+// be read as a store file. The index list is needed when an index has key type 8.
+int verify(const char* path, VerifyReport& report, const VerifyHooks& hooks,
+           const IndexDef* indexes = nullptr,
            platform::FileSystem& files = platform::nativeFileSystem());
 
 }  // namespace tavo::engine

@@ -1,0 +1,226 @@
+// The state behind the public header: the control block of an open file, the page buffers that all
+// files of an owner share, and the transfers and transactions that connect the two.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "platform/file.h"
+#include "store/engine/engine.h"
+#include "store/engine/format.h"
+
+namespace tavo::engine {
+
+using ControlBlock = Store::ControlBlock;
+
+constexpr std::size_t kMaxPath = 1023;
+constexpr int kMaxHeight = 32;
+// A page that claims too many entries or whose entries do not fit it: nothing can be found in it.
+constexpr int kUnreadable = -1000;
+
+// A page being worked on. Its entries are found through the offsets, which follow every change.
+struct WorkPage {
+  ControlBlock* owner = nullptr;
+  std::uint32_t openId = 0;
+  std::int32_t number = kNoPage;
+  bool sound = false;  // the page's free bytes agree with its entries
+  int count = 0;
+  std::uint64_t used = 0;  // when it was last asked for
+  std::uint16_t offsets[kMaxEntries + 3] = {};
+  std::uint8_t bytes[kPageSize + 275] = {};  // with room for one entry too many
+
+  std::uint8_t* at(int position) { return bytes + offsets[position]; }
+  const std::uint8_t* at(int position) const { return bytes + offsets[position]; }
+  int level() const { return page::level(bytes); }
+  int freeBytes() const { return page::freeBytes(bytes); }
+  std::int32_t next() const { return page::next(bytes); }
+  std::int32_t previous() const { return page::previous(bytes); }
+  // Finds the entries; kCorrupt or kUnreadable when the page cannot be right.
+  int parse();
+};
+
+struct PageBuffer {
+  ControlBlock* owner = nullptr;
+  std::uint32_t openId = 0;
+  std::int32_t page = kNoPage;
+  bool dirty = false;
+  PageBuffer* next = nullptr;
+  std::uint8_t image[kPageSize];
+};
+
+// The buffers form a list in most-recently-used order. Above them a few work pages hold the pages
+// being worked on: a page is in at most one of them, and what is changed there goes to its buffer
+// at once. When a write fails, the page stays in memory (in a spare buffer if need be), so the tree
+// in memory is whole even when the file cannot follow.
+struct PageCache::Impl {
+  // The pages asked for last stay where they are while this many others, less one, are asked for.
+  static constexpr int kWorkPages = 8;
+
+  explicit Impl(unsigned buffers) : setting(buffers) {}
+  ~Impl();
+
+  // Allocates the buffers at the first open; kNoMemory on failure.
+  int prepare();
+  // The page in a work page, read through the buffers if it is not there yet.
+  int load(ControlBlock& file, std::int32_t number, WorkPage*& out);
+  // A work page for a new page; its bytes are the caller's to set.
+  WorkPage& claim(ControlBlock& file, std::int32_t number);
+  // Writes a page. Whatever the result, memory holds the page from now on; errors are also kept in
+  // ioError.
+  int store(ControlBlock& file, WorkPage& w);
+  void touch(WorkPage& w) { w.used = ++tick_; }
+  // Undoes what was changed in a work page and not stored.
+  static void forget(WorkPage& w) { w.owner = nullptr; }
+
+  bool anyDirty(const ControlBlock& file) const;
+  int writeDirty(ControlBlock& file);
+  // Retries the writes that failed before; no change may start before they are done.
+  int settle();
+  // Frees everything of a file without writing.
+  void drop(ControlBlock& file);
+
+  unsigned setting;
+  // Reads must not fail because another page cannot be written; set while a change is carried
+  // through or undone.
+  bool rescue = false;
+  WorkPage work[kWorkPages];
+
+ private:
+  bool holds(const PageBuffer& b, const ControlBlock& file, std::int32_t number) const;
+  PageBuffer* find(const ControlBlock& file, std::int32_t number);
+  int takeOldest(PageBuffer*& out);
+  PageBuffer* spare();
+  void toHead(PageBuffer* before, PageBuffer* b);
+  int readImage(ControlBlock& file, std::int32_t number, std::uint8_t* image);
+  int writeBack(PageBuffer& b);
+
+  std::unique_ptr<PageBuffer[]> buffers_;
+  PageBuffer* head_ = nullptr;
+  PageBuffer* spares_ = nullptr;  // dirty pages that found no buffer
+  std::uint64_t tick_ = 0;
+};
+
+// Where an index is positioned. The entry itself is kept, so the place is found again after
+// changes.
+struct Cursor {
+  enum State : std::uint8_t { kNone, kAt, kBeforeFirst, kAfterLast };
+  State state = kNone;
+  std::uint8_t piece = 0;
+  std::int32_t record = 0;
+  std::uint32_t keyLength = 0;
+  std::int32_t page = kNoPage;
+  int position = 0;
+  std::uint64_t stamp = 0;  // the tree's state for which page and position hold
+  std::int64_t hops = 0;    // pages moved right less pages moved left since the last search
+  std::uint8_t key[kMaxEntrySize];
+};
+
+// The leaf where an index was last worked on, with the first entry that belongs to the leaf behind
+// it. It saves the way from the root as long as what is sought lies in the same leaf.
+struct Hint {
+  std::int32_t page = kNoPage;  // kNoPage: none
+  WorkPage* work = nullptr;     // where it was last seen
+  int position = 0;
+  bool bounded = false;
+  std::uint8_t bound[kMaxEntrySize];
+};
+
+struct Store::ControlBlock {
+  std::uint8_t guard0 = 'V';
+  char state = 'C';
+  char path[kMaxPath + 1] = {};
+  std::uint8_t guard1 = 'A';
+  std::unique_ptr<platform::File> file;
+  platform::FileSystem& files;
+  PageCache::Impl* cache;
+  std::uint32_t openId = 0;
+  std::uint8_t guard2 = 'L';
+
+  char sharing = 'E';
+  int access = 2;
+  char gate = 'U';
+  std::uint8_t readerState = 1;  // 1 none, 2 own reader byte, 3 all reader bytes held
+  std::uint8_t readNest = 0;
+  std::uint32_t writeNest = 0;
+  int slot = -1;
+  int queuePlace = 1;
+  bool queuedGate = false;
+  int writeMode = 0;
+  std::uint8_t guard3 = 'I';
+
+  bool headerChanged = false;
+  bool headerStale = false;  // the file changed but the header was not read again yet
+  bool markerWritten = false;
+  bool markerHandled = false;
+  int readError = 0;  // error of the read transaction, reported at its end
+  int ioError = 0;    // first failed page write of the write transaction
+  FileHeader header = {};
+  std::uint8_t guard4 = 'D';
+
+  std::uint64_t stamp =
+      1;  // counts changes of the tree; positions of another stamp need a fresh search
+  std::uint32_t knownZero = 0;  // reserve pages from here on were zeroed by this opener
+  Cursor cursors[kLastIndex + 1];
+  Hint hints[kLastIndex + 1];
+  std::uint8_t guard5 = 'A';
+
+  bool checkFields = true;
+  bool reuseNumbers = true;
+  std::unique_ptr<KeySegment[]> segments[kUserIndexes + 1];
+  std::int32_t currentRecord = 0;
+  int soughtIndex = 0;
+  std::uint32_t soughtLength = 0;
+  std::uint8_t sought[kMaxEntrySize];
+  std::uint8_t guard6 = 'T';
+
+  std::uint32_t bufferSize = 0;
+  std::unique_ptr<std::uint8_t[]> packed;  // the record being written or read
+  std::unique_ptr<std::uint8_t[]> old;     // the stored record while it is replaced or removed
+  std::uint8_t guard7 = 'E';
+
+  ControlBlock(PageCache::Impl* pages, platform::FileSystem& system)
+      : files(system), cache(pages) {}
+  bool shared() const { return sharing != 'E'; }
+  bool guarded() const {
+    return guard0 == 'V' && guard1 == 'A' && guard2 == 'L' && guard3 == 'I' && guard4 == 'D' &&
+           guard5 == 'A' && guard6 == 'T' && guard7 == 'E' && (state == 'O' || state == 'C');
+  }
+  // kOk for an open file, else what every operation returns.
+  int check() const { return !guarded() ? kBadBlock : state == 'O' ? kOk : kNotOpen; }
+  void invalidatePositions();
+};
+
+// --- Transfers of header and markers
+int readHeader(ControlBlock& file);
+int writeHeader(ControlBlock& file);
+int writeMarker(ControlBlock& file, std::uint32_t position, std::uint16_t value);
+
+// --- Transactions. Each returns a Code; they nest.
+int lockGate(ControlBlock& file);
+int unlockGate(ControlBlock& file);
+int enterRead(ControlBlock& file);
+int leaveRead(ControlBlock& file);
+int enterWrite(ControlBlock& file);
+int leaveWrite(ControlBlock& file);
+// Before a page is read: drops what is known of a shared file that another opener changed.
+int noticeChange(ControlBlock& file);
+// Before a page of a safe-write file is written: sets the marker, once per transaction.
+int safeWriteStep(ControlBlock& file);
+
+// Keeps a read or write transaction until its end.
+class ReadTransaction {
+ public:
+  explicit ReadTransaction(ControlBlock& file) : file_(file), code_(enterRead(file)) {}
+  int code() const { return code_; }
+  // Ends it; its error replaces the result.
+  int end(int result) {
+    const int code = leaveRead(file_);
+    return code != kOk ? code : result;
+  }
+
+ private:
+  ControlBlock& file_;
+  int code_;
+};
+
+}  // namespace tavo::engine

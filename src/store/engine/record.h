@@ -1,0 +1,52 @@
+// Records as they are stored: field lists, their checks, packing and unpacking.
+#pragma once
+
+#include <cstdint>
+
+#include "store/engine/engine.h"
+#include "store/engine/format.h"
+
+namespace tavo::engine {
+
+// A packed record: u16 of the field list, two unused bytes, the type byte, then the fields, each a
+// u16 number and its value, and the end mark.
+constexpr std::uint32_t kRecordType = 4;
+constexpr std::uint32_t kRecordHead = 5;
+constexpr std::uint16_t kRecordEnd = 0xFFFF;
+
+// One value in packed form; bytes is null for a value that takes no room.
+struct Value {
+  const std::uint8_t* bytes = nullptr;
+  std::uint32_t size = 0;
+};
+
+// The values of a record, taken from the field list's memory or from a packed record. Asking for
+// fields in ascending order is cheap.
+class RecordValues {
+ public:
+  explicit RecordValues(const Field* fields) : fields_(fields) {}
+  RecordValues(const Field* fields, const std::uint8_t* packed, std::uint32_t size)
+      : fields_(fields), packed_(packed), size_(size) {}
+  const Field* fields() const { return fields_; }
+  Value get(std::uint32_t number) const;
+
+ private:
+  const Field* fields_;
+  const std::uint8_t* packed_ = nullptr;
+  std::uint32_t size_ = 0;
+  mutable std::uint32_t offset_ = kRecordHead;  // where the walk through the packed form stands
+  mutable std::uint32_t nextNumber_ = 0;
+};
+
+// Checks a field list; the full check also looks at lengths and texts.
+int checkFieldList(const Field* fields, const std::uint8_t keyTypes[kIndexNumbers], bool full);
+
+// A number that differs between field lists that pack differently.
+std::uint16_t fieldListMark(const Field* fields);
+
+int packRecord(const Field* fields, std::uint8_t typeByte, std::uint8_t* out, std::uint32_t room,
+               std::uint32_t& size);
+// Fills the list's values from a packed record; kCorrupt when it is none of that list.
+int unpackRecord(const Field* fields, const std::uint8_t* packed, std::uint32_t size);
+
+}  // namespace tavo::engine

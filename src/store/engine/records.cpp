@@ -1,0 +1,483 @@
+// The public operations on records: insert, replace, remove, read, and their locks.
+#include <algorithm>
+
+#include "store/engine/block.h"
+#include "store/engine/key.h"
+#include "store/engine/locks.h"
+#include "store/engine/record.h"
+#include "store/engine/tree.h"
+
+namespace tavo::engine {
+namespace {
+
+struct Packed {
+  const std::uint8_t* bytes = nullptr;
+  std::uint32_t size = 0;
+};
+
+Probe numberProbe(int index, std::int32_t record, int piece) {
+  Probe probe;
+  probe.index = index;
+  probe.record = record;
+  probe.piece = piece;
+  return probe;
+}
+
+Probe keyProbe(int index, const Key& key, std::int32_t record) {
+  Probe probe;
+  probe.index = index;
+  probe.key = key.bytes;
+  probe.keyLength = key.length;
+  probe.record = record;
+  return probe;
+}
+
+// While a change is carried through or undone, reads do without pages that cannot be written.
+class Rescue {
+ public:
+  explicit Rescue(ControlBlock& file) : file_(file), before_(file.cache->rescue) {
+    file.cache->rescue = true;
+  }
+  ~Rescue() { file_.cache->rescue = before_; }
+  Rescue(const Rescue&) = delete;
+  Rescue& operator=(const Rescue&) = delete;
+
+ private:
+  ControlBlock& file_;
+  bool before_;
+};
+
+// --- The pieces of a packed record
+
+// Gathers the pieces of a record. One that has a single piece is left in its page, where it stays
+// until further pages are asked for; `own` forces a copy.
+int gatherRecord(ControlBlock& file, std::int32_t number, std::uint8_t* buffer, bool own,
+                 Packed& record) {
+  Place at;
+  int code = seek(file, numberProbe(kRecords, number, 0), at);
+  if (code != kOk) return changeCode(code);
+  if (!at.exact) return kRecordMissing;
+  record.size = 0;
+  std::int64_t hops = 0;
+  for (int piece = 0;; ++piece) {
+    const std::uint8_t* const e = at.entry();
+    if (entry::index(e) != kRecords || entry::record(e) != number || entry::piece(e) != piece)
+      return kRecordMissing;
+    const std::uint32_t size = entry::size(e) - kEntryHead;
+    const bool last = entry::isLastPiece(e);
+    record.bytes = e + kEntryHead;
+    if (piece == 0 && last && !own) {
+      record.size = size;
+      break;
+    }
+    if (size > file.bufferSize - record.size) return kBufferTooSmall;
+    std::memcpy(buffer + record.size, record.bytes, size);
+    record.bytes = buffer;
+    record.size += size;
+    if (last) break;
+    ++at.position;
+    code = settleForward(file, at, hops);
+    if (code != kOk) return code == kNotFound ? int{kRecordMissing} : changeCode(code);
+  }
+  return record.size < kRecordHead + 2 ? int{kCorrupt} : kOk;
+}
+
+std::uint32_t pieceCount(std::uint32_t size) { return (size + kPieceRoom - 1) / kPieceRoom; }
+
+int insertPieces(ControlBlock& file, std::int32_t number, const Packed& record) {
+  // Piece numbers have seven bits.
+  if (record.size / kPieceRoom > kMaxPieces || pieceCount(record.size) > kMaxPieces)
+    return kBadArgument;
+  for (std::uint32_t at = 0, piece = 0; at < record.size; at += kPieceRoom, ++piece) {
+    const std::uint32_t size = std::min(kPieceRoom, record.size - at);
+    const int code = insertEntry(file, numberProbe(kRecords, number, static_cast<int>(piece)),
+                                 at + size == record.size, record.bytes + at, size);
+    if (code != kOk) return code == kNotFound ? int{kRecordMissing} : code;
+  }
+  return kOk;
+}
+
+// Removes the pieces of a record from `piece` on.
+int removePieces(ControlBlock& file, std::int32_t number, int piece) {
+  for (; piece < kMaxPieces; ++piece) {
+    Place at;
+    int code = seek(file, numberProbe(kRecords, number, piece), at);
+    if (code == kOk && !at.exact) return kOk;
+    if (code == kOk) code = removeEntry(file, at);
+    if (code != kOk) return changeCode(code);
+  }
+  return kOk;
+}
+
+// Gives a record other pieces.
+int replacePieces(ControlBlock& file, std::int32_t number, const Packed& record) {
+  if (pieceCount(record.size) > kMaxPieces) return kBadArgument;
+  int piece = 0;
+  for (std::uint32_t at = 0; at < record.size; at += kPieceRoom, ++piece) {
+    const std::uint32_t size = std::min(kPieceRoom, record.size - at);
+    const bool last = at + size == record.size;
+    const Probe probe = numberProbe(kRecords, number, piece);
+    Place where;
+    int code = seek(file, probe, where);
+    if (code != kOk) return changeCode(code);
+    if (where.exact && !where.page->sound) return kCorrupt;
+    if (where.exact && entry::size(where.entry()) == kEntryHead + size) {
+      std::uint8_t* const e = where.page->at(where.position);
+      e[2] = static_cast<std::uint8_t>(piece | (last ? kLastPiece : 0));
+      std::memcpy(e + kEntryHead, record.bytes + at, size);
+      file.cache->store(file, *where.page);
+      continue;
+    }
+    if (where.exact) code = removeEntry(file, where);
+    if (code == kOk) code = insertEntry(file, probe, last, record.bytes + at, size);
+    if (code != kOk) return code;
+  }
+  return removePieces(file, number, piece);
+}
+
+// --- Keys
+
+int insertKey(ControlBlock& file, const Field& field, const Key& key, std::int32_t record) {
+  if (field.index < 1 || field.index > kLastIndex) return kBadArgument;
+  if (field.duplicates != 'D') {
+    Place at;
+    std::int64_t hops = 0;
+    int code = seek(file, keyProbe(field.index, key, 0), at);
+    if (code == kOk) code = settleForward(file, at, hops);
+    if (code != kOk && code != kNotFound) return changeCode(code);
+    const std::uint8_t* const e = code == kOk ? at.entry() : nullptr;
+    if (e != nullptr && entry::index(e) == field.index &&
+        compareKeys(file, field.index, entry::key(e), entry::keyLength(e, true), key.bytes,
+                    key.length) == 0)
+      return kNotFound;
+  }
+  return insertEntry(file, keyProbe(field.index, key, record), true, nullptr, 0);
+}
+
+// Removes a record's key; one that is not there is no error.
+int removeKey(ControlBlock& file, int index, const Key& key, std::int32_t record) {
+  if (index < 1 || index > kLastIndex) return kOk;
+  Place at;
+  int code = seek(file, keyProbe(index, key, record), at);
+  if (code == kOk && at.exact) code = removeEntry(file, at);
+  return changeCode(code);
+}
+
+bool sameKey(const Key& a, const Key& b) {
+  return a.length == b.length && std::memcmp(a.bytes, b.bytes, a.length) == 0;
+}
+
+// Removes the keys of the first `count` fields. With `except`, keys that those values have too
+// stay.
+int removeKeys(ControlBlock& file, const RecordValues& values, std::uint32_t count,
+               std::int32_t record, const RecordValues* except = nullptr) {
+  const Field* const fields = values.fields();
+  int first = kOk;
+  for (std::uint32_t i = 0; i < count && fields[i].type != 'E'; ++i) {
+    if (fields[i].keyRole == 'N') continue;
+    Key key;
+    Key kept;
+    int code = makeKey(file, values, i, key);
+    if (code == kOk && except != nullptr && makeKey(file, *except, i, kept) == kOk &&
+        sameKey(key, kept))
+      continue;
+    if (code == kOk) code = removeKey(file, fields[i].index, key, record);
+    if (first == kOk) first = code;
+  }
+  return first;
+}
+
+// Inserts the keys of all fields but those that `except` has too. `done` counts the fields dealt
+// with, the failed one included.
+int insertKeys(ControlBlock& file, const RecordValues& values, std::int32_t record,
+               const RecordValues* except, std::uint32_t& done) {
+  const Field* const fields = values.fields();
+  for (done = 0; fields[done].type != 'E';) {
+    const std::uint32_t i = done++;
+    if (fields[i].keyRole == 'N') continue;
+    Key key;
+    Key old;
+    int code = makeKey(file, values, i, key);
+    if (code == kOk && except != nullptr) {
+      code = makeKey(file, *except, i, old);
+      if (code == kOk && sameKey(key, old)) continue;
+    }
+    if (code == kOk) code = insertKey(file, fields[i], key, record);
+    if (code == kOk) code = file.ioError;
+    if (code != kOk) {
+      // A refused unique key is another record's; it is not ours to remove.
+      if (code == kNotFound) --done;
+      return code;
+    }
+  }
+  return kOk;
+}
+
+// --- Record numbers
+
+int takeNumber(ControlBlock& file, std::int32_t& number) {
+  FileHeader& header = file.header;
+  if (file.reuseNumbers && header.freeCount != 0) {
+    Probe first;
+    first.index = kFreeNumbers;
+    first.edge = Edge::kFirst;
+    Place at;
+    std::int64_t hops = 0;
+    int code = seek(file, first, at);
+    if (code == kOk) code = settleForward(file, at, hops);
+    if (code != kOk && code != kNotFound) return changeCode(code);
+    if (code == kOk && entry::index(at.entry()) == kFreeNumbers && entry::record(at.entry()) > 0) {
+      number = entry::record(at.entry());
+      code = removeEntry(file, at);
+      if (code == kOk) --header.freeCount;
+      return code;
+    }
+    // The count promised numbers that are not there.
+    header.freeCount = 0;
+  }
+  if (header.nextRecord == 0 || header.nextRecord >= 0x7FFFFFFF) return kHeaderTransfer;
+  number = static_cast<std::int32_t>(header.nextRecord++);
+  file.headerChanged = true;
+  return !file.shared() && file.writeMode >= 1 && file.writeMode <= 3 ? writeHeader(file) : kOk;
+}
+
+// A number that cannot be kept for reuse is lost and nothing else.
+void giveBackNumber(ControlBlock& file, std::int32_t number) {
+  if (!file.reuseNumbers) return;
+  if (insertEntry(file, numberProbe(kFreeNumbers, number, 0), true, nullptr, 0) == kOk)
+    ++file.header.freeCount;
+}
+
+// --- Operations
+
+// Reserves what the splits of one record's entries can take.
+int reserveFor(ControlBlock& file, const Field* fields) {
+  std::uint32_t indexed = 0;
+  for (const Field* f = fields; f->type != 'E'; ++f) indexed += f->index != 0 ? 1 : 0;
+  std::uint32_t height = 0;
+  const int code = treeHeight(file, height);
+  return code != kOk ? changeCode(code) : reservePages(file, (height + 1) * (indexed + 1));
+}
+
+// The indexes of a new record are positioned on it.
+void positionOn(ControlBlock& file, const RecordValues& values, std::int32_t record) {
+  const Field* const fields = values.fields();
+  for (std::uint32_t i = 0; fields[i].type != 'E'; ++i) {
+    if (fields[i].keyRole == 'N') continue;
+    Key key;
+    if (makeKey(file, values, i, key) != kOk) continue;
+    Cursor& cursor = file.cursors[fields[i].index];
+    cursor.state = Cursor::kAt;
+    cursor.stamp = 0;
+    cursor.record = record;
+    cursor.piece = 0;
+    cursor.keyLength = key.length;
+    std::memcpy(cursor.key, key.bytes, key.length);
+  }
+}
+
+int insertRecord(ControlBlock& file, const Field* fields, std::uint8_t typeByte) {
+  Packed record;
+  record.bytes = file.packed.get();
+  // Packed and provided for before it gets a number, so that a refusal here leaves everything as it
+  // was.
+  int code = file.cache->settle();
+  if (code == kOk)
+    code = packRecord(fields, typeByte, file.packed.get(), file.bufferSize, record.size);
+  if (code == kOk) code = reserveFor(file, fields);
+  std::int32_t number = 0;
+  if (code == kOk) code = takeNumber(file, number);
+  if (code != kOk) return code;
+
+  const RecordValues values(fields);
+  std::uint32_t done = 0;
+  code = insertKeys(file, values, number, nullptr, done);
+  bool pieces = false;
+  if (code == kOk) {
+    pieces = true;
+    code = insertPieces(file, number, record);
+    if (code == kRecordMissing) pieces = false;
+  }
+  if (code == kOk) code = file.ioError;
+  if (code != kOk) {
+    const Rescue rescue(file);
+    removeKeys(file, values, done, number);
+    if (pieces) removePieces(file, number, 0);
+    giveBackNumber(file, number);
+    return code;
+  }
+  ++file.header.recordCount;
+  file.currentRecord = number;
+  positionOn(file, values, number);
+  return kOk;
+}
+
+int replaceRecord(ControlBlock& file, const Field* fields) {
+  const std::int32_t number = file.currentRecord;
+  int code = checkRecordLock(file, number);
+  if (code == kOk) code = file.cache->settle();
+  if (code == kOk) code = reserveFor(file, fields);
+  Packed before;
+  if (code == kOk) code = gatherRecord(file, number, file.old.get(), true, before);
+  Packed after;
+  after.bytes = file.packed.get();
+  if (code == kOk)
+    code = packRecord(fields, before.bytes[kRecordType], file.packed.get(), file.bufferSize,
+                      after.size);
+  if (code == kOk && pieceCount(after.size) > kMaxPieces) code = kBadArgument;
+  if (code != kOk) return code;
+
+  const RecordValues oldValues(fields, before.bytes, before.size);
+  const RecordValues newValues(fields);
+  std::uint32_t done = 0;
+  code = insertKeys(file, newValues, number, &oldValues, done);
+  bool replaced = false;
+  if (code == kOk) {
+    replaced = true;
+    code = replacePieces(file, number, after);
+  }
+  if (code == kOk) code = file.ioError;
+  if (code == kOk) code = removeKeys(file, oldValues, 0xFFFFFFFF, number, &newValues);
+  if (code == kOk) return file.ioError;
+  const Rescue rescue(file);
+  if (replaced) {
+    replacePieces(file, number, before);
+    std::uint32_t restored = 0;
+    insertKeys(file, oldValues, number, &newValues, restored);
+  }
+  removeKeys(file, newValues, done, number, &oldValues);
+  return code;
+}
+
+int removeRecord(ControlBlock& file, const Field* fields) {
+  const std::int32_t number = file.currentRecord;
+  int code = checkRecordLock(file, number);
+  if (code == kOk) code = file.cache->settle();
+  Packed before;
+  if (code == kOk) code = gatherRecord(file, number, file.old.get(), true, before);
+  if (code == kOk) code = unpackRecord(fields, before.bytes, before.size);
+  if (code != kOk) return code;
+  const Rescue rescue(file);
+  code = removeKeys(file, RecordValues(fields, before.bytes, before.size), 0xFFFFFFFF, number);
+  if (code == kOk) code = removePieces(file, number, 0);
+  if (code != kOk) return code;
+  if (file.shared()) releaseRecordLock(file, number);
+  if (file.header.recordCount != 0) --file.header.recordCount;
+  giveBackNumber(file, number);
+  file.currentRecord = 0;
+  return file.ioError;
+}
+
+// Opens and closes the write transaction around a change.
+template <typename Change>
+int change(ControlBlock& file, Change&& body) {
+  int code = enterWrite(file);
+  if (code != kOk) return code;
+  code = body();
+  const int ended = leaveWrite(file);
+  return ended != kOk ? ended : code;
+}
+
+// What every change of a record requires.
+int checkChange(ControlBlock& file, const Field* fields, bool full, bool current) {
+  int code = file.check();
+  if (code == kOk && file.access != 2) code = kReadOnly;
+  if (code == kOk && fields == nullptr) code = kBadFieldType;
+  if (code == kOk && file.checkFields) code = checkFieldList(fields, file.header.keyType, full);
+  if (code == kOk && current && file.currentRecord == 0) code = kNoCurrentRecord;
+  return code;
+}
+
+template <typename Use>
+int useRecord(ControlBlock& file, Use&& use) {
+  if (file.currentRecord == 0) return kNoCurrentRecord;
+  ReadTransaction transaction(file);
+  if (transaction.code() != kOk) return transaction.code();
+  Packed record;
+  int code = gatherRecord(file, file.currentRecord, file.packed.get(), false, record);
+  if (code == kOk) code = use(record);
+  return transaction.end(code);
+}
+
+}  // namespace
+
+int Store::insert(const Field* fields, std::uint8_t typeByte) {
+  if (block_ == nullptr) return kNotOpen;
+  const int code = checkChange(*block_, fields, true, false);
+  if (code != kOk) return code;
+  return change(*block_, [&] { return insertRecord(*block_, fields, typeByte); });
+}
+
+int Store::replace(const Field* fields) {
+  if (block_ == nullptr) return kNotOpen;
+  const int code = checkChange(*block_, fields, true, true);
+  if (code != kOk) return code;
+  return change(*block_, [&] { return replaceRecord(*block_, fields); });
+}
+
+int Store::remove(const Field* fields) {
+  if (block_ == nullptr) return kNotOpen;
+  const int code = checkChange(*block_, fields, false, true);
+  if (code != kOk) return code;
+  return change(*block_, [&] { return removeRecord(*block_, fields); });
+}
+
+int Store::read(const Field* fields) {
+  int code = block_ == nullptr ? int{kNotOpen} : block_->check();
+  if (code == kOk && fields == nullptr) code = kBadFieldType;
+  if (code == kOk && block_->checkFields)
+    code = checkFieldList(fields, block_->header.keyType, false);
+  if (code != kOk) return code;
+  return useRecord(*block_, [&](const Packed& record) {
+    return unpackRecord(fields, record.bytes, record.size);
+  });
+}
+
+int Store::typeByte(std::uint8_t* type) {
+  const int code = block_ == nullptr ? int{kNotOpen} : block_->check();
+  if (code != kOk) return code;
+  return useRecord(*block_, [&](const Packed& record) {
+    *type = record.bytes[kRecordType];
+    return int{kOk};
+  });
+}
+
+int Store::lockRecord() {
+  if (block_ == nullptr) return kNotOpen;
+  ControlBlock& file = *block_;
+  int code = file.check();
+  if (code == kOk && file.access != 2) code = kReadOnly;
+  if (code == kOk && file.currentRecord == 0) code = kNoCurrentRecord;
+  if (code != kOk || !file.shared()) return code;
+  return change(file, [&] { return takeRecordLock(file, file.currentRecord); });
+}
+
+int Store::unlockRecord() {
+  if (block_ == nullptr) return kNotOpen;
+  ControlBlock& file = *block_;
+  int code = file.check();
+  if (code == kOk && file.access != 2) code = kReadOnly;
+  if (code == kOk && file.currentRecord == 0) code = kNoCurrentRecord;
+  if (code != kOk || !file.shared()) return code;
+  return change(file, [&] { return releaseRecordLock(file, file.currentRecord); });
+}
+
+int Store::setUserArea(const void* bytes, std::uint32_t length) {
+  if (block_ == nullptr) return kNotOpen;
+  ControlBlock& file = *block_;
+  int code = file.check();
+  if (code == kOk && file.access != 2) code = kReadOnly;
+  if (code == kOk && length > sizeof file.header.user) code = kBadArgument;
+  if (code != kOk) return code;
+  return change(file, [&] {
+    std::memset(file.header.user, 0, sizeof file.header.user);
+    if (length != 0) std::memcpy(file.header.user, bytes, length);
+    file.header.userLength = length;
+    return int{kOk};
+  });
+}
+
+PageCache::PageCache(unsigned buffers) : impl_(new (std::nothrow) Impl(buffers)) {}
+PageCache::~PageCache() = default;
+
+}  // namespace tavo::engine

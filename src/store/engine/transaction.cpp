@@ -1,0 +1,279 @@
+// Read and write transactions: the byte-range locks between processes, the change check, and the
+// writes that end a change. An exclusive file locks nothing.
+#include "store/engine/block.h"
+
+namespace tavo::engine {
+namespace {
+
+using platform::Transfer;
+
+// Result of a header or marker transfer.
+int headerCode(Transfer transfer, int failed, int shortened) {
+  switch (transfer) {
+    case Transfer::kDone:
+      return kOk;
+    case Transfer::kSeekFailed:
+      return kHeaderTransfer;
+    case Transfer::kShort:
+      return shortened;
+    default:
+      return failed;
+  }
+}
+
+std::uint32_t readerByte(const ControlBlock& file) {
+  return kReaderBytes + static_cast<std::uint32_t>(file.slot);
+}
+
+// Gives back the reader byte or bytes that are held.
+int unlockReaders(ControlBlock& file) {
+  const bool all = file.readerState == 3;
+  if (file.readerState == 1) return kOk;
+  file.readerState = 1;
+  return file.file->unlock(all ? kReaderBytes : readerByte(file), all ? kSlots : 1)
+             ? kOk
+             : kNoTransaction;
+}
+
+int lockAllReaders(ControlBlock& file) {
+  if (file.readerState == 3) return kOk;
+  const int code = unlockReaders(file);
+  if (code != kOk) return code;
+  if (!file.file->lockWaiting(kReaderBytes, kSlots)) return kNoTransaction;
+  file.readerState = 3;
+  return kOk;
+}
+
+int lockOwnReader(ControlBlock& file) {
+  if (!file.file->lockWaiting(readerByte(file), 1)) return kNoTransaction;
+  file.readerState = 2;
+  return kOk;
+}
+
+// Whether the change counter in the file is another than the one last seen; the new one is adopted.
+int compareCounter(ControlBlock& file, bool& changed) {
+  std::uint8_t bytes[4];
+  if (file.file->readAt(0, bytes, sizeof bytes) != Transfer::kDone) return kHeaderTransfer;
+  const std::uint32_t counter = loadU32(bytes);
+  changed = counter != file.header.changeCounter;
+  file.header.changeCounter = counter;
+  return kOk;
+}
+
+// At the start of a transaction on a shared file, the header is read again with the change.
+int checkChange(ControlBlock& file) {
+  bool changed = false;
+  int code = compareCounter(file, changed);
+  if (code != kOk || !(changed || file.headerStale)) return code;
+  file.cache->drop(file);
+  file.invalidatePositions();
+  file.headerStale = true;
+  code = readHeader(file);
+  if (code == kOk) file.headerStale = false;
+  return code;
+}
+
+// Writes everything that is pending: header, pages, system buffers.
+int writePending(ControlBlock& file) {
+  int code = kOk;
+  if (file.writeMode == 4 && file.cache->anyDirty(file)) code = safeWriteStep(file);
+  if (code == kOk && file.headerChanged) {
+    if (file.header.changeCounter == 0) file.header.changeCounter = 1;
+    code = writeHeader(file);
+  }
+  if (code == kOk) code = file.cache->writeDirty(file);
+  if (code == kOk && !file.file->flush()) code = kNotFound;
+  return code;
+}
+
+int clearModifiedMarker(ControlBlock& file) {
+  const int code = writeMarker(file, kModifiedMarker, 0);
+  if (code != kOk) return code;
+  file.markerWritten = false;
+  return file.file->flush() ? kOk : kNotFound;
+}
+
+// A safe-write file must not be in the middle of a write, be it another opener's or an earlier one
+// of ours whose end could not be written; ours is brought to its end first.
+int checkModifiedMarker(ControlBlock& file) {
+  if (file.markerWritten) {
+    const int code = writePending(file);
+    return code != kOk ? code : clearModifiedMarker(file);
+  }
+  std::uint8_t marker[2];
+  const int code =
+      headerCode(file.file->readAt(kModifiedMarker, marker, sizeof marker), kNotFound, kShortRead);
+  if (code != kOk) return code;
+  return loadU16(marker) == kMarkerValue ? kInterrupted : kOk;
+}
+
+int lockQueue(ControlBlock& file) {
+  const auto byte = [](int place) { return kGateByte + static_cast<std::uint32_t>(place); };
+  while (file.queuePlace <= kQueuePlaces && !file.file->tryLock(byte(file.queuePlace), 1))
+    ++file.queuePlace;
+  if (file.queuePlace > kQueuePlaces) {
+    file.queuePlace = 1;
+    return kNoSlot;
+  }
+  for (; file.queuePlace > 0; --file.queuePlace) {
+    if (!file.file->lockWaiting(byte(file.queuePlace - 1), 1) ||
+        !file.file->unlock(byte(file.queuePlace), 1)) {
+      file.queuePlace = 1;
+      return kGateFailed;
+    }
+  }
+  file.queuePlace = 1;
+  return kOk;
+}
+
+// Leaves a write transaction's locks; an open read transaction gets its own byte again.
+int unlockAfterWrite(ControlBlock& file) {
+  int code = unlockReaders(file);
+  if (file.readNest != 0 && lockOwnReader(file) != kOk) code = kNoTransaction;
+  if (unlockGate(file) != kOk) code = kNoTransaction;
+  return code;
+}
+
+int lockForWrite(ControlBlock& file) {
+  int code = unlockReaders(file);
+  if (code != kOk) return code;
+  if (lockGate(file) != kOk) return kNoTransaction;
+  code = checkChange(file);
+  if (code != kOk) unlockAfterWrite(file);
+  return code;
+}
+
+}  // namespace
+
+void Store::ControlBlock::invalidatePositions() {
+  ++stamp;
+  for (Hint& hint : hints) hint.page = kNoPage;
+}
+
+int readHeader(ControlBlock& file) {
+  std::uint8_t bytes[kHeaderSize];
+  const int code = headerCode(file.file->readAt(0, bytes, kHeaderSize), kNotFound, kShortRead);
+  if (code != kOk) return code;
+  return decodeHeader(bytes, file.header) ? kOk : kBadSignature;
+}
+
+int writeHeader(ControlBlock& file) {
+  std::uint8_t bytes[kHeaderSize];
+  encodeHeader(file.header, bytes);
+  const int code =
+      headerCode(file.file->writeAt(0, bytes, kHeaderSize), kWriteFailed, kWriteFailed);
+  if (code == kOk) file.headerChanged = false;
+  return code;
+}
+
+int writeMarker(ControlBlock& file, std::uint32_t position, std::uint16_t value) {
+  std::uint8_t bytes[2];
+  storeU16(bytes, value);
+  return headerCode(file.file->writeAt(position, bytes, sizeof bytes), kWriteFailed, kWriteFailed);
+}
+
+int lockGate(ControlBlock& file) {
+  if (file.queuedGate) {
+    const int code = lockQueue(file);
+    if (code != kOk) return code;
+  } else if (!file.file->lockWaiting(kGateByte, 1)) {
+    return kNoTransaction;
+  }
+  file.gate = 'L';
+  return kOk;
+}
+
+int unlockGate(ControlBlock& file) {
+  if (file.gate != 'L') return kOk;
+  file.gate = 'U';
+  return file.file->unlock(kGateByte, 1) ? kOk : kNoTransaction;
+}
+
+int noticeChange(ControlBlock& file) {
+  if (!file.shared() || file.gate == 'L') return kOk;
+  bool changed = false;
+  const int code = compareCounter(file, changed);
+  if (code != kOk || !changed) return code;
+  file.headerStale = true;
+  file.cache->drop(file);
+  file.invalidatePositions();
+  return kOk;
+}
+
+int safeWriteStep(ControlBlock& file) {
+  if (file.markerHandled) return kOk;
+  int code = file.shared() ? lockAllReaders(file) : kOk;
+  if (code == kOk && !file.markerWritten) {
+    code = writeMarker(file, kModifiedMarker, kMarkerValue);
+    if (code == kOk) file.markerWritten = true;
+    if (code == kOk && !file.file->flush()) code = kNotFound;
+  }
+  if (code == kOk) file.markerHandled = true;
+  return code;
+}
+
+int enterRead(ControlBlock& file) {
+  if (file.readNest == 0) file.readError = kOk;
+  if (file.shared() && file.gate == 'U' && file.readerState == 1) {
+    // Passing through the gate lets a waiting writer keep new readers out.
+    if (lockGate(file) != kOk) return kNoTransaction;
+    if (unlockGate(file) != kOk || lockOwnReader(file) != kOk) return kNoTransaction;
+    if (checkChange(file) != kOk) {
+      unlockReaders(file);
+      return kNoTransaction;
+    }
+  }
+  ++file.readNest;
+  return kOk;
+}
+
+int leaveRead(ControlBlock& file) {
+  --file.readNest;
+  if (file.readNest != 0 || file.writeNest != 0) return kOk;
+  if (file.shared() && unlockReaders(file) != kOk) return kNoTransaction;
+  return file.readError;
+}
+
+int enterWrite(ControlBlock& file) {
+  if (file.writeNest != 0) {
+    ++file.writeNest;
+    return kOk;
+  }
+  int code = kOk;
+  if (file.shared() && file.gate == 'U') code = lockForWrite(file);
+  if (code != kOk) return code;
+  if (file.writeMode == 4) {
+    code = checkModifiedMarker(file);
+  } else if (file.shared()) {
+    code = lockAllReaders(file);
+  }
+  if (code != kOk) {
+    if (file.shared()) unlockAfterWrite(file);
+    return code;
+  }
+  ++file.header.changeCounter;
+  file.headerChanged = true;
+  file.ioError = kOk;
+  file.writeNest = 1;
+  return kOk;
+}
+
+int leaveWrite(ControlBlock& file) {
+  if (file.writeNest > 1) {
+    --file.writeNest;
+    return kOk;
+  }
+  int code = kOk;
+  if (file.shared() || file.writeMode == 4) {
+    code = writePending(file);
+    if (code == kOk && file.markerWritten) code = clearModifiedMarker(file);
+  } else if (file.writeMode != 0 && !file.file->flush()) {
+    code = kNotFound;
+  }
+  file.markerHandled = false;
+  if (file.shared() && unlockAfterWrite(file) != kOk && code == kOk) code = kNoTransaction;
+  file.writeNest = 0;
+  return code;
+}
+
+}  // namespace tavo::engine

@@ -1,0 +1,283 @@
+// DEFINITIONS, DATABASE, METEO and THEODOLITE: one writer that opens and closes blocks as the
+// record types require, along the tree of blocks.
+#include <algorithm>
+#include <array>
+
+#include "schema/blocks.h"
+#include "writers/writer.h"
+
+namespace tavo::writers {
+
+namespace {
+
+using schema::BlockDef;
+using schema::BlockKind;
+using schema::KeywordId;
+
+constexpr size_t kMaxDepth = 4;  // DATABASE, TEXT, BOXES, BOX_ON_POINT
+
+// Blocks that continue the one written just before them: no empty line stands in front.
+constexpr bool continuesBlock(KeywordId keyword) {
+  return keyword == schema::kPntAccuracy || keyword == schema::kThemInfo ||
+         keyword == schema::kEdges || keyword == schema::kAprioriErrors ||
+         keyword == schema::kAnnotations || keyword == schema::kExtraInfo;
+}
+
+class SectionWriter {
+ public:
+  SectionWriter(Writer& writer, KeywordId section) : w_(writer) { open_[0].keyword = section; }
+
+  uint16_t write();
+
+ private:
+  struct OpenBlock {
+    KeywordId keyword = schema::kUnknownSection;
+    RecordType data = 0;  // 0: holds no data lines
+    ColumnList columns;
+  };
+  using Path = std::array<uint32_t, kMaxDepth>;
+
+  bool writeNext();
+  const BlockDef* place(RecordType columns);
+  bool enter(const BlockDef& block);
+  void openWrapper(uint32_t keyword);
+  void open(KeywordId keyword, RecordType data);
+  void closeTo(size_t depth);
+  void separate(KeywordId keyword);
+
+  void writeItemBlock(const BlockDef& block);
+  void writeCodeListItems(const BlockDef& block);
+  bool belongsToNextCodeList();
+  void writeListedItems(const BlockDef& block);
+  void writeDataBlock(const BlockDef& block);
+  void writeRun();
+  void measureRun();
+
+  size_t indent() const { return 2 * depth_; }
+  OpenBlock& top() { return open_[depth_ - 1]; }
+
+  Writer& w_;
+  std::array<OpenBlock, kMaxDepth> open_;
+  size_t depth_ = 1;
+  bool written_ = false;         // a block stands in front of the next one at the same level
+  bool codeListAwaits_ = false;  // the open CODELIST has no items yet
+  ColumnWidths widths_;
+};
+
+uint16_t SectionWriter::write() {
+  writeKeywordLine(w_.output, 0, keywordName(open_[0].keyword));
+  while (w_.goesOn() && writeNext()) {
+  }
+  closeTo(1);
+  writeEndLine(w_.output, 0, keywordName(open_[0].keyword));
+  return w_.feed.status();
+}
+
+// Writes the block that the current record opens, or more lines of an open one; false when the
+// record belongs to neither.
+bool SectionWriter::writeNext() {
+  const RecordType type = w_.feed.type();
+  for (size_t depth = depth_; depth > 1; --depth) {
+    if (open_[depth - 1].data == type && type != 0) {
+      closeTo(depth);
+      writeRun();
+      return true;
+    }
+  }
+  const bool inCodeList = depth_ > 1 && open_[1].keyword == schema::kCodeList;
+  if (type == TVO_RECORD_CODELIST_COLUMNS && inCodeList && codeListAwaits_) {
+    closeTo(2);
+    writeCodeListItems(*schema::blockOfColumns(type));
+    return true;
+  }
+  const BlockDef* block = place(type);
+  if (block == nullptr) return false;
+  if (block->kind == BlockKind::kItemLines) {
+    writeItemBlock(*block);
+  } else {
+    writeDataBlock(*block);
+  }
+  return true;
+}
+
+// Closes and opens blocks until the block of the columns record may begin; null when it does not
+// belong to this section.
+const BlockDef* SectionWriter::place(RecordType columns) {
+  const BlockDef* block = schema::blockOfColumns(columns);
+  if (block == nullptr) return nullptr;
+  for (size_t depth = depth_; depth > 0; --depth) {
+    const BlockDef* row = schema::findBlock(open_[depth - 1].keyword, block->keyword);
+    if (row != nullptr && row->columns == columns) {
+      closeTo(depth);
+      return row;
+    }
+  }
+  return enter(*block) ? block : nullptr;
+}
+
+// Opens the blocks around one that no open block can hold.
+bool SectionWriter::enter(const BlockDef& block) {
+  Path path{};
+  size_t length = 0;
+  for (uint32_t keyword = block.parent; keyword != schema::kUnknownSection && length < kMaxDepth;
+       keyword = parentOf(keyword)) {
+    path[length++] = keyword;
+  }
+  std::reverse(path.begin(), path.begin() + static_cast<std::ptrdiff_t>(length));
+  if (length == 0 || path[0] != open_[0].keyword) return false;
+  size_t common = 1;
+  while (common < depth_ && common < length && path[common] == open_[common].keyword) ++common;
+  closeTo(common);
+  for (size_t i = common; i < length; ++i) openWrapper(path[i]);
+  return true;
+}
+
+// A block that the records do not deliver, but the format asks for around theirs. One that holds
+// data lines declares its key column and stays without lines.
+void SectionWriter::openWrapper(uint32_t keyword) {
+  const BlockDef& block = *schema::findBlock(top().keyword, keyword);
+  separate(block.keyword);
+  if (block.kind == BlockKind::kContainer || block.kind == BlockKind::kItemLines) {
+    writeKeywordLine(w_.output, indent(), keywordName(keyword));
+    open(block.keyword, 0);
+  } else {
+    FieldList key;
+    key.ids[key.count++] = schema::recordDef(block.data).fields[0].id;
+    const ColumnList columns = columnsOf(block.columns, block.data, key, w_.state);
+    writeDefinition(w_.output, w_.state, indent(), keywordName(keyword), columns);
+    open(block.keyword, block.data);
+    top().columns = columns;
+  }
+  codeListAwaits_ = block.keyword == schema::kCodeList;
+}
+
+void SectionWriter::open(KeywordId keyword, RecordType data) {
+  ++depth_;
+  top().keyword = keyword;
+  top().data = data;
+  written_ = false;
+}
+
+void SectionWriter::closeTo(size_t depth) {
+  while (depth_ > depth) {
+    const KeywordId keyword = top().keyword;
+    --depth_;
+    writeEndLine(w_.output, indent(), keywordName(keyword));
+    written_ = true;
+  }
+}
+
+void SectionWriter::separate(KeywordId keyword) {
+  if (written_ && !continuesBlock(keyword)) writeBlankLine(w_.output);
+}
+
+void SectionWriter::writeItemBlock(const BlockDef& block) {
+  separate(block.keyword);
+  writeComments(w_.output, w_.state, indent(), w_.feed.record());
+  writeKeywordLine(w_.output, indent(), keywordName(block.keyword));
+  open(block.keyword, 0);
+  codeListAwaits_ = false;
+  writeListedItems(block);
+  const bool closes = block.keyword != schema::kCodeList || belongsToNextCodeList();
+  if (closes) closeTo(depth_ - 1);
+}
+
+// The items of a code list whose codes came first, as a reader delivers them: they end the list.
+void SectionWriter::writeCodeListItems(const BlockDef& block) {
+  writeComments(w_.output, w_.state, indent(), w_.feed.record());
+  codeListAwaits_ = false;
+  writeListedItems(block);
+  closeTo(depth_ - 1);
+}
+
+// Codes behind the items of a code list are that list's own when the records come from a store,
+// which sorts them so. When another pair of items follows them they belong to that one, as a reader
+// delivers them.
+bool SectionWriter::belongsToNextCodeList() {
+  const auto isCode = [](RecordType type) {
+    return type == TVO_RECORD_CODES_COLUMNS || type == TVO_RECORD_CODES ||
+           type == TVO_RECORD_ATTRIBUTES_COLUMNS || type == TVO_RECORD_ATTRIBUTES;
+  };
+  if (!w_.feed.ok() || !isCode(w_.feed.type())) return false;
+  const RecordType before = w_.feed.previousType();
+  uint64_t passed = 0;
+  while (w_.feed.ok() && isCode(w_.feed.type())) {
+    w_.feed.next();
+    ++passed;
+  }
+  const bool next = w_.feed.at(TVO_RECORD_CODELIST_COLUMNS);
+  w_.feed.returnBehind(before, passed);
+  return next;
+}
+
+void SectionWriter::writeListedItems(const BlockDef& block) {
+  const schema::FieldDef* fields = schema::recordDef(block.data).fields;
+  size_t longest = 0;
+  for (const schema::FieldDef& field : schema::rows(fields)) {
+    longest = std::max(longest, std::string_view(field.name).size());
+  }
+  const FieldList items = fieldsOf(w_.feed.record());
+  w_.feed.next();
+  if (!w_.feed.at(block.data)) return;
+  writeItems(w_, indent(), {fields, longest + 2, false}, items, w_.feed.record());
+  w_.feed.next();
+}
+
+void SectionWriter::writeDataBlock(const BlockDef& block) {
+  const ColumnList columns =
+      columnsOf(block.columns, block.data, fieldsOf(w_.feed.record()), w_.state);
+  separate(block.keyword);
+  writeComments(w_.output, w_.state, indent(), w_.feed.record());
+  writeDefinition(w_.output, w_.state, indent(), keywordName(block.keyword), columns);
+  open(block.keyword, block.data);
+  top().columns = columns;
+  w_.feed.next();
+  if (w_.feed.at(block.data)) writeRun();
+}
+
+// Writes the data records that follow each other as lines of the innermost open block.
+void SectionWriter::writeRun() {
+  const RecordType type = top().data;
+  if (w_.state.align) measureRun();
+  while (w_.goesOn() && w_.feed.at(type)) {
+    writeDataRecord(w_.output, w_.state, indent(), top().columns, widths_, w_.feed.record());
+    w_.feed.next();
+  }
+}
+
+// Takes the widths of the columns from all records of the run and returns to its first one.
+void SectionWriter::measureRun() {
+  const ColumnList& columns = top().columns;
+  const RecordType before = w_.feed.previousType();
+  const RecordType type = top().data;
+  const size_t count = std::min(columns.count, ColumnWidths::kMeasured);
+  widths_.clear();
+  uint64_t passed = 0;
+  while (w_.feed.at(type)) {
+    for (size_t i = 0; i < count; ++i) {
+      widths_.raise(i, measure(columns.columns[i], w_.state, w_.feed.record()));
+    }
+    w_.feed.next();
+    ++passed;
+  }
+  w_.feed.returnBehind(before, passed);
+}
+
+}  // namespace
+
+uint32_t parentOf(uint32_t keyword) {
+  if (schema::findBlock(schema::kUnknownSection, keyword) != nullptr) {
+    return schema::kUnknownSection;
+  }
+  uint32_t parent = 0;
+  while (parent < schema::kUnknownSection && schema::findBlock(parent, keyword) == nullptr) {
+    ++parent;
+  }
+  return parent;
+}
+
+uint16_t writeSection(Writer& writer, KeywordId section) {
+  return SectionWriter(writer, section).write();
+}
+
+}  // namespace tavo::writers

@@ -1,0 +1,88 @@
+// Field values as text, and the column plan that says how each column of a block is written.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+#include "schema/types.h"
+#include "schema/units.h"
+#include "writers/build.h"
+
+namespace tavo::writers {
+
+// A reader refuses longer lines (without their line feed).
+inline constexpr size_t kLineLimit = 129;
+// Room that any value needs.
+inline constexpr size_t kValueSize = 320;
+
+// What the HEADER written so far has put in force.
+struct OutputState {
+  char comment = ';';  // no HEADER line changes it
+  char terminator = ';';
+  char separator = ',';
+  schema::Units units;
+  TVO_Decimals decimals{4, 4, 10};
+  bool align = true;
+};
+
+// How a value stands in an aligned column.
+enum class Alignment : uint8_t {
+  kRight,   // numbers
+  kQuoted,  // texts
+  kLeft,    // the rest
+};
+
+struct Column {
+  const char* name = "UNKNOWN";
+  schema::DataType type = schema::DataType::kFree;
+  uint8_t width = 0;
+  uint16_t offset = schema::kNotKept;
+  schema::EnumGroup group = schema::EnumGroup::kAny;
+  schema::UnitKind unit = schema::UnitKind::kNone;
+  bool general = false;  // one decimal, exponent form from 100000.0 on
+  uint8_t decimals = 0;
+  Alignment alignment = Alignment::kLeft;
+};
+
+// The column of a field of a record table; null for a column that the table does not have, which is
+// named "UNKNOWN" and written empty.
+Column columnOf(const schema::FieldDef* field, const OutputState& state);
+
+// The columns that a columns record lists: at most 41, whether or not the list is ended.
+struct ColumnList {
+  std::array<Column, TVO_COLUMNS_ROOM> columns;
+  size_t count = 0;
+};
+struct FieldList {
+  std::array<FieldId, TVO_COLUMNS_ROOM> ids;
+  size_t count = 0;
+};
+FieldList fieldsOf(const char* columnsRecord);
+ColumnList columnsOf(RecordType columnsType, RecordType dataType, const FieldList& fields,
+                     const OutputState& state);
+
+// Puts the column's value of a record at `out` (room kValueSize); returns its length.
+size_t putValue(const Column& column, const OutputState& state, const char* record, char* out);
+
+// A value that stands for "nothing" where an empty field cannot stand.
+size_t putNothing(const Column& column, const OutputState& state, char* out);
+
+// Length that the column's value counts for the width of its column.
+size_t measure(const Column& column, const OutputState& state, const char* record);
+
+// Puts a text of at most `limit` characters in double quotes, quotes and backslashes escaped. What
+// a line cannot hold is written as blanks, and what does not fit in `room` characters is left out.
+size_t putQuoted(const char* text, size_t limit, size_t room, char* out);
+
+// Date and time in the date order; an empty one, one that the order cannot express, and any in an
+// unknown order give nothing.
+size_t putDate(const DateTime& date, EnumId order, char* out);
+// The date-time of zeros, for places that must not be empty.
+size_t putZeroDate(EnumId order, char* out);
+
+// A real whose written form always shows that it is one.
+size_t putFreeReal(double value, const OutputState& state, char* out);
+
+}  // namespace tavo::writers

@@ -1,0 +1,40 @@
+// The writers of the sections. Each begins with the record that opens its section current, leaves
+// the first record that it does not consume, and returns the feed's status.
+#pragma once
+
+#include <cstdint>
+
+#include "schema/fields.h"
+#include "writers/feed.h"
+#include "writers/lines.h"
+
+namespace tavo::writers {
+
+struct Writer {
+  Output& output;
+  Feed& feed;
+  OutputState state;
+
+  bool goesOn() const { return feed.ok() && !output.failed(); }
+};
+
+uint16_t writeHeader(Writer& writer);
+uint16_t writeSection(Writer& writer, schema::KeywordId section);
+uint16_t writeTimeTaggedCodes(Writer& writer);
+uint16_t writeOperations(Writer& writer);
+
+// The keyword of the block that a keyword stands in by default: kUnknownSection for a section, else
+// the first block that may hold it.
+uint32_t parentOf(uint32_t keyword);
+
+// Item lines of the block with this field table, one for each listed item; values begin `column`
+// characters behind the item word. Tables of the HEADER also change the writer's state.
+struct ItemBlock {
+  const schema::FieldDef* fields;
+  size_t column;
+  bool markUnknown;  // an item that the block does not have gives a line that says so
+};
+void writeItems(Writer& writer, size_t indent, const ItemBlock& block, const FieldList& items,
+                const char* record);
+
+}  // namespace tavo::writers

@@ -1,5 +1,6 @@
-# Copies an export list without the functions that no source of the library defines yet.
-function(tavo_defined_exports def_in def_out)
+# Copies an export list without the functions that no source of the library defines yet, and tells
+# whether all are there.
+function(tavo_defined_exports def_in def_out complete)
   tavo_glob(sources "${PROJECT_SOURCE_DIR}/src/api/*.cpp")
   set(defined)
   foreach(source IN LISTS sources)
@@ -9,15 +10,16 @@ function(tavo_defined_exports def_in def_out)
   endforeach()
   file(STRINGS "${def_in}" lines)
   set(text)
+  set(all ON)
   foreach(line IN LISTS lines)
-    if(line MATCHES "^ +([A-Za-z_]+)@")
-      if(NOT defined MATCHES "${CMAKE_MATCH_1}\\(")
-        continue()
-      endif()
+    if(line MATCHES "^ +([A-Za-z_]+)@" AND NOT defined MATCHES "${CMAKE_MATCH_1}\\(")
+      set(all OFF)
+    else()
+      string(APPEND text "${line}\n")
     endif()
-    string(APPEND text "${line}\n")
   endforeach()
   file(CONFIGURE OUTPUT "${def_out}" CONTENT "${text}" @ONLY)
+  set(${complete} ${all} PARENT_SCOPE)
 endfunction()
 
 # The shared library, which shows the functions of src/api/tavo.def and tavo.map and nothing else,
@@ -28,14 +30,18 @@ target_include_directories(tavo PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/i
                                        $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
 target_link_libraries(tavo PRIVATE $<BUILD_INTERFACE:tavo_compile>)
 set_target_properties(tavo PROPERTIES LINKER_LANGUAGE CXX VERSION ${PROJECT_VERSION}
-                                      SOVERSION ${PROJECT_VERSION_MAJOR})
+                                      SOVERSION ${PROJECT_VERSION_MAJOR}
+                                      RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin"
+                                      LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib"
+                                      ARCHIVE_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib")
 
 set(api_dir "${PROJECT_SOURCE_DIR}/src/api")
+set(def "${CMAKE_BINARY_DIR}/tavo.def")
+tavo_defined_exports("${api_dir}/tavo.def" "${def}" api_complete)
+set_property(GLOBAL PROPERTY TAVO_API_COMPLETE ${api_complete})
 if(WIN32)
   # Not every toolchain's linker keeps the decorated names in the import library that it writes, and
   # hosts link by them: dlltool writes it instead.
-  set(def "${CMAKE_BINARY_DIR}/tavo.def")
-  tavo_defined_exports("${api_dir}/tavo.def" "${def}")
   find_program(TAVO_DLLTOOL NAMES i686-w64-mingw32-dlltool dlltool REQUIRED)
   set_target_properties(tavo PROPERTIES PREFIX "" IMPORT_PREFIX "lib" SOVERSION "")
   target_sources(tavo PRIVATE "${def}")

@@ -1,6 +1,7 @@
 /* Preloaded into 32-bit Wine when a user-mode emulator runs it, on machines whose kernel or
  * hypervisor cannot run 32-bit programs. Corrects what the emulator does differently from Linux and
- * Wine relies on. Free of library headers, so that a compiler without a 32-bit C library builds it. */
+ * Wine relies on. Free of library headers, so that a compiler without a 32-bit C library builds it.
+ */
 
 enum {
   kSysExecve = 11,

@@ -1,0 +1,116 @@
+#!/usr/bin/env python3
+"""Checks the include graph against the layers: check_layers.py ROOT, or --self-test.
+
+A module may include headers of itself, of include/tavo where it may see the public types, and of
+the modules listed for it; anything else of ours is a fault. Faults are printed, exit code 1.
+"""
+import pathlib
+import re
+import sys
+import tempfile
+
+# Module (folder below src) -> modules whose headers it may include. "tavo" is include/tavo.
+LAYERS = {
+    "schema": {"tavo"},
+    "platform": set(),
+    "reader": {"tavo", "schema", "platform"},
+    "sections": {"tavo", "reader", "schema", "platform"},
+    "store/engine": {"platform"},
+    "store": {"tavo", "schema", "store/engine", "platform"},
+    "writers": {"tavo", "schema", "platform"},
+    "api": {"tavo", "schema", "platform", "reader", "sections", "store", "store/engine", "writers"},
+}
+INCLUDE = re.compile(r'^\s*#\s*include\s*["<]([^">]+)[">]')
+SOURCES = {".h", ".hpp", ".cpp", ".c", ".inc"}
+
+
+def module_of(path):
+    """The module that a path below src belongs to, or None."""
+    folder = pathlib.PurePosixPath(path).parent.as_posix()
+    while folder not in ("", "."):
+        if folder in LAYERS:
+            return folder
+        folder = pathlib.PurePosixPath(folder).parent.as_posix()
+    return None
+
+
+def target_of(root, source, name):
+    """The module that an include names ("tavo" for public headers), or None if it is not ours."""
+    beside = (source.parent / name).resolve()
+    src = (root / "src").resolve()
+    for candidate in (beside, src / name):
+        if candidate.is_file() and candidate.resolve().is_relative_to(src):
+            return module_of(candidate.resolve().relative_to(src).as_posix())
+    if name.startswith("tavo/") or (root / "include" / name).is_file():
+        return "tavo"
+    return module_of(name)
+
+
+def faults_in(root):
+    """Faults of the tree below root/src and root/include, one text each, and the files read."""
+    faults = []
+    count = 0
+    for source in sorted((root / "src").rglob("*")) + sorted((root / "include").rglob("*")):
+        if source.suffix not in SOURCES:
+            continue
+        count += 1
+        public = source.is_relative_to(root / "include")
+        where = source.relative_to(root).as_posix()
+        module = "tavo" if public else module_of(source.relative_to(root / "src").as_posix())
+        if module is None:
+            faults.append(f"{where}: belongs to no module")
+            continue
+        allowed = {module} | (set() if public else LAYERS[module])
+        for number, line in enumerate(source.read_text(encoding="utf-8").splitlines(), 1):
+            match = INCLUDE.match(line)
+            target = target_of(root, source, match.group(1)) if match else None
+            if target is not None and target not in allowed:
+                faults.append(f"{where}:{number}: {module} must not include {target} "
+                              f"({match.group(1)})")
+    return faults, count
+
+
+def self_test():
+    """Seeds one fault of each kind into a small tree and expects exactly those to be found."""
+    seeds = {
+        "src/schema/a.h": '#include "tavo/tavo.h"\n#include <string>\n',
+        "src/reader/b.cpp": '#include "schema/a.h"\n#include "sections/c.h"\n',
+        "src/sections/c.h": '#include "reader/b.h"\n',
+        "src/store/engine/d.cpp": '#include "platform/file.h"\n#include "tavo/records.h"\n',
+        "src/platform/file.h": '  #  include "../schema/a.h"\n',
+        "src/stray/e.cpp": "",
+        "include/tavo/tavo.h": '#include "schema/a.h"\n',
+    }
+    expected = ["include/tavo/tavo.h:1", "src/platform/file.h:1", "src/reader/b.cpp:2",
+                "src/store/engine/d.cpp:2", "src/stray/e.cpp"]
+    with tempfile.TemporaryDirectory() as folder:
+        root = pathlib.Path(folder)
+        for name, text in seeds.items():
+            (root / name).parent.mkdir(parents=True, exist_ok=True)
+            (root / name).write_text(text, encoding="utf-8")
+        found = sorted(fault.split(": ")[0] for fault in faults_in(root)[0])
+    if found != expected:
+        print(f"self-test: expected {expected}, found {found}")
+        return 1
+    print("self-test: every seeded fault was found")
+    return 0
+
+
+def main(arguments):
+    if arguments == ["--self-test"]:
+        return self_test()
+    if len(arguments) != 1:
+        print(__doc__)
+        return 2
+    faults, count = faults_in(pathlib.Path(arguments[0]).resolve())
+    for fault in faults:
+        print(fault)
+    if count == 0:
+        print("no sources found")
+        return 1
+    print(f"{count} files, {len(faults)} faults")
+    return 1 if faults else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv[1:]))

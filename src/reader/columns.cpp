@@ -11,8 +11,8 @@ namespace tavo::reader {
 
 namespace {
 
-// Reads the list behind "(" name by name. A line end counts as a blank, a terminator ends its line's
-// text, and names are looked up as they complete.
+// Reads the list behind "(" name by name. A line end counts as a blank, a terminator ends its
+// line's text, and names are looked up as they complete.
 class ListParser {
  public:
   ListParser(Run& run, RecordType columnsType, RecordType dataType, Columns* columns)
@@ -121,15 +121,12 @@ class LineSplitter {
   }
 
  private:
-  bool atTerminator() const {
-    return !cursor_.atEnd() && *cursor_.at == run_.settings.terminator;
-  }
+  bool atTerminator() const { return !cursor_.atEnd() && *cursor_.at == run_.settings.terminator; }
 
   // Parses one value; false when the error limit ends the run.
   bool take(const Column& column) {
     uint8_t* const value = column.offset == schema::kNotKept ? dropped_ : target_ + column.offset;
-    const int status =
-        parseField(run_, cursor_, column.type, column.width, column.unit, value);
+    const int status = parseField(run_, cursor_, column.type, column.width, column.unit, value);
     if (status == 0 || status == kEmptyField) return true;
     if (status == kStop) {
       outcome_ = DataLine::kLimit;
@@ -214,8 +211,7 @@ int passOver(Run& run, uint32_t keyword) {
   int status = kGoOn;
   do {
     status = run.readLine();
-  } while (status == kExceedsLine ||
-           (status == kGoOn && schema::CheckEnd(run.line, keyword) != 0));
+  } while (status == kExceedsLine || (status == kGoOn && schema::CheckEnd(run.line, keyword) != 0));
   return status;
 }
 

@@ -1,5 +1,5 @@
-// Column definitions and data lines: the list of columns that a block declares, and the splitting of
-// its data lines into values at their places in a record.
+// Column definitions and data lines: the list of columns that a block declares, and the splitting
+// of its data lines into values at their places in a record.
 #pragma once
 
 #include <array>
@@ -54,7 +54,7 @@ int parseColumns(Run& run, uint32_t keyword, RecordType columnsType, RecordType 
 // What became of a data line.
 enum class DataLine {
   kGood,
-  kBad,         // reported; delivers no record
+  kBad,       // reported; delivers no record
   kLimit,     // the error limit is reached
   kInputEnd,  // the input ended inside a continuation
   kBlockEnd,  // the block's END stood where a continuation was due

@@ -94,8 +94,7 @@ void Diagnostics::writeFinding(const char* kind, int number, uint32_t line, std:
   char buffer[160];
   std::snprintf(buffer, sizeof buffer, "line %04d  : %s%4d%s: '%s'%*s : %s\n",
                 static_cast<int>(static_cast<uint16_t>(line)), kind, number,
-                kind[0] == 'e' ? "   " : " ", quoted.text, 20 - quoted.length, " ",
-                message.data());
+                kind[0] == 'e' ? "   " : " ", quoted.text, 20 - quoted.length, " ", message.data());
   write(buffer);
   if (observer_ != nullptr) observer_->onFinding({number, line, text, message});
 }

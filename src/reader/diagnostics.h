@@ -1,5 +1,5 @@
-// Diagnostics of an analysis: writes each finding as one line to the log file, counts errors against
-// their limit, and closes the log with a summary.
+// Diagnostics of an analysis: writes each finding as one line to the log file, counts errors
+// against their limit, and closes the log with a summary.
 #pragma once
 
 #include <cstdint>
@@ -11,10 +11,10 @@ namespace tavo::reader {
 // Internal statuses between line reader, section readers and driver. Any error number (2000 and up)
 // that a reader returns after logging it counts as go on.
 inline constexpr int kGoOn = 0;
-inline constexpr int kStop = 3;            // the error limit is reached
+inline constexpr int kStop = 3;  // the error limit is reached
 inline constexpr int kEndOfInput = 4;
 inline constexpr int kOutOfMemory = 10;
-inline constexpr int kAborted = 12;        // the callback asked to stop
+inline constexpr int kAborted = 12;           // the callback asked to stop
 inline constexpr int kEndedByKeyword = 2012;  // the current line waits for the enclosing reader
 
 // Error and warning numbers.

@@ -45,8 +45,8 @@ class LineSource {
   const char* at_ = nullptr;
   const char* end_ = nullptr;
   uint64_t filled_ = 0;
-  bool atEnd_ = false;    // nothing more to read from the file
-  bool zeros_ = false;    // the buffer may hold zero bytes
+  bool atEnd_ = false;  // nothing more to read from the file
+  bool zeros_ = false;  // the buffer may hold zero bytes
   bool failed_ = false;
 };
 

@@ -101,9 +101,8 @@ int Run::SkipBlock(uint32_t closing) {
 
   uint32_t keyword = schema::kUnknownSection;
   const bool misplaced = schema::FindKeyword(token, &keyword) == schema::kFound;
-  const int status =
-      misplaced ? diagnostics.reportError(kSectionMismatch, first, token)
-                : diagnostics.reportWarning(kUnknownSectionWarning, first, token);
+  const int status = misplaced ? diagnostics.reportError(kSectionMismatch, first, token)
+                               : diagnostics.reportWarning(kUnknownSectionWarning, first, token);
   // Numbers of the log are 16 bits wide and wrap.
   const int from = static_cast<uint16_t>(first);
   const int to = static_cast<uint16_t>(lineNumber - 1);

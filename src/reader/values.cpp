@@ -215,8 +215,8 @@ const char* scanText(const char* p, const char* end, char* value, size_t width, 
   return p == end ? nullptr : p + 1;
 }
 
-// Checks what follows a text: after blanks only a delimiter or the line's end. whole is the start of
-// the field, which the report quotes up to its end.
+// Checks what follows a text: after blanks only a delimiter or the line's end. whole is the start
+// of the field, which the report quotes up to its end.
 int finishText(Run& run, Cursor& cursor, const char* start, int status) {
   cursor.skipBlanks();
   const bool clean = cursor.atDelimiter(run.settings);
@@ -375,8 +375,7 @@ int parseText(Run& run, Cursor& cursor, char* value, size_t width) {
     error = behind == nullptr ? kSyntaxError : length >= width ? kExceedsDatatype : 0;
   }
   if (error == 0) return finishText(run, cursor, start, 0);
-  const int status =
-      run.fail(error, cutTrailing(start, fieldEnd(run.settings, cursor)));
+  const int status = run.fail(error, cutTrailing(start, fieldEnd(run.settings, cursor)));
   return finishText(run, cursor, start, status);
 }
 
@@ -483,13 +482,12 @@ int parseField(Run& run, Cursor& cursor, schema::DataType type, uint8_t width,
     case DataType::kText:
       return parseText(run, cursor, reinterpret_cast<char*>(value), width);
     case DataType::kDefault:
-      return store<DefaultValue>(value,
-                                 [&](DefaultValue* v) { return parseDefaultValue(run, cursor, v); });
+      return store<DefaultValue>(
+          value, [&](DefaultValue* v) { return parseDefaultValue(run, cursor, v); });
     case DataType::kEnum:
       return store<EnumId>(value, [&](EnumId* v) { return parseEnum(run, cursor, v); });
     case DataType::kFree:
-      return store<FreeValue>(value,
-                              [&](FreeValue* v) { return parseFreeValue(run, cursor, v); });
+      return store<FreeValue>(value, [&](FreeValue* v) { return parseFreeValue(run, cursor, v); });
   }
   return kNoFormat;
 }

@@ -1,5 +1,5 @@
-// Field value parsers: each takes one field of a line, checks its text, reports what is wrong with it
-// and leaves the cursor on the separator, terminator or line end behind the field.
+// Field value parsers: each takes one field of a line, checks its text, reports what is wrong with
+// it and leaves the cursor on the separator, terminator or line end behind the field.
 #pragma once
 
 #include <cstdint>
@@ -33,8 +33,8 @@ struct Cursor {
 };
 
 // Each parser returns 0, kEmptyField for a blank field (the value is then zero or empty), or an
-// error number after reporting it (kStop at the error limit). The value is then zero; of a text that
-// is too long or not closed the part that fits is kept.
+// error number after reporting it (kStop at the error limit). The value is then zero; of a text
+// that is too long or not closed the part that fits is kept.
 int parseChar(Run& run, Cursor& cursor, char* value);
 int parseUint8(Run& run, Cursor& cursor, uint8_t* value);
 int parseUint16(Run& run, Cursor& cursor, uint16_t* value);

@@ -126,9 +126,9 @@ const BlockDef* findBlock(uint32_t parent, uint32_t keyword) {
 }
 
 bool hasSubSections(uint32_t keyword) {
-  return keyword < kKeywordCount &&
-         std::ranges::any_of(kBlocks,
-                             [keyword](const BlockDef& block) { return block.parent == keyword; });
+  return keyword < kKeywordCount && std::ranges::any_of(kBlocks, [keyword](const BlockDef& block) {
+           return block.parent == keyword;
+         });
 }
 
 const BlockDef* blockOfColumns(RecordType columns) {

@@ -1,5 +1,5 @@
-// POINTS, LINES and POLYGONS: their records are held back, completed by EXTRAINFO blocks, and delivered
-// at the first other sub-section or at the END.
+// POINTS, LINES and POLYGONS: their records are held back, completed by EXTRAINFO blocks, and
+// delivered at the first other sub-section or at the END.
 #include <algorithm>
 #include <cstring>
 #include <new>
@@ -43,8 +43,7 @@ class CollectedBlock {
         kind_(*std::ranges::find(kKinds, uint32_t{block.keyword}, &Kind::keyword)) {}
 
   int read() {
-    int status =
-        reader::parseColumns(run_, block_.keyword, block_.columns, block_.data, &columns_);
+    int status = reader::parseColumns(run_, block_.keyword, block_.columns, block_.data, &columns_);
     if (status != reader::kGoOn) return status;
     pending_.addGroup(columns_.span());
     for (Column& column : columns_.span()) {
@@ -110,8 +109,8 @@ class CollectedBlock {
   int extraInfo() {
     if (pending_.size() == 0) return run_.fail(reader::kSyntaxError, run_.line);
     reader::Columns columns;
-    const int status = reader::parseColumns(run_, schema::kExtraInfo, block_.columns, block_.data,
-                                            &columns);
+    const int status =
+        reader::parseColumns(run_, schema::kExtraInfo, block_.columns, block_.data, &columns);
     if (status != reader::kGoOn) return status;
     const FieldId key = columns.span()[0].id;
     if (key != kind_.number && key != kind_.identifier) {
@@ -148,12 +147,11 @@ class CollectedBlock {
 
   Outcome completeRecord(const reader::Columns& columns, const std::vector<Column>& written) {
     uint8_t values[schema::kRecordRoom];
-    const DataLine line =
-        reader::parseDataLine(run_, schema::kExtraInfo, columns.span(), values);
+    const DataLine line = reader::parseDataLine(run_, schema::kExtraInfo, columns.span(), values);
     if (line != DataLine::kGood) return outcomeOf(line);
     const Column& key = columns.span()[0];
-    const size_t record = pending_.find(
-        key.offset, {values + key.offset, schema::storedSize(key.type, key.width)});
+    const size_t record =
+        pending_.find(key.offset, {values + key.offset, schema::storedSize(key.type, key.width)});
     if (record == pending_.size()) return {run_.reportError(kind_.unknownKey, run_.line)};
     for (const Column& column : written) {
       pending_.set(record, *pending_.place(column.offset), values + column.offset);

@@ -16,15 +16,13 @@ int readData(reader::Run& run, const schema::BlockDef& block) {
   // Every line sets all declared members, so the others stay zero.
   uint8_t record[schema::kRecordRoom] = {};
   const auto dataLine = [&]() -> Outcome {
-    const reader::DataLine line =
-        reader::parseDataLine(run, block.keyword, columns.span(), record);
+    const reader::DataLine line = reader::parseDataLine(run, block.keyword, columns.span(), record);
     if (line == reader::DataLine::kGood) return {run.deliver(block.data, record)};
     return outcomeOf(line);
   };
   const bool subSections = schema::hasSubSections(block.keyword);
-  return finishBlock(run, block, readLines(run, [&] {
-                       return handleLine(run, block, subSections, dataLine);
-                     }));
+  return finishBlock(run, block,
+                     readLines(run, [&] { return handleLine(run, block, subSections, dataLine); }));
 }
 
 }  // namespace tavo::sections

@@ -1,5 +1,5 @@
-// The frame that all block readers share: the loop over a block's lines and what END lines, keywords
-// of sub-sections and keywords out of place mean in it.
+// The frame that all block readers share: the loop over a block's lines and what END lines,
+// keywords of sub-sections and keywords out of place mean in it.
 #pragma once
 
 #include "reader/columns.h"
@@ -21,8 +21,9 @@ inline bool endsRun(int status) {
   return status == reader::kStop || status == reader::kAborted || status == reader::kOutOfMemory;
 }
 
-// Reads lines and hands each to handle, which returns an Outcome, until the block is closed (kGoOn),
-// the input ends, the block is ended by a keyword, or the run ends. Overlong lines are passed over.
+// Reads lines and hands each to handle, which returns an Outcome, until the block is closed
+// (kGoOn), the input ends, the block is ended by a keyword, or the run ends. Overlong lines are
+// passed over.
 template <class Handle>
 int readLines(reader::Run& run, Handle handle) {
   Outcome outcome;
@@ -39,8 +40,8 @@ int readLines(reader::Run& run, Handle handle) {
 }
 
 // Handles a keyword line in a block with sub-sections: a sub-section is read; its END closes the
-// block; END of another block is an error, END of an unknown word is passed over; other keywords and
-// words are skipped with what follows them.
+// block; END of another block is an error, END of an unknown word is passed over; other keywords
+// and words are skipped with what follows them.
 Outcome handleKeyword(reader::Run& run, const schema::BlockDef& block);
 
 // Handles any line of a block whose own lines are handled by ownLine. A block without sub-sections

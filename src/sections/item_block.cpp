@@ -1,6 +1,6 @@
-// Item blocks: HEADER with UNITS, OFFSETS and PROJECT, CODELIST and SETUP. Their items fill one record,
-// which is delivered with the list of the items read when the block ends. HEADER items change how
-// the lines behind them are read.
+// Item blocks: HEADER with UNITS, OFFSETS and PROJECT, CODELIST and SETUP. Their items fill one
+// record, which is delivered with the list of the items read when the block ends. HEADER items
+// change how the lines behind them are read.
 #include "reader/items.h"
 
 #include <cstring>

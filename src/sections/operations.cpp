@@ -1,5 +1,6 @@
-// OPERATIONS: an operation line names a construction, the points line behind it lists its points. The
-// columns of the points lines are defined by the first one that the library instance ever reads.
+// OPERATIONS: an operation line names a construction, the points line behind it lists its points.
+// The columns of the points lines are defined by the first one that the library instance ever
+// reads.
 #include <algorithm>
 #include <cstring>
 
@@ -131,7 +132,7 @@ class OperationReader {
     const schema::Operation* const row = schema::operation(operation_);
     if (row == nullptr || row->points != count) {
       return run_.reportError(reader::kFormatMismatch, run_.line) == reader::kStop ? reader::kStop
-                                                                                  : kWrongCount;
+                                                                                   : kWrongCount;
     }
     OperationRecord record = {};
     record.Operation = operation_;
@@ -159,8 +160,8 @@ class OperationReader {
     std::copy_n(found, count, columns_.fields);
     columns_.fields[count] = TVO_FIELD_End;
     ColumnsRecord record = {};
-    std::memcpy(reinterpret_cast<char*>(&record) + offsetof(ColumnsRecord, fields),
-                columns_.fields, (count + 1) * sizeof(FieldId));
+    std::memcpy(reinterpret_cast<char*>(&record) + offsetof(ColumnsRecord, fields), columns_.fields,
+                (count + 1) * sizeof(FieldId));
     run_.deliver(TVO_RECORD_OPERATIONS_COLUMNS, &record);
     columns_.defined = true;
     return reader::kGoOn;

@@ -1,5 +1,5 @@
-// Section readers: each reads one block, from its keyword line to its END, checks it and delivers its
-// records. A reader's result is an internal status: kGoOn behind its END, kStop, kEndOfInput,
+// Section readers: each reads one block, from its keyword line to its END, checks it and delivers
+// its records. A reader's result is an internal status: kGoOn behind its END, kStop, kEndOfInput,
 // kAborted, kOutOfMemory, kEndedByKeyword when the current line is for the enclosing reader, or an
 // error number.
 #pragma once

@@ -1,5 +1,5 @@
-// TIME_TAGGED_CODES: lines of fixed layout, each a code with its time tag, a number and up to 20 named
-// values. There is no column definition; every line up to the section's END is data.
+// TIME_TAGGED_CODES: lines of fixed layout, each a code with its time tag, a number and up to 20
+// named values. There is no column definition; every line up to the section's END is data.
 #include <cstring>
 
 #include "reader/columns.h"
@@ -24,8 +24,7 @@ class TimeTaggedLine {
     int status = endField(reader::parseText(run_, cursor_, record_.Code, sizeof record_.Code));
     if (status != 0) return status;
     DateTime tag;
-    status = endField(
-        reader::parseDateTime(run_, cursor_, run_.settings.units.dateOrder, &tag));
+    status = endField(reader::parseDateTime(run_, cursor_, run_.settings.units.dateOrder, &tag));
     if (status != 0) return status;
     record_.TimeTag = tag;
     uint16_t number = 0;
@@ -40,9 +39,7 @@ class TimeTaggedLine {
   }
 
  private:
-  bool atTerminator() const {
-    return !cursor_.atEnd() && *cursor_.at == run_.settings.terminator;
-  }
+  bool atTerminator() const { return !cursor_.atEnd() && *cursor_.at == run_.settings.terminator; }
 
   // What follows a field should be the separator, and the field should not be empty. Whatever else
   // stands there is reported; only a terminator is not passed over, and ends the line.

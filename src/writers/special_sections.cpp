@@ -105,9 +105,8 @@ void writeTimeTaggedLine(Writer& writer, const char* record) {
 // Points of an operation: the table says how many; of an operation that it does not have, the slots
 // in use, at least one.
 size_t pointCount(uint32_t operation, const OperationPointsRecord& record) {
-  for (const schema::Operation* row = schema::OperationTable; row->id != schema::kEndMark; ++row) {
-    if (row->id == operation && row->points > 0) return row->points;
-  }
+  const schema::Operation* row = schema::operation(operation);
+  if (row != nullptr && row->points > 0) return row->points;
   size_t used = 1;
   for (size_t i = 0; i < kMaxPoints; ++i) {
     if (record.points[i].PointNo != 0 || record.points[i].PointID[0] != '\0') used = i + 1;

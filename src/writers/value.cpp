@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
 
 #include "schema/enums.h"
@@ -102,20 +103,26 @@ size_t putDefault(const DefaultValue& value, const OutputState& state, char* out
   return value.kind == TVO_ENUM_REAL ? putFreeReal(value.real, state, out) : 0;
 }
 
-// `digits` digits with leading zeros, behind them `mark`.
+// `digits` characters: leading zeros, a minus in place of the first one; behind them `mark`.
 char* putPadded(int value, int digits, char mark, char* out) {
+  const bool negative = value < 0;
+  value = negative ? -value : value;
   for (int i = digits - 1; i >= 0; --i) {
     out[i] = static_cast<char>('0' + value % 10);
     value /= 10;
   }
+  if (negative) out[0] = '-';
   out[digits] = mark;
   return out + digits + 1;
 }
 
-bool fitsDigits(const DateTime& date) {
-  const auto two = [](int16_t value) { return value >= 0 && value <= 99; };
-  return date.year >= 0 && date.year <= 9999 && two(date.month) && two(date.day) &&
-         two(date.hour) && two(date.minute) && two(date.second) && two(date.hundredths);
+// Whether each number fits the digits that a reader looks at; it checks no calendar.
+bool fitsDigits(const DateTime& date, EnumId order) {
+  const auto two = [](int16_t value) { return value > -10 && value < 100; };
+  const bool fraction = order == TVO_ENUM_DMY ? date.hundredths > -100 && date.hundredths < 100
+                                              : date.hundredths > -10 && date.hundredths < 100;
+  return date.year > -1000 && date.year < 10000 && two(date.month) && two(date.day) &&
+         two(date.hour) && two(date.minute) && two(date.second) && fraction;
 }
 
 size_t putCalendar(const DateTime& date, EnumId order, char* out) {
@@ -133,7 +140,9 @@ size_t putCalendar(const DateTime& date, EnumId order, char* out) {
   p = putPadded(date.hour, 2, ':', p);
   p = putPadded(date.minute, 2, ':', p);
   p = putPadded(date.second, 2, '.', p);
-  *p++ = static_cast<char>('0' + date.hundredths / 10);
+  const int tenths = date.hundredths / 10;
+  if (tenths < 0) *p++ = '-';
+  *p++ = static_cast<char>('0' + std::abs(tenths));
   return static_cast<size_t>(p - out);
 }
 
@@ -266,7 +275,7 @@ size_t putDate(const DateTime& date, EnumId order, char* out) {
     return schema::fromMjd(mjd, &back) ? putFixed(mjd, kMjdDecimals, kMjdDecimals, out) : 0;
   }
   if (order != TVO_ENUM_DMY && order != TVO_ENUM_MDY && order != TVO_ENUM_YMD) return 0;
-  return fitsDigits(date) ? putCalendar(date, order, out) : 0;
+  return fitsDigits(date, order) ? putCalendar(date, order, out) : 0;
 }
 
 size_t putZeroDate(EnumId order, char* out) {

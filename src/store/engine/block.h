@@ -190,6 +190,9 @@ struct Store::ControlBlock {
   void invalidatePositions();
 };
 
+// Keeps copies of the segment lists of an index list; kNoMemory on failure.
+int keepSegments(ControlBlock& file, const IndexDef* indexes);
+
 // --- Transfers of header and markers
 int readHeader(ControlBlock& file);
 int writeHeader(ControlBlock& file);

@@ -27,19 +27,6 @@ int checkIndexes(const IndexDef* indexes) {
   return kOk;
 }
 
-// Keeps copies of the segment lists.
-int keepSegments(ControlBlock& file, const IndexDef* indexes) {
-  for (const IndexDef* def = indexes; def != nullptr && def->index != 0; ++def) {
-    std::uint32_t count = 0;
-    if (def->segments == nullptr || checkSegments(def->segments, count) != kOk) continue;
-    auto& kept = file.segments[def->index];
-    kept.reset(new (std::nothrow) KeySegment[count + 1]);
-    if (kept == nullptr) return kNoMemory;
-    std::memcpy(kept.get(), def->segments, (count + 1) * sizeof(KeySegment));
-  }
-  return kOk;
-}
-
 // The definitions must be those that the file was made with.
 int matchIndexes(const ControlBlock& file, const IndexDef* indexes) {
   if (indexes == nullptr) {
@@ -213,6 +200,18 @@ int releaseFile(ControlBlock& file) {
 }
 
 }  // namespace
+
+int keepSegments(ControlBlock& file, const IndexDef* indexes) {
+  for (const IndexDef* def = indexes; def != nullptr && def->index != 0; ++def) {
+    std::uint32_t count = 0;
+    if (def->segments == nullptr || checkSegments(def->segments, count) != kOk) continue;
+    auto& kept = file.segments[def->index];
+    kept.reset(new (std::nothrow) KeySegment[count + 1]);
+    if (kept == nullptr) return kNoMemory;
+    std::memcpy(kept.get(), def->segments, (count + 1) * sizeof(KeySegment));
+  }
+  return kOk;
+}
 
 Store::Store(PageCache& cache, platform::FileSystem& files)
     : block_(new (std::nothrow) ControlBlock(&cache.impl(), files)) {}

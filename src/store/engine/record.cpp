@@ -138,6 +138,30 @@ void clearValue(const Field& field) {
   }
 }
 
+// Walks a packed record along its field list: `present` gets the fields that are there, `absent`
+// those that hold nothing.
+template <typename Present, typename Absent>
+int walkPacked(const Field* fields, const std::uint8_t* packed, std::uint32_t size,
+               Present&& present, Absent&& absent) {
+  std::uint32_t at = kRecordHead;
+  const Field* f = fields;
+  for (;;) {
+    if (at + 2 > size) return kCorrupt;
+    const std::uint32_t number = loadU16(packed + at);
+    at += 2;
+    // The end mark is above every number.
+    for (; f->type != 'E' && static_cast<std::uint32_t>(f - fields) < number; ++f) absent(*f);
+    if (number == kRecordEnd) return kOk;
+    std::uint32_t length = 0;
+    if (f->type == 'E' || static_cast<std::uint32_t>(f - fields) != number ||
+        !packedSize(*f, packed + at, size - at, length))
+      return kCorrupt;
+    present(*f, packed + at, length);
+    at += length;
+    ++f;
+  }
+}
+
 }  // namespace
 
 int checkFieldList(const Field* fields, const std::uint8_t keyTypes[kIndexNumbers], bool full) {
@@ -191,23 +215,19 @@ int packRecord(const Field* fields, std::uint8_t typeByte, std::uint8_t* out, st
 }
 
 int unpackRecord(const Field* fields, const std::uint8_t* packed, std::uint32_t size) {
-  std::uint32_t at = kRecordHead;
-  const Field* f = fields;
-  for (;;) {
-    if (at + 2 > size) return kCorrupt;
-    const std::uint32_t number = loadU16(packed + at);
-    at += 2;
-    // Fields that are not there hold nothing; the end mark is above every number.
-    for (; f->type != 'E' && static_cast<std::uint32_t>(f - fields) < number; ++f) clearValue(*f);
-    if (number == kRecordEnd) return kOk;
-    std::uint32_t length = 0;
-    if (f->type == 'E' || static_cast<std::uint32_t>(f - fields) != number ||
-        !packedSize(*f, packed + at, size - at, length))
-      return kCorrupt;
-    if (f->type != 'S' || roomOf(*f) != 0) std::memcpy(f->value, packed + at, length);
-    at += length;
-    ++f;
-  }
+  return walkPacked(
+      fields, packed, size,
+      [](const Field& f, const std::uint8_t* value, std::uint32_t length) {
+        if (f.type != 'S' || roomOf(f) != 0) std::memcpy(f.value, value, length);
+      },
+      clearValue);
+}
+
+int checkPacked(const Field* fields, const std::uint8_t* packed, std::uint32_t size) {
+  if (size < kRecordHead || loadU16(packed) != fieldListMark(fields)) return kCorrupt;
+  return walkPacked(
+      fields, packed, size, [](const Field&, const std::uint8_t*, std::uint32_t) {},
+      [](const Field&) {});
 }
 
 Value RecordValues::get(std::uint32_t number) const {

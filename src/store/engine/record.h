@@ -49,4 +49,7 @@ int packRecord(const Field* fields, std::uint8_t typeByte, std::uint8_t* out, st
 // Fills the list's values from a packed record; kCorrupt when it is none of that list.
 int unpackRecord(const Field* fields, const std::uint8_t* packed, std::uint32_t size);
 
+// The same without values: kCorrupt when the record was not packed by this list.
+int checkPacked(const Field* fields, const std::uint8_t* packed, std::uint32_t size);
+
 }  // namespace tavo::engine

@@ -1,0 +1,62 @@
+// The library-wide state behind the exported functions, and what they do with it. Everything below
+// this layer gets its context as an argument, so tools and tests can have instances of their own.
+#pragma once
+
+#include <cstdint>
+
+#include "reader/run.h"
+#include "store/record_store.h"
+#include "tavo/tavo.h"
+#include "writers/build.h"
+
+namespace tavo::api {
+
+// Counts of an analysis.
+struct AnalysisCounts {
+  uint16_t errors = 0;
+  uint16_t warnings = 0;
+  uint32_t lines = 0;
+  uint64_t records = 0;
+};
+
+// Shows how far a long analysis is; called once per record.
+class ProgressObserver {
+ public:
+  virtual void onProgress(uint64_t bytesRead) = 0;
+
+ protected:
+  ~ProgressObserver() = default;
+};
+
+struct AnalysisRequest {
+  const char* inputPath = nullptr;
+  const char* logPath = nullptr;
+  uint16_t maxErrors = UINT16_MAX;
+  reader::RecordSink sink;
+  bool intoStore = false;  // the sink writes to the library's store: begin with a new data file
+  reader::FindingObserver* findings = nullptr;
+  ProgressObserver* progress = nullptr;
+};
+
+class Library {
+ public:
+  // Reads and checks a text file and hands its records to the request's sink. The data file is
+  // closed at the end, whatever happened. counts is left alone when a file cannot be opened.
+  uint32_t analyse(const AnalysisRequest& request, AnalysisCounts* counts);
+
+  // Writes a text file from the records of a source. fromStore: the source reads the library's
+  // store, which is opened when it is closed.
+  uint16_t build(const char* outputPath, writers::RecordSource& source, bool fromStore);
+
+  store::RecordStore store;
+  writers::BuildSettings settings;  // kept between builds
+
+ private:
+  // Kept for the library's life, over all analyses.
+  reader::OperationColumns operationColumns_;
+};
+
+// The instance behind the exported functions, made at first use. Null when memory runs out.
+Library* library();
+
+}  // namespace tavo::api

@@ -1,0 +1,381 @@
+// Checks a whole store file. It reads the pages itself, one at a time, and trusts nothing but the
+// header's signature.
+#include "store/engine/verify.h"
+
+#include <algorithm>
+#include <new>
+#include <vector>
+
+#include "store/engine/block.h"
+#include "store/engine/key.h"
+#include "store/engine/record.h"
+#include "store/engine/tree.h"
+
+namespace tavo::engine {
+namespace {
+
+using platform::Transfer;
+
+// A key of a record as it is or should be in an index.
+struct KeyRef {
+  std::uint64_t key;  // hash of its bytes
+  std::int32_t record;
+  std::int32_t index;
+
+  friend auto operator<=>(const KeyRef&, const KeyRef&) = default;
+};
+
+std::uint64_t hashBytes(const std::uint8_t* bytes, std::size_t size) {
+  std::uint64_t hash = 14695981039346656037u;
+  for (std::size_t i = 0; i < size; ++i) hash = (hash ^ bytes[i]) * 1099511628211u;
+  return hash;
+}
+
+std::string text(long long value) { return std::to_string(value); }
+
+class Verifier {
+ public:
+  Verifier(VerifyReport& report, const VerifyHooks& hooks, platform::FileSystem& files)
+      : report_(report), hooks_(hooks), file_(nullptr, files) {}
+
+  int run(const char* path, const IndexDef* indexes);
+
+ private:
+  using Bytes = std::vector<std::uint8_t>;
+  // What the walk knows of a level: the page left of the next one.
+  struct Level {
+    std::int32_t last = kNoPage;
+    std::int32_t next = kNoPage;
+  };
+
+  void find(std::int32_t page, const std::string& what) {
+    ++report_.findings;
+    if (hooks_.finding) hooks_.finding(page, what);
+  }
+  bool readPage(std::int32_t number, WorkPage& w);
+  void checkHeader();
+  void walk(std::int32_t number, int expected, const Bytes& low, const Bytes& high);
+  void checkChain(const WorkPage& w);
+  void checkOrder(const WorkPage& w, const Bytes& low, const Bytes& high);
+  void walkChildren(const WorkPage& w, const Bytes& low, const Bytes& high);
+  void visitLeaf(const WorkPage& w);
+  void visitPiece(std::int32_t page, const std::uint8_t* e);
+  void endRecord(std::int32_t page);
+  void checkKeys();
+  void checkNumbers();
+  void checkPages();
+  int order(const std::uint8_t* a, const Bytes& b, bool aLeaf, bool bLeaf) const;
+
+  VerifyReport& report_;
+  const VerifyHooks& hooks_;
+  ControlBlock file_;
+  std::vector<bool> reached_;
+  Level levels_[kMaxHeight];
+  Bytes lastEntry_;  // of the leaves so far
+  std::vector<std::int32_t> free_;
+  std::vector<std::int32_t> records_;
+  std::vector<KeyRef> present_;
+  std::vector<KeyRef> expected_;
+  bool typesKnown_ = true;  // every record's field list was to be had
+
+  // The record whose pieces are being read.
+  std::int32_t record_ = 0;
+  int pieces_ = 0;
+  bool open_ = false;
+  Bytes packed_;
+};
+
+// Order of an entry against a kept one.
+int Verifier::order(const std::uint8_t* a, const Bytes& b, bool aLeaf, bool bLeaf) const {
+  Probe probe;
+  probe.index = entry::index(b.data());
+  probe.key = entry::key(b.data());
+  probe.keyLength = entry::keyLength(b.data(), bLeaf);
+  probe.record = entry::record(b.data());
+  probe.piece = entry::piece(b.data());
+  return compareEntry(file_, a, aLeaf, probe);
+}
+
+bool Verifier::readPage(std::int32_t number, WorkPage& w) {
+  w.number = number;
+  if (file_.file->readAt(pagePosition(number), w.bytes, kPageSize) == Transfer::kDone) return true;
+  find(number, "page cannot be read");
+  return false;
+}
+
+void Verifier::checkHeader() {
+  const FileHeader& h = file_.header;
+  for (int i = 0; i < kIndexNumbers; ++i) {
+    if (h.keyType[i] > kMaxKeyType)
+      find(-1, "index " + text(i) + " has key type " + text(h.keyType[i]));
+  }
+  const bool fresh = h.pagesInUse == 1 && h.pagesInFile == 0;
+  if (!fresh && (h.pagesInUse == 0 || h.pagesInUse > h.pagesInFile || h.pagesInFile > kMaxPages))
+    find(-1, "header counts " + text(h.pagesInUse) + " pages in use of " + text(h.pagesInFile));
+  std::uint8_t marker[4];
+  if (file_.file->readAt(kModifiedMarker, marker, 2) == Transfer::kDone &&
+      loadU16(marker) == kMarkerValue)
+    find(-1, "the file was left in the middle of a write");
+  if (file_.file->readAt(kOpenMarker, marker, 4) == Transfer::kDone &&
+      loadU32(marker) == kMarkerValue)
+    find(-1, "the file was left while it was being created");
+}
+
+// Visits the subtree of a page. `low` and `high` are the separators around it, empty at the edges
+// of the tree.
+void Verifier::walk(std::int32_t number, int expected, const Bytes& low, const Bytes& high) {
+  const auto index = static_cast<std::uint32_t>(number);
+  if (number < 0 || index >= reached_.size()) {
+    find(number, "link to a page that is not in use");
+    return;
+  }
+  if (reached_[index]) {
+    find(number, "page is reached more than once");
+    return;
+  }
+  reached_[index] = true;
+  WorkPage w;
+  if (!readPage(number, w)) return;
+  if (w.parse() != kOk) {
+    find(number, "entries do not fit the page");
+    return;
+  }
+  const int level = w.level();
+  if (expected >= 0 && level != expected) {
+    find(number, "level " + text(level) + " where " + text(expected) + " belongs");
+    return;
+  }
+  if (number == 0) report_.height = static_cast<std::uint32_t>(level) + 1;
+  report_.bytesUsed += w.offsets[w.count] - kPageHead;
+  ++(level == 0 ? report_.leafPages : report_.innerPages);
+  if (!w.sound)
+    find(number, "free bytes are " + text(w.freeBytes()) + ", not " +
+                     text(static_cast<long long>(kPageSize) - w.offsets[w.count]));
+  checkChain(w);
+  checkOrder(w, low, high);
+  if (level == 0)
+    visitLeaf(w);
+  else
+    walkChildren(w, low, high);
+}
+
+void Verifier::checkChain(const WorkPage& w) {
+  Level& level = levels_[w.level()];
+  if (w.previous() != level.last)
+    find(w.number, "previous page is " + text(w.previous()) + ", not " + text(level.last));
+  if (level.last != kNoPage && level.next != w.number)
+    find(level.last, "next page is " + text(level.next) + ", not " + text(w.number));
+  level.last = w.number;
+  level.next = w.next();
+}
+
+void Verifier::checkOrder(const WorkPage& w, const Bytes& low, const Bytes& high) {
+  const bool leaf = w.level() == 0;
+  for (int i = 0; i < w.count; ++i) {
+    const std::uint8_t* const e = w.at(i);
+    const std::string name = "entry " + text(i);
+    if (entry::index(e) < 1 || entry::index(e) > kLastIndex)
+      find(w.number, name + " is of index " + text(entry::index(e)));
+    if (i > 0) {
+      const std::uint8_t* const before = w.at(i - 1);
+      if (order(e, Bytes(before, before + entry::size(before)), leaf, leaf) <= 0)
+        find(w.number, name + " is not behind the one before");
+    }
+    // A leaf may begin with its separator; an inner page keeps it above.
+    if (!low.empty() && order(e, low, leaf, false) < (leaf ? 0 : 1))
+      find(w.number, name + " is before the page's separator");
+    if (!high.empty() && order(e, high, leaf, false) >= 0)
+      find(w.number, name + " is behind the next page's separator");
+  }
+  if (leaf && w.count > 0) {
+    if (!lastEntry_.empty() && order(w.at(0), lastEntry_, true, true) <= 0)
+      find(w.number, "first entry is not behind the page before");
+    const std::uint8_t* const last = w.at(w.count - 1);
+    lastEntry_.assign(last, last + entry::size(last));
+  }
+}
+
+void Verifier::walkChildren(const WorkPage& w, const Bytes& low, const Bytes& high) {
+  Bytes left = low;
+  for (int i = -1; i < w.count; ++i) {
+    const std::uint32_t child = i < 0 ? page::firstChild(w.bytes) : entry::child(w.at(i));
+    if (i >= 0) left.assign(w.at(i), w.at(i) + entry::size(w.at(i)));
+    Bytes right = high;
+    if (i + 1 < w.count) right.assign(w.at(i + 1), w.at(i + 1) + entry::size(w.at(i + 1)));
+    walk(static_cast<std::int32_t>(child), w.level() - 1, left, right);
+  }
+}
+
+void Verifier::visitLeaf(const WorkPage& w) {
+  for (int i = 0; i < w.count; ++i) {
+    const std::uint8_t* const e = w.at(i);
+    const int index = entry::index(e);
+    if (index <= kLastIndex) ++report_.entries[index];
+    if (index == kRecords) {
+      visitPiece(w.number, e);
+      continue;
+    }
+    if (e[2] != kLastPiece)
+      find(w.number, "entry " + text(i) + " is a piece of an entry without data");
+    if (index == kFreeNumbers) free_.push_back(entry::record(e));
+    if (index < kFreeNumbers)
+      present_.push_back(
+          {hashBytes(entry::key(e), entry::keyLength(e, true)), entry::record(e), index});
+  }
+}
+
+void Verifier::visitPiece(std::int32_t page, const std::uint8_t* e) {
+  const std::int32_t number = entry::record(e);
+  if (open_ && (number != record_ || entry::piece(e) != pieces_)) {
+    find(page, "record " + text(record_) + " lacks piece " + text(pieces_));
+    open_ = false;
+  }
+  if (!open_) {
+    if (entry::piece(e) != 0) {
+      find(page,
+           "piece " + text(entry::piece(e)) + " of record " + text(number) + " follows nothing");
+      return;
+    }
+    record_ = number;
+    pieces_ = 0;
+    packed_.clear();
+    open_ = true;
+  }
+  packed_.insert(packed_.end(), e + kEntryHead, e + entry::size(e));
+  ++pieces_;
+  if (!entry::isLastPiece(e)) return;
+  open_ = false;
+  endRecord(page);
+}
+
+void Verifier::endRecord(std::int32_t page) {
+  records_.push_back(record_);
+  const auto size = static_cast<std::uint32_t>(packed_.size());
+  if (size < kRecordHead + 2) {
+    find(page, "record " + text(record_) + " is too short");
+    typesKnown_ = false;
+    return;
+  }
+  const std::uint8_t type = packed_[kRecordType];
+  if (hooks_.record) hooks_.record(record_, type, packed_.data(), packed_.size());
+  if (!hooks_.fields) return;
+  const Field* const fields = hooks_.fields(type);
+  if (fields == nullptr || checkPacked(fields, packed_.data(), size) != kOk) {
+    find(page,
+         "record " + text(record_) + " of type " + text(type) + " does not fit its field list");
+    typesKnown_ = false;
+    return;
+  }
+  const RecordValues values(fields, packed_.data(), size);
+  for (std::uint32_t i = 0; fields[i].type != 'E'; ++i) {
+    Key key;
+    if (fields[i].keyRole == 'N' || makeKey(file_, values, i, key) != kOk) continue;
+    expected_.push_back({hashBytes(key.bytes, key.length), record_, fields[i].index});
+  }
+}
+
+// The keys that are there against those that the records make.
+void Verifier::checkKeys() {
+  if (!hooks_.fields || !typesKnown_) return;
+  std::sort(present_.begin(), present_.end());
+  std::sort(expected_.begin(), expected_.end());
+  const auto report = [this](const KeyRef& ref, const char* what) {
+    find(-1, "record " + text(ref.record) + what + text(ref.index));
+  };
+  std::size_t p = 0;
+  std::size_t e = 0;
+  while (p < present_.size() || e < expected_.size()) {
+    if (e == expected_.size() || (p < present_.size() && present_[p] < expected_[e])) {
+      report(present_[p++], " has a key that is not its own in index ");
+    } else if (p == present_.size() || expected_[e] < present_[p]) {
+      report(expected_[e++], " lacks its key in index ");
+    } else {
+      ++p;
+      ++e;
+    }
+  }
+}
+
+void Verifier::checkNumbers() {
+  const FileHeader& h = file_.header;
+  report_.records = static_cast<std::uint32_t>(records_.size());
+  report_.freeNumbers = static_cast<std::uint32_t>(free_.size());
+  if (report_.records != h.recordCount)
+    find(-1,
+         "header counts " + text(h.recordCount) + " records, there are " + text(report_.records));
+  if (report_.freeNumbers != h.freeCount)
+    find(-1, "header counts " + text(h.freeCount) + " free numbers, there are " +
+                 text(report_.freeNumbers));
+  std::sort(records_.begin(), records_.end());
+  for (const std::int32_t number : free_) {
+    if (std::binary_search(records_.begin(), records_.end(), number))
+      find(-1, "record " + text(number) + " is stored under a free number");
+  }
+  for (const auto* const numbers : {&records_, &free_}) {
+    for (const std::int32_t number : *numbers) {
+      if (number < 1 || static_cast<std::uint32_t>(number) >= h.nextRecord)
+        find(-1, "record number " + text(number) + " was never given out");
+    }
+  }
+  for (const KeyRef& ref : present_) {
+    if (!std::binary_search(records_.begin(), records_.end(), ref.record))
+      find(-1, "index " + text(ref.index) + " has a key of record " + text(ref.record) +
+                   ", which is missing");
+  }
+}
+
+void Verifier::checkPages() {
+  for (const Level& level : levels_) {
+    if (level.last != kNoPage && level.next != kNoPage)
+      find(level.last, "next page is " + text(level.next) + " at the end of the level");
+  }
+  for (std::size_t i = 0; i < reached_.size(); ++i) {
+    if (!reached_[i]) find(static_cast<std::int32_t>(i), "page is in use but not reached");
+  }
+  static constexpr std::uint8_t kZero[kPageSize] = {};
+  for (auto i = static_cast<std::uint32_t>(reached_.size()); i < file_.header.pagesInFile; ++i) {
+    WorkPage w;
+    const auto number = static_cast<std::int32_t>(i);
+    // One page that is missing stands for all behind it.
+    if (!readPage(number, w)) break;
+    if (std::memcmp(w.bytes, kZero, kPageSize) != 0) find(number, "reserve page is not empty");
+  }
+}
+
+int Verifier::run(const char* path, const IndexDef* indexes) {
+  file_.file = file_.files.open(path, platform::Access::kRead, platform::Sharing::kNone);
+  if (file_.file == nullptr) return kNotFound;
+  int code = readHeader(file_);
+  if (code == kOk) code = keepSegments(file_, indexes);
+  if (code != kOk) return code;
+  const FileHeader& h = file_.header;
+  report_.pagesInUse = h.pagesInUse;
+  report_.pagesInFile = h.pagesInFile;
+  checkHeader();
+  reached_.resize(std::clamp<std::uint32_t>(h.pagesInUse, 1, kMaxPages));
+  walk(0, -1, {}, {});
+  if (open_) find(-1, "record " + text(record_) + " lacks piece " + text(pieces_));
+  checkPages();
+  checkNumbers();
+  checkKeys();
+  return kOk;
+}
+
+}  // namespace
+
+double VerifyReport::fillFactor() const {
+  const double pages = static_cast<double>(leafPages) + static_cast<double>(innerPages);
+  return pages == 0 ? 0 : static_cast<double>(bytesUsed) / (pages * kPageRoom);
+}
+
+int verify(const char* path, VerifyReport& report, const VerifyHooks& hooks,
+           const IndexDef* indexes, platform::FileSystem& files) {
+  try {
+    Verifier verifier(report, hooks, files);
+    return verifier.run(path, indexes);
+  } catch (const std::bad_alloc&) {
+    return kNoMemory;
+  }
+}
+
+}  // namespace tavo::engine

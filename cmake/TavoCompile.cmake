@@ -20,6 +20,10 @@ if(TAVO_SANITIZE)
   target_link_options(tavo_compile INTERFACE ${sanitize})
 endif()
 
+if(TAVO_FUZZING)
+  target_compile_options(tavo_compile INTERFACE -fsanitize=fuzzer-no-link)
+endif()
+
 if(WIN32)
   # Real numbers in SSE registers round as on x86-64. Hosts keep the stack aligned to 4 bytes only,
   # so every function that needs more aligns its own frame.

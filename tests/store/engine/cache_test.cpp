@@ -1,0 +1,261 @@
+// Page buffers, write modes and markers, and what is left when transfers fail.
+#include "engine_fixture.h"
+#include "store/engine/tree.h"
+
+namespace tavo::engine::test {
+namespace {
+
+// A file of some leaf pages, made by a plain load.
+void fill(Store& store, std::uint32_t from, std::uint32_t to) {
+  Sample sample;
+  for (std::uint32_t n = from; n < to; ++n) {
+    sample.set(static_cast<int>(n % 5), n * 7919 % 10007, "name " + std::to_string(n * 31 % 1009),
+               static_cast<int>(n % 200));
+    ASSERT_EQ(store.insert(sample.fields, kSampleType), kOk);
+  }
+}
+
+class CacheTest : public ::testing::Test {
+ protected:
+  void make(Store& store, const char* path, int mode = 0, std::uint32_t records = 300) {
+    ASSERT_EQ(store.create(path, kIndexes), kOk);
+    ASSERT_EQ(store.setWriteMode(mode), kOk);
+    fill(store, 1, 1 + records);
+  }
+  void load(Store& store, std::int32_t number) {
+    WorkPage* w = nullptr;
+    ASSERT_EQ(store.block().cache->load(store.block(), number, w), kOk);
+  }
+  void startLog() {
+    files_.log.clear();
+    files_.logging = true;
+  }
+
+  TempFile file_;
+  TestFiles files_;
+};
+
+TEST_F(CacheTest, ElevenPagesThroughTenBuffers) {
+  PageCache cache;
+  Store store(cache, files_);
+  make(store, file_.path());
+  ASSERT_EQ(store.close(), kOk);
+  ASSERT_EQ(store.open(file_.path(), kIndexes), kOk);
+  startLog();
+  for (std::int32_t n = 1; n <= 11; ++n) load(store, n);
+  EXPECT_EQ(files_.count('r'), 11);
+  load(store, 2);
+  EXPECT_EQ(files_.count('r'), 11);
+  load(store, 1);
+  ASSERT_EQ(files_.count('r'), 12);
+  EXPECT_EQ(files_.log.back().position, pagePosition(1));
+  EXPECT_EQ(files_.count('w'), 0);
+}
+
+TEST_F(CacheTest, DirtyBufferGoesToItsOwnFileFirst) {
+  const TempFile other("_other");
+  PageCache cache;
+  TestFiles otherFiles;
+  Store store(cache, files_);
+  Store second(cache, otherFiles);
+  make(second, other.path());
+  ASSERT_EQ(second.close(), kOk);
+  ASSERT_EQ(second.open(other.path(), kIndexes), kOk);
+  ASSERT_EQ(store.create(file_.path(), kIndexes), kOk);
+  ASSERT_EQ(store.setWriteMode(0), kOk);
+  fill(store, 1, 2);
+  startLog();
+  otherFiles.logging = true;
+  // The one dirty page is the oldest when the tenth other page comes.
+  for (std::int32_t n = 1; n <= 9; ++n) load(second, n);
+  EXPECT_EQ(files_.count('w'), 0);
+  load(second, 10);
+  ASSERT_EQ(files_.count('w'), 1);
+  EXPECT_EQ(files_.log.back().position, pagePosition(0));
+  EXPECT_EQ(otherFiles.count('r'), 10);
+  EXPECT_EQ(otherFiles.count('w'), 0);
+}
+
+TEST_F(CacheTest, BufferCountsAllGiveTheSameFile) {
+  std::vector<std::uint8_t> expected;
+  for (const unsigned buffers : {10u, 0u, 1u, 3u, 100u}) {
+    for (const int mode : {0, 3}) {
+      const TempFile file;
+      PageCache cache(buffers);
+      Store store(cache, files_);
+      make(store, file.path(), mode, 400);
+      ASSERT_EQ(store.close(), kOk);
+      if (expected.empty()) expected = file.bytes();
+      EXPECT_EQ(file.bytes(), expected) << buffers;
+      EXPECT_EQ(findings(file.path()), "");
+    }
+  }
+}
+
+TEST_F(CacheTest, WriteModes) {
+  PageCache cache;
+  Store store(cache, files_);
+  make(store, file_.path(), 0);
+  EXPECT_EQ(store.setWriteMode(5), kNotFound);
+  EXPECT_EQ(store.setWriteMode(-1), kNotFound);
+  EXPECT_EQ(store.writeMode(), 0);
+  const auto& bytes = file_;
+  const auto onDisk = [&bytes] { return findings(bytes.path()); };
+  for (const int mode : {0, 1, 2, 3, 4}) {
+    ASSERT_EQ(store.setWriteMode(mode), kOk);
+    startLog();
+    fill(store, 2000 + static_cast<std::uint32_t>(mode), 2001 + static_cast<std::uint32_t>(mode));
+    int header = 0;
+    int marker = 0;
+    for (const auto& operation : files_.log) {
+      header += operation.kind == 'w' && operation.position == 0 ? 1 : 0;
+      marker += operation.kind == 'w' && operation.position == kModifiedMarker ? 1 : 0;
+    }
+    EXPECT_EQ(header > 0, mode != 0) << mode;
+    EXPECT_EQ(marker, mode == 4 ? 2 : 0);
+    EXPECT_EQ(files_.count('f') > 0, mode != 0) << mode;
+    if (mode == 4) {
+      // Marker and flush, the header, pages, flush, and the marker again.
+      EXPECT_EQ(files_.log.back().kind, 'f');
+      EXPECT_EQ(loadU16(bytes.bytes().data() + kModifiedMarker), 0);
+    }
+  }
+  ASSERT_EQ(store.close(), kOk);
+  EXPECT_EQ(onDisk(), "");
+}
+
+TEST_F(CacheTest, InterruptedSafeWriteIsReadAndNotWritten) {
+  PageCache cache;
+  Store store(cache);
+  make(store, file_.path(), 4, 20);
+  ASSERT_EQ(store.close(), kOk);
+  auto bytes = file_.bytes();
+  storeU16(bytes.data() + kModifiedMarker, kMarkerValue);
+  file_.write(bytes);
+  ASSERT_EQ(store.open(file_.path(), kIndexes), kOk);
+  ASSERT_EQ(store.setWriteMode(4), kOk);
+  Sample sample;
+  EXPECT_EQ(store.position(1, kFirst), kOk);
+  EXPECT_EQ(store.read(sample.fields), kOk);
+  EXPECT_EQ(store.replace(sample.fields), kInterrupted);
+  EXPECT_EQ(store.close(), kOk);
+  EXPECT_EQ(file_.bytes(), bytes);
+}
+
+TEST_F(CacheTest, FullDiskRefusesAndLosesNothing) {
+  for (const int mode : {0, 1, 2, 3, 4}) {
+    const TempFile file(std::to_string(mode));
+    PageCache cache;
+    Store store(cache, files_);
+    ASSERT_EQ(store.create(file.path(), kIndexes), kOk);
+    ASSERT_EQ(store.setWriteMode(mode), kOk);
+    files_.full = 60 * 1024 + 500;
+    files_.shortened = true;
+    Sample sample;
+    std::uint32_t n = 0;
+    int code = kOk;
+    while (code == kOk) {
+      ++n;
+      sample.set(1, n, "name" + std::to_string(n % 37), 100);
+      code = store.insert(sample.fields, kSampleType);
+      ASSERT_LT(n, 1000u);
+    }
+    EXPECT_EQ(code, kWriteFailed);
+    EXPECT_EQ(store.recordCount(), n - 1);
+    EXPECT_EQ(store.insert(sample.fields, kSampleType), kWriteFailed);
+    // Removing makes no room in the file, but it goes.
+    ASSERT_EQ(store.position(1, kFirst), kOk);
+    EXPECT_EQ(store.remove(sample.fields), kOk);
+    files_.full = ~0ull;
+    sample.set(1, n, "again");
+    EXPECT_EQ(store.insert(sample.fields, kSampleType), kOk);
+    ASSERT_EQ(store.close(), kOk);
+    EXPECT_EQ(findings(file.path()), "");
+  }
+}
+
+// One transfer fails, at every place of a small load in turn: the operation is refused, all others
+// hold.
+TEST_F(CacheTest, AnyOneFailedTransferIsSurvived) {
+  for (const unsigned buffers : {10u, 2u, 0u}) {
+    for (const int mode : {0, 2, 3, 4}) {
+      for (int fault = 0; fault < 4000; fault += fault < 60 ? 3 : 97) {
+        const TempFile file;
+        PageCache cache(buffers);
+        Store store(cache, files_);
+        ASSERT_EQ(store.create(file.path(), kIndexes), kOk);
+        ASSERT_EQ(store.setWriteMode(mode), kOk);
+        files_.writesUntilFault = fault;
+        Sample sample;
+        std::uint32_t stored = 0;
+        int failures = 0;
+        for (std::uint32_t n = 1; n <= 150; ++n) {
+          sample.set(1, n * 7919 % 10007, "n" + std::to_string(n * 31 % 97), 120);
+          const int code = store.insert(sample.fields, kSampleType);
+          if (code == kOk) ++stored;
+          failures += code == kOk ? 0 : 1;
+        }
+        const bool happened = files_.writesUntilFault < 0;
+        files_.writesUntilFault = -1;
+        EXPECT_LE(failures, 1) << mode << " " << fault;
+        // The end of a safe write may fail behind a record that is in the file after all.
+        EXPECT_LE(store.recordCount() - stored, mode == 4 ? 1u : 0u) << mode << " " << fault;
+        stored = store.recordCount();
+        EXPECT_EQ(store.close(), kOk);
+        VerifyReport report;
+        ASSERT_EQ(findings(file.path(), &report), "") << buffers << " " << mode << " " << fault;
+        EXPECT_EQ(report.records, stored);
+        if (!happened) break;
+      }
+    }
+  }
+}
+
+// All writes from some moment on are lost, as when the machine stops.
+TEST_F(CacheTest, CrashLeavesWhatTheWriteModePromises) {
+  for (const int mode : {3, 4}) {
+    for (int crash = 0; crash < 3000; crash += crash < 40 ? 1 : 61) {
+      const TempFile file;
+      std::uint32_t stored = 0;
+      bool happened = false;
+      {
+        PageCache cache;
+        Store store(cache, files_);
+        ASSERT_EQ(store.create(file.path(), kIndexes), kOk);
+        ASSERT_EQ(store.setWriteMode(mode), kOk);
+        files_.writesUntilFault = crash;
+        files_.lasting = true;
+        Sample sample;
+        for (std::uint32_t n = 1; n <= 150; ++n) {
+          sample.set(1, n, "n" + std::to_string(n * 31 % 97), 120);
+          if (store.insert(sample.fields, kSampleType) != kOk) break;
+          ++stored;
+        }
+        happened = files_.writesUntilFault == 0;
+      }
+      files_.writesUntilFault = -1;
+      files_.lasting = false;
+      PageCache cache;
+      Store store(cache, files_);
+      ASSERT_EQ(store.open(file.path(), kIndexes), kOk);
+      ASSERT_EQ(store.setWriteMode(mode), kOk);
+      // Written through at once, every record that was reported stored is found by its number.
+      Sample sample;
+      const bool marked = loadU16(file.bytes().data() + kModifiedMarker) == kMarkerValue;
+      for (std::uint32_t n = 1; n <= stored && !(mode == 4 && marked); ++n) {
+        ASSERT_EQ(store.find(3, &n, 4, kEqual), kOk) << mode << " " << crash << " " << n;
+        ASSERT_EQ(store.read(sample.fields), kOk) << mode << " " << crash << " " << n;
+        ASSERT_TRUE(sample.intact());
+      }
+      sample.set(1, 1000, "more");
+      const int code = store.insert(sample.fields, kSampleType);
+      EXPECT_TRUE(mode != 4 || code == (marked ? kInterrupted : kOk)) << code;
+      EXPECT_EQ(store.close(), kOk);
+      EXPECT_TRUE(mode != 4 || marked || findings(file.path()).empty()) << crash;
+      if (!happened) break;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace tavo::engine::test

@@ -1,0 +1,202 @@
+// What the engine's tests share: a sample record, a file that is removed afterwards, and a file
+// system that counts transfers and lets them fail.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "store/engine/block.h"
+#include "store/engine/engine.h"
+#include "store/engine/verify.h"
+
+namespace tavo::engine::test {
+
+constexpr std::uint8_t kSampleType = 7;
+inline const IndexDef kIndexes[] = {
+    {1, 10, nullptr}, {3, 5, nullptr}, {4, 0, nullptr}, {0, 0, nullptr}};
+
+// A record under a shared kind, a unique number and a name, with a blob that follows from the
+// number.
+struct Sample {
+  std::uint16_t kind = 0;
+  std::uint32_t number = 0;
+  char name[200] = {};
+  double real = 0;
+  std::uint8_t blob[2 + 2000] = {};
+  Field fields[6];
+
+  Sample()
+      : fields{{'U', 10, 'D', 2, 1, &kind},    {'L', 5, 'U', 4, 3, &number},
+               {'S', 0, 'D', 200, 4, name},    {'D', 'N', 'N', 8, 0, &real},
+               {'B', 'N', 'N', 2000, 0, blob}, {'E', 'N', 'N', 0, 0, nullptr}} {}
+  Sample(const Sample&) = delete;
+  Sample& operator=(const Sample&) = delete;
+
+  void set(int newKind, std::uint32_t newNumber, const std::string& newName, int blobSize = 0) {
+    kind = static_cast<std::uint16_t>(newKind);
+    number = newNumber;
+    std::snprintf(name, sizeof name, "%s", newName.c_str());
+    real = newNumber / 2.0;
+    storeU16(blob, static_cast<std::uint16_t>(blobSize));
+    for (int i = 0; i < blobSize; ++i) blob[2 + i] = blobByte(i);
+  }
+  int blobSize() const { return loadU16(blob); }
+  // Whether the values are those that set() gave this number.
+  bool intact() const {
+    if (blobSize() > 2000 || real != number / 2.0) return false;
+    for (int i = 0; i < blobSize(); ++i) {
+      if (blob[2 + i] != blobByte(i)) return false;
+    }
+    return true;
+  }
+
+ private:
+  std::uint8_t blobByte(int i) const {
+    return static_cast<std::uint8_t>(number * 31 + static_cast<std::uint32_t>(i) * 7);
+  }
+};
+
+// A path in the working folder, named after the test, that no file has before and after.
+class TempFile {
+ public:
+  explicit TempFile(const std::string& suffix = "") {
+    const auto* const info = ::testing::UnitTest::GetInstance()->current_test_info();
+    path_ = std::string(info->test_suite_name()) + "_" + info->name() + suffix + ".dat";
+    for (char& c : path_) c = c == '/' ? '_' : c;
+    std::remove(path_.c_str());
+  }
+  ~TempFile() { std::remove(path_.c_str()); }
+  TempFile(const TempFile&) = delete;
+  TempFile& operator=(const TempFile&) = delete;
+
+  const char* path() const { return path_.c_str(); }
+  std::vector<std::uint8_t> bytes() const {
+    std::ifstream in(path_, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+  }
+  void write(const std::vector<std::uint8_t>& bytes) const {
+    std::ofstream out(path_, std::ios::binary | std::ios::trunc);
+    out.write(reinterpret_cast<const char*>(bytes.data()),
+              static_cast<std::streamsize>(bytes.size()));
+  }
+
+ private:
+  std::string path_;
+};
+
+// The native files with a count of every transfer, and with the faults that a test asks for.
+class TestFiles : public platform::FileSystem {
+ public:
+  struct Operation {
+    char kind;  // 'r' read, 'w' write, 'f' flush
+    std::uint64_t position;
+  };
+  std::vector<Operation> log;
+  bool logging = false;
+  int writesUntilFault = -1;  // the write that finds 0 fails; -1: none does
+  int readsUntilFault = -1;
+  bool lasting = false;        // later ones fail too
+  bool shortened = false;      // half of the bytes go, instead of none
+  std::uint64_t full = ~0ull;  // writes that would extend the file beyond this position fail
+
+  int count(char kind) const {
+    int n = 0;
+    for (const Operation& operation : log) n += operation.kind == kind ? 1 : 0;
+    return n;
+  }
+
+  std::unique_ptr<platform::File> create(const char* path) override {
+    return wrap(platform::nativeFileSystem().create(path));
+  }
+  std::unique_ptr<platform::File> open(const char* path, platform::Access access,
+                                       platform::Sharing sharing) override {
+    return wrap(platform::nativeFileSystem().open(path, access, sharing));
+  }
+  bool remove(const char* path) override { return platform::nativeFileSystem().remove(path); }
+
+ private:
+  class TestFile : public platform::File {
+   public:
+    TestFile(TestFiles& owner, std::unique_ptr<platform::File> file)
+        : owner_(owner), file_(std::move(file)) {}
+    platform::Transfer readAt(std::uint64_t position, void* bytes, std::uint32_t count) override {
+      owner_.note('r', position);
+      if (owner_.faulty(owner_.readsUntilFault)) return fault();
+      return file_->readAt(position, bytes, count);
+    }
+    platform::Transfer writeAt(std::uint64_t position, const void* bytes,
+                               std::uint32_t count) override {
+      owner_.note('w', position);
+      const bool room = position + count <= owner_.full;
+      if (room && !owner_.faulty(owner_.writesUntilFault))
+        return file_->writeAt(position, bytes, count);
+      if (owner_.shortened) file_->writeAt(position, bytes, count / 2);
+      return fault();
+    }
+    bool flush() override {
+      owner_.note('f', 0);
+      return true;
+    }
+    bool tryLock(std::uint32_t position, std::uint32_t count) override {
+      return file_->tryLock(position, count);
+    }
+    bool lockWaiting(std::uint32_t position, std::uint32_t count) override {
+      return file_->lockWaiting(position, count);
+    }
+    bool unlock(std::uint32_t position, std::uint32_t count) override {
+      return file_->unlock(position, count);
+    }
+    bool close() override { return file_->close(); }
+
+   private:
+    platform::Transfer fault() const {
+      return owner_.shortened ? platform::Transfer::kShort : platform::Transfer::kFailed;
+    }
+    TestFiles& owner_;
+    std::unique_ptr<platform::File> file_;
+  };
+
+  std::unique_ptr<platform::File> wrap(std::unique_ptr<platform::File> file) {
+    if (file == nullptr) return nullptr;
+    return std::make_unique<TestFile>(*this, std::move(file));
+  }
+  void note(char kind, std::uint64_t position) {
+    if (logging) log.push_back({kind, position});
+  }
+  bool faulty(int& countdown) const {
+    if (countdown < 0) return false;
+    if (countdown > 0) {
+      --countdown;
+      return false;
+    }
+    if (!lasting) countdown = -1;
+    return true;
+  }
+};
+
+// What the verifier finds, at most a few lines of it; empty for a sound file.
+inline std::string findings(const char* path, VerifyReport* report = nullptr) {
+  static Sample sample;
+  VerifyReport local;
+  std::string text;
+  VerifyHooks hooks;
+  hooks.finding = [&text](std::int32_t page, const std::string& what) {
+    if (text.size() < 1000) text += "page " + std::to_string(page) + ": " + what + "\n";
+  };
+  hooks.fields = [](std::uint8_t type) { return type == kSampleType ? sample.fields : nullptr; };
+  const int code = verify(path, local, hooks, kIndexes);
+  if (code != kOk) text += "code " + std::to_string(code);
+  if (report != nullptr) *report = local;
+  return text;
+}
+
+}  // namespace tavo::engine::test

@@ -28,8 +28,8 @@ if(WIN32)
   # Real numbers in SSE registers round as on x86-64. Hosts keep the stack aligned to 4 bytes only,
   # so every function that needs more aligns its own frame.
   target_compile_options(tavo_compile INTERFACE -msse2 -mfpmath=sse -mstackrealign)
-  target_compile_definitions(
-    tavo_compile INTERFACE WIN32_LEAN_AND_MEAN NOMINMAX __USE_MINGW_ANSI_STDIO=1)
+  # The C library of the compiler prints as on Linux, the system's own does not.
+  target_compile_definitions(tavo_compile INTERFACE __USE_MINGW_ANSI_STDIO=1)
   # No run-time DLL of the compiler is needed beside ours.
   target_link_options(tavo_compile INTERFACE -static)
 endif()

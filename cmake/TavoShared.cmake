@@ -1,27 +1,3 @@
-# Copies an export list without the functions that no source of the library defines yet, and tells
-# whether all are there.
-function(tavo_defined_exports def_in def_out complete)
-  tavo_glob(sources "${PROJECT_SOURCE_DIR}/src/api/*.cpp")
-  set(defined)
-  foreach(source IN LISTS sources)
-    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${source}")
-    file(STRINGS "${source}" lines REGEX "TVO_CALL (TVO_[A-Za-z]+|GetITavo)\\(")
-    list(APPEND defined ${lines})
-  endforeach()
-  file(STRINGS "${def_in}" lines)
-  set(text)
-  set(all ON)
-  foreach(line IN LISTS lines)
-    if(line MATCHES "^ +([A-Za-z_]+)@" AND NOT defined MATCHES "${CMAKE_MATCH_1}\\(")
-      set(all OFF)
-    else()
-      string(APPEND text "${line}\n")
-    endif()
-  endforeach()
-  file(CONFIGURE OUTPUT "${def_out}" CONTENT "${text}" @ONLY)
-  set(${complete} ${all} PARENT_SCOPE)
-endfunction()
-
 # The shared library, which shows the functions of src/api/tavo.def and tavo.map and nothing else,
 # and its installation with a CMake package and a pkg-config file.
 add_library(tavo SHARED $<TARGET_OBJECTS:tavo_objects>)
@@ -36,9 +12,7 @@ set_target_properties(tavo PROPERTIES LINKER_LANGUAGE CXX VERSION ${PROJECT_VERS
                                       ARCHIVE_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib")
 
 set(api_dir "${PROJECT_SOURCE_DIR}/src/api")
-set(def "${CMAKE_BINARY_DIR}/tavo.def")
-tavo_defined_exports("${api_dir}/tavo.def" "${def}" api_complete)
-set_property(GLOBAL PROPERTY TAVO_API_COMPLETE ${api_complete})
+set(def "${api_dir}/tavo.def")
 if(WIN32)
   # Not every toolchain's linker keeps the decorated names in the import library that it writes, and
   # hosts link by them: dlltool writes it instead.

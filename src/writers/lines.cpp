@@ -32,19 +32,6 @@ size_t paddingOf(size_t width, size_t shown, Alignment alignment) {
   return static_cast<size_t>(std::max(1, padding < 0 ? -padding : padding));
 }
 
-// The line reader takes a quote behind two backslashes for a real one, although the first backslash
-// is the text's own and the second one escapes the quote. Such a pair turns inside and outside
-// around for the rest of the line.
-bool invertsQuotes(std::string_view text) {
-  if (memchr(text.data(), '\\', text.size()) == nullptr) return false;
-  bool inverts = false;
-  for (size_t i = 2; i + 1 < text.size(); ++i) {
-    const bool quote = text[i] == '"' || text[i] == '\'';
-    if (quote && text[i - 1] == '\\' && text[i - 2] == '\\') inverts = !inverts;
-  }
-  return inverts;
-}
-
 }  // namespace
 
 // Begins a line for a field of `size` characters at the slot that takes `shown`. The indentation
@@ -88,6 +75,16 @@ void DataLine::field(size_t size, size_t width, Alignment alignment, bool last) 
 void DataLine::end() {
   *at_++ = '\n';
   output_.commit(at_);
+}
+
+bool invertsQuotes(std::string_view quoted) {
+  if (memchr(quoted.data(), '\\', quoted.size()) == nullptr) return false;
+  bool inverts = false;
+  for (size_t i = 2; i + 1 < quoted.size(); ++i) {
+    const bool quote = quoted[i] == '"' || quoted[i] == '\'';
+    if (quote && quoted[i - 1] == '\\' && quoted[i - 2] == '\\') inverts = !inverts;
+  }
+  return inverts;
 }
 
 void writeBlankLine(Output& output) {

@@ -61,6 +61,11 @@ class DataLine {
   bool inverted_ = false;  // a reader takes what stands outside quotes on this line for quoted
 };
 
+// Whether a written text turns inside and outside of quotes around for the rest of its line: the
+// line reader takes a quote behind two backslashes for a real one, although the first of them is
+// the text's own character and the second one escapes the quote.
+bool invertsQuotes(std::string_view quoted);
+
 void writeBlankLine(Output& output);
 void writeKeywordLine(Output& output, size_t indent, std::string_view keyword);
 void writeEndLine(Output& output, size_t indent, std::string_view keyword);

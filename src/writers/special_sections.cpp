@@ -25,28 +25,29 @@ T load(const char* bytes) {
 // A line of items that follow each other without blanks and may be broken in front of any of them.
 class PackedLine {
  public:
-  PackedLine(Output& output, size_t indent) : output_(output), indent_(indent) {
+  PackedLine(Writer& writer, size_t indent)
+      : output_(writer.output), state_(writer.state), indent_(indent) {
     start_ = at_ = output_.reserve();
   }
   char* slot() const { return at_ + pending_; }
-  void add(size_t size) { pending_ += size; }
-  void add(char c) {
-    *slot() = c;
-    add(size_t{1});
+  void add(size_t size) {
+    if (size > 0 && *slot() == '"') inverts_ = inverts_ != invertsQuotes({slot(), size});
+    pending_ += size;
   }
-  // Ends an item, which begins a new line when the current one has no room for it.
+  void addMark(bool last) {
+    *slot() = last ? state_.terminator : state_.separator;
+    ++pending_;
+  }
+  // Ends an item, which begins a new line when the current one has no room for it, or would let a
+  // reader take a terminator in one of its texts for the line's.
   void close() {
-    const bool fresh = at_ == start_;
-    if (fresh || static_cast<size_t>(at_ - start_) + pending_ > kLineLimit) {
-      const size_t indent = std::min(indent_, kLineLimit - std::min(pending_, kLineLimit));
-      const size_t shift = indent + (fresh ? 0 : 1);
-      memmove(at_ + shift, at_, pending_);
-      if (!fresh) *at_++ = '\n';
-      start_ = at_;
-      memset(at_, ' ', indent);
-      at_ += indent;
-    }
+    const std::string_view item(at_, pending_);
+    const size_t used = static_cast<size_t>(at_ - start_);
+    const bool cut = inverted_ && item.find(state_.terminator) != item.npos;
+    if (used == 0 || cut || used + pending_ > kLineLimit) startLine(used == 0);
     at_ += pending_;
+    inverted_ = inverted_ != inverts_;
+    inverts_ = false;
     pending_ = 0;
   }
   void end() {
@@ -55,11 +56,24 @@ class PackedLine {
   }
 
  private:
+  void startLine(bool first) {
+    const size_t indent = std::min(indent_, kLineLimit - std::min(pending_, kLineLimit));
+    memmove(at_ + indent + (first ? 0 : 1), at_, pending_);
+    if (!first) *at_++ = '\n';
+    start_ = at_;
+    memset(at_, ' ', indent);
+    at_ += indent;
+    inverted_ = false;
+  }
+
   Output& output_;
+  const OutputState& state_;
   size_t indent_;
   char* start_;
   char* at_;
   size_t pending_ = 0;
+  bool inverts_ = false;   // the pending item does
+  bool inverted_ = false;  // the line does so far
 };
 
 size_t putEntryValue(const TimeTaggedEntry& entry, const OutputState& state, char* out) {
@@ -79,24 +93,24 @@ void writeTimeTaggedLine(Writer& writer, const char* record) {
   const auto codes = load<TimeTaggedRecord>(record);
   const size_t count =
       codes.entries == nullptr ? 0 : std::min<size_t>(codes.EntryCount, kMaxEntries);
-  PackedLine line(writer.output, kIndent);
+  PackedLine line(writer, kIndent);
   line.add(putQuoted(codes.Code, sizeof codes.Code - 1, kLineLimit, line.slot()));
-  line.add(state.separator);
+  line.addMark(false);
   size_t tag = putDate(codes.TimeTag, state.units.dateOrder, line.slot());
   // The tag is required; one without a date is a tag of zeros.
   if (tag == 0) tag = putZeroDate(state.units.dateOrder, line.slot());
   line.add(tag);
-  line.add(state.separator);
+  line.addMark(false);
   line.add(putUnsigned(codes.Number, line.slot()));
-  line.add(count == 0 ? state.terminator : state.separator);
+  line.addMark(count == 0);
   line.close();
   const char* entries = reinterpret_cast<const char*>(codes.entries);
   for (size_t i = 0; i < count; ++i) {
     const auto entry = load<TimeTaggedEntry>(entries + i * sizeof(TimeTaggedEntry));
     line.add(putQuoted(entry.name, sizeof entry.name - 1, kLineLimit, line.slot()));
-    line.add(state.separator);
+    line.addMark(false);
     line.add(putEntryValue(entry, state, line.slot()));
-    line.add(i + 1 == count ? state.terminator : state.separator);
+    line.addMark(i + 1 == count);
     line.close();
   }
   line.end();
@@ -137,7 +151,7 @@ PointColumns pointColumns(const char* columnsRecord) {
 void writePointsLine(Writer& writer, uint32_t operation, const PointColumns& columns) {
   const auto record = load<OperationPointsRecord>(writer.feed.record());
   const size_t count = pointCount(operation, record);
-  PackedLine line(writer.output, 2 * kIndent);
+  PackedLine line(writer, 2 * kIndent);
   for (size_t i = 0; i < count; ++i) {
     const OperationPoint& point = record.points[i];
     for (size_t c = 0; c < columns.count; ++c) {
@@ -147,7 +161,7 @@ void writePointsLine(Writer& writer, uint32_t operation, const PointColumns& col
               ? putUnsigned(point.PointNo, line.slot())
               : putQuoted(point.PointID, sizeof point.PointID - 1, kLineLimit, line.slot());
       line.add(size);
-      line.add(last ? writer.state.terminator : writer.state.separator);
+      line.addMark(last);
     }
   }
   line.close();

@@ -2,6 +2,7 @@
 #include "writers/value.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
@@ -49,6 +50,29 @@ int decimalsOf(DecimalKind kind, const TVO_Decimals& decimals) {
   return std::min(count, kMaxDecimals);
 }
 
+// A 32-bit length. Readers round twice, to a 32-bit value in the unit and to one in metres, so the
+// text may lead to a neighbour of the record's value and that one to another text. Writing what a
+// reader makes of the text settles that within a step or two.
+size_t putLength(const Column& column, const OutputState& state, float value, char* out) {
+  const auto put = [&](float metres) {
+    const auto length = static_cast<float>(
+        schema::fromInternal(state.units, column.unit, static_cast<double>(metres)));
+    return putFixed(static_cast<double>(length), column.decimals, column.decimals, out);
+  };
+  size_t size = put(value);
+  if (state.units.linear == TVO_ENUM_METRE) return size;
+  for (int step = 0; step < 3; ++step) {
+    float length = 0;
+    std::from_chars(out, out + size, length);
+    const auto read = static_cast<float>(
+        schema::toInternal(state.units, column.unit, static_cast<double>(length)));
+    if (read == value || !std::isfinite(read)) break;
+    value = read;
+    size = put(value);
+  }
+  return size;
+}
+
 size_t putReal(const Column& column, const OutputState& state, double value, char* out) {
   if (column.general) return putGeneral(value, out);
   if (column.unit == schema::UnitKind::kNone) {
@@ -58,6 +82,12 @@ size_t putReal(const Column& column, const OutputState& state, double value, cha
       schema::toWritten(state.units, column.unit, value, column.decimals);
   if (std::fabs(written.value) >= kLongestConverted) return putExponent(written.value, 14, out);
   return putFixed(written.value, written.significant, column.decimals, out);
+}
+
+size_t putFloat(const Column& column, const OutputState& state, float value, char* out) {
+  return column.unit == schema::UnitKind::kLinear
+             ? putLength(column, state, value, out)
+             : putReal(column, state, static_cast<double>(value), out);
 }
 
 size_t putBits(const Column& column, const char* bytes, char* out) {
@@ -219,7 +249,7 @@ size_t putValue(const Column& column, const OutputState& state, const char* reco
     case DataType::kUint32:
       return putUnsigned(load<uint32_t>(bytes), out);
     case DataType::kFloat:
-      return putReal(column, state, static_cast<double>(load<float>(bytes)), out);
+      return putFloat(column, state, load<float>(bytes), out);
     case DataType::kDouble:
       return putReal(column, state, load<double>(bytes), out);
     case DataType::kBits:

@@ -8,8 +8,6 @@ namespace tavo::writers {
 
 namespace {
 
-// A line is broken before it reaches this many characters.
-constexpr size_t kBreak = 127;
 // Characters of a comment line in front of its text: the comment character and a space.
 constexpr size_t kCommentRoom = kBreak - 2;
 

@@ -13,6 +13,9 @@
 
 namespace tavo::writers {
 
+// A line is broken before it reaches this many characters.
+inline constexpr size_t kBreak = 127;
+
 // Widths of the data lines' columns; columns beyond the last entry have width 0.
 class ColumnWidths {
  public:

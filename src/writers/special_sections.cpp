@@ -44,7 +44,7 @@ class PackedLine {
     const std::string_view item(at_, pending_);
     const size_t used = static_cast<size_t>(at_ - start_);
     const bool cut = inverted_ && item.find(state_.terminator) != item.npos;
-    if (used == 0 || cut || used + pending_ > kLineLimit) startLine(used == 0);
+    if (used == 0 || cut || used + pending_ >= kBreak) startLine(used == 0);
     at_ += pending_;
     inverted_ = inverted_ != inverts_;
     inverts_ = false;

@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "reader/scan.h"
+
 namespace tavo::reader {
 
 bool LineSource::open(const char* path) {
@@ -11,7 +13,7 @@ bool LineSource::open(const char* path) {
   file_ = path == nullptr ? nullptr : std::fopen(path, "rb");
   if (file_ == nullptr) return false;
   std::setvbuf(file_, nullptr, _IONBF, 0);
-  if (!buffer_) buffer_ = std::make_unique<char[]>(kSpan + kBlock);
+  if (!buffer_) buffer_ = std::make_unique<char[]>(kSpan + kBlock + kScanSlack);
   at_ = end_ = buffer_.get();
   filled_ = 0;
   atEnd_ = zeros_ = failed_ = false;

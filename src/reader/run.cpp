@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "reader/scan.h"
 #include "tavo/tavo.h"
 
 namespace tavo::reader {
@@ -26,26 +27,15 @@ void Settings::setTerminator(char c) {
   numericDelimiters = writesNumbers(separator) || writesNumbers(terminator);
 }
 
-// Cuts leading blanks and what follows the terminator. A quote behind a backslash does not count
-// unless another backslash precedes that one; single and double quotes toggle the same state.
+// Cuts leading blanks and what follows the terminator.
 void Run::trim(bool keepTerminatorLine) {
   line = schema::skipBlanks(line);
-  const char terminator = settings.terminator;
   const char* const begin = line.data();
-  const char* const end = begin + line.size();
-  bool quoted = false;
-  for (const char* p = begin; p != end; ++p) {
-    if (*p == terminator && !quoted) {
-      if (p == begin && !keepTerminatorLine) {
-        line = {};
-      } else {
-        line = {begin, static_cast<size_t>(p - begin) + 1};
-      }
-      return;
-    }
-    if (*p != '"' && *p != '\'') continue;
-    const bool escaped = p - begin >= 1 && p[-1] == '\\' && !(p - begin >= 2 && p[-2] == '\\');
-    if (!escaped) quoted = !quoted;
+  const char* const cut = findTerminator(begin, begin + line.size(), settings.terminator);
+  if (cut == begin && !keepTerminatorLine) {
+    line = {};
+  } else if (cut != nullptr) {
+    line = {begin, static_cast<size_t>(cut - begin) + 1};
   }
 }
 

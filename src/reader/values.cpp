@@ -99,24 +99,70 @@ bool isTiny(const char* p, const char* end) {
   return power < 0;
 }
 
-// The real number at p: sign, digits with a point, exponent. Null when there is none, or when it is
-// too large for the type; one too small is zero.
+// Decimal numbers whose digits and power of ten are exact in the type: their quotient is rounded
+// once, and so correctly.
+template <class Real>
+struct Exact;
+template <>
+struct Exact<double> {
+  static constexpr uint64_t kLargest = uint64_t{1} << 53;
+  static constexpr double kPowers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                       1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
+                                       1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+};
+template <>
+struct Exact<float> {
+  static constexpr uint64_t kLargest = uint64_t{1} << 24;
+  static constexpr float kPowers[] = {1e0F, 1e1F, 1e2F, 1e3F, 1e4F, 1e5F,
+                                      1e6F, 1e7F, 1e8F, 1e9F, 1e10F};
+};
+
+// The short forms that survey files are full of: digits with at most one point, no exponent. Null
+// for any other text.
+template <class Real>
+const char* scanShortReal(const char* p, const char* end, Real* value) {
+  constexpr std::ptrdiff_t kMostDigits = 18;
+  const char* const start = p;
+  uint64_t mantissa = 0;
+  for (; p != end && isDigit(*p); ++p) mantissa = mantissa * 10 + static_cast<uint64_t>(*p - '0');
+  std::ptrdiff_t digits = p - start;
+  size_t decimals = 0;
+  if (p != end && *p == '.') {
+    const char* const fraction = ++p;
+    for (; p != end && isDigit(*p); ++p) mantissa = mantissa * 10 + static_cast<uint64_t>(*p - '0');
+    decimals = static_cast<size_t>(p - fraction);
+    digits += p - fraction;
+  }
+  if (digits == 0 || digits > kMostDigits || mantissa > Exact<Real>::kLargest ||
+      decimals >= std::size(Exact<Real>::kPowers) || (p != end && (*p == 'e' || *p == 'E'))) {
+    return nullptr;
+  }
+  *value = static_cast<Real>(mantissa) / Exact<Real>::kPowers[decimals];
+  return p;
+}
+
+// Any decimal number. Null when there is none, or when it is too large for the type; one too small
+// is zero.
+template <class Real>
+const char* scanAnyReal(const char* p, const char* end, Real* value) {
+  // No "inf" and no "nan", which from_chars would take.
+  if (p == end || !(isDigit(*p) || *p == '.')) return nullptr;
+  const std::from_chars_result result = std::from_chars(p, end, *value);
+  if (result.ec == std::errc()) return result.ptr;
+  *value = 0;
+  const bool tiny = result.ec == std::errc::result_out_of_range && isTiny(p, result.ptr);
+  return tiny ? result.ptr : nullptr;
+}
+
+// The real number at p: sign, digits with a point, exponent.
 template <class Real>
 const char* scanReal(const char* p, const char* end, Real* value) {
   const bool negative = p != end && *p == '-';
   if (p != end && (*p == '-' || *p == '+')) ++p;
-  // No "inf" and no "nan", which from_chars would take.
-  if (p == end || !(isDigit(*p) || *p == '.')) return nullptr;
-  Real number = 0;
-  const std::from_chars_result result = std::from_chars(p, end, number);
-  if (result.ec == std::errc::result_out_of_range) {
-    if (!isTiny(p, result.ptr)) return nullptr;
-    number = 0;
-  } else if (result.ec != std::errc()) {
-    return nullptr;
-  }
-  *value = negative ? -number : number;
-  return result.ptr;
+  const char* behind = scanShortReal(p, end, value);
+  if (behind == nullptr) behind = scanAnyReal(p, end, value);
+  if (negative) *value = -*value;
+  return behind;
 }
 
 template <class Real>

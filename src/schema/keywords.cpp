@@ -109,7 +109,13 @@ std::string_view skipBlanks(std::string_view text) {
 }
 
 int LineKeyword(std::string_view line, uint32_t* keyword) {
-  return FindKeyword(firstToken(skipBlanks(line)), keyword);
+  const std::string_view text = skipBlanks(line);
+  // Data lines, the most of a file, begin with a digit or a quote and are told apart at once.
+  if (text.empty() || !kIndex.begins(text.front())) {
+    *keyword = kUnknownSection;
+    return kNotFound;
+  }
+  return FindKeyword(firstToken(text), keyword);
 }
 
 int CheckEnd(std::string_view line, uint32_t keyword) {

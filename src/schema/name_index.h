@@ -29,10 +29,13 @@ class NameIndex {
     }
   }
 
+  // Whether any name begins with the character.
+  bool begins(char c) const { return starts_[static_cast<uint8_t>(c)]; }
+
   // Position of the name in the table, or N when it is not there.
   template <class Entry>
   size_t find(const Entry (&table)[N], std::string_view name) const {
-    if (name.empty() || !starts_[static_cast<uint8_t>(name.front())]) return N;
+    if (name.empty() || !begins(name.front())) return N;
     for (size_t slot = hash(name) & kMask; slots_[slot] != 0; slot = (slot + 1) & kMask) {
       const size_t i = slots_[slot] - 1U;
       if (lengths_[i] == name.size() && name == std::string_view(table[i].name, lengths_[i])) {

@@ -9,7 +9,6 @@ namespace tavo::sections {
 
 namespace {
 
-constexpr size_t kChunk = size_t{1} << 20;
 // Up to this length a list is searched from its start.
 constexpr size_t kShortList = 32;
 
@@ -23,14 +22,18 @@ constexpr uint8_t kZeros[schema::kRecordRoom] = {};
 
 }  // namespace
 
-Rows::Rows(size_t size)
+Rows::Rows(size_t size, bool zeroed)
     : size_(size),
-      shift_(static_cast<unsigned>(std::bit_width(kChunk / std::max<size_t>(size, 1))) - 1) {}
+      zeroed_(zeroed),
+      shift_(
+          static_cast<unsigned>(std::bit_width(platform::kLargeChunk / std::max<size_t>(size, 1))) -
+          1) {}
 
 uint8_t* Rows::make(size_t row) {
   const size_t chunk = row >> shift_;
   while (chunks_.size() <= chunk) {
-    chunks_.push_back(std::make_unique<uint8_t[]>((size_t{1} << shift_) * size_));
+    chunks_.push_back(platform::makeLargeChunk());
+    if (zeroed_) std::memset(chunks_.back().get(), 0, platform::kLargeChunk);
   }
   return chunks_[chunk].get() + (row & ((size_t{1} << shift_) - 1)) * size_;
 }
@@ -65,7 +68,8 @@ void PendingList::addGroup(std::span<const reader::Column> columns) {
       pieces_.push_back({added.offset, added.size, added.packed, group});
     }
   }
-  if (group == 0 || packed > 0) groups_.emplace_back(packed);
+  // A data line sets all of the first group's columns; later ones are set for some records only.
+  if (group == 0 || packed > 0) groups_.emplace_back(packed, group != 0);
 }
 
 const PendingList::Place* PendingList::place(uint16_t offset) const {
@@ -94,7 +98,7 @@ void PendingList::unpack(size_t record, uint8_t* target) const {
 }
 
 void PendingList::clear() {
-  for (Rows& rows : groups_) rows = Rows(rows.rowSize());
+  for (Rows& rows : groups_) rows.clear();
   indexes_.clear();
   size_ = 0;
 }

@@ -4,21 +4,23 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <span>
 #include <vector>
 
+#include "platform/memory.h"
 #include "reader/columns.h"
 #include "schema/fields.h"
 
 namespace tavo::sections {
 
-// Rows of equal size, numbered from 0. Rows never written are zero.
+// Rows of equal size, numbered from 0.
 class Rows {
  public:
-  // size: bytes of a row, at most schema::kRecordRoom; 0 is allowed.
-  explicit Rows(size_t size);
-  size_t rowSize() const { return size_; }
+  // size: bytes of a row, at most schema::kRecordRoom; 0 is allowed. Rows never written are zero
+  // when zeroed says so, else undefined.
+  Rows(size_t size, bool zeroed);
+  // Drops all rows.
+  void clear() { chunks_.clear(); }
   // The row's bytes; memory up to it is made when it is not there. Throws std::bad_alloc.
   uint8_t* make(size_t row);
   // The row's bytes, or null when it was never made.
@@ -26,8 +28,9 @@ class Rows {
 
  private:
   size_t size_;
+  bool zeroed_;
   unsigned shift_;  // rows per chunk, as a power of two
-  std::vector<std::unique_ptr<uint8_t[]>> chunks_;
+  std::vector<platform::LargeChunk> chunks_;
 };
 
 class PendingList {

@@ -1,0 +1,118 @@
+// The log byte for byte: finding lines, quoting, the error limit, the summary.
+#include "reader/diagnostics.h"
+
+#include <gtest/gtest.h>
+
+#include "support/analysis.h"
+
+namespace tavo::tests {
+namespace {
+
+constexpr const char* kPath = "diagnostics.log";
+
+template <class Report>
+std::string logOf(uint16_t maxErrors, Report report) {
+  reader::Diagnostics diagnostics;
+  EXPECT_TRUE(diagnostics.open(kPath, maxErrors, nullptr));
+  report(diagnostics);
+  diagnostics.close();
+  EXPECT_FALSE(diagnostics.ioError());
+  std::string log = readFile(kPath);
+  std::erase(log, '\r');
+  return log;
+}
+
+TEST(Diagnostics, LineFormats) {
+  const auto error = [](int number, uint32_t line, const char* text) {
+    return logOf(1, [=](auto& log) { EXPECT_EQ(log.reportError(number, line, text), 0); });
+  };
+  EXPECT_EQ(error(2500, 12, "ABC"),
+            "line 0012  : error E2500   : 'ABC'                  : syntax error\n");
+  EXPECT_EQ(error(2500, 12345, ""),
+            "line 12345  : error E2500   : ''                     : syntax error\n");
+  EXPECT_EQ(error(1, 65537, "x\ny"),
+            "line 0001  : error E   1   : 'x'                    : internal error\n");
+  EXPECT_EQ(error(2000, 1, "12345678901234567890"),
+            "line 0001  : error E2000   : '12345678901234567890'  : exceeds line\n");
+  EXPECT_EQ(error(2000, 1, "123456789012345678901"),
+            "line 0001  : error E2000   : '123456789012345 ...'  : exceeds line\n");
+  EXPECT_EQ(error(2000, 1, "12345678901234567890\n1"),
+            "line 0001  : error E2000   : '12345678901234567890'  : exceeds line\n");
+  const std::string warnings = logOf(0, [](auto& log) {
+    EXPECT_EQ(log.reportWarning(7014, 3, "a"), 0);
+    EXPECT_EQ(log.reportWarning(7000, 4, "lines 4 - 10 will be ignored, however long it is"), 0);
+    EXPECT_EQ(log.reportWarning(7099, 5, "123456789012345"), 0);
+    EXPECT_EQ(log.warningCount(), 2);
+  });
+  EXPECT_EQ(warnings,
+            "line 0003  : warning W7014 : 'a'                    : unknown option\n"
+            "                                                    : lines 4 - 10 will be ignored, "
+            "however long it is\n"
+            "line 0005  : warning W7099 : '123456789012345'      : ?\n");
+}
+
+TEST(Diagnostics, Messages) {
+  const struct {
+    int number;
+    const char* message;
+  } rows[] = {{2000, "exceeds line"},
+              {2001, "exceeds the datatype"},
+              {2010, "missing format begin"},
+              {2011, "missing format end"},
+              {2012, "missing section end"},
+              {2050, "mixed up option"},
+              {2051, "data format def. mismatch"},
+              {2100, "unknown point No/ID"},
+              {2101, "unknown line No/ID"},
+              {2102, "unknown operation"},
+              {2103, "unknown poly No/ID"},
+              {2104, "section/sub section mismatch"},
+              {2105, "unknown section end"},
+              {2150, "unexpected end"},
+              {2500, "syntax error"},
+              {7010, "unknown data element"},
+              {7011, "unknown section/sub section"},
+              {7012, "unknown format keyword"},
+              {7013, "unknown operation"},
+              {7014, "unknown option"}};
+  for (const auto& row : rows) {
+    const std::string log = logOf(1, [&](auto& diagnostics) {
+      row.number < 7000 ? diagnostics.reportError(row.number, 1, "12345678901234567")
+                        : diagnostics.reportWarning(row.number, 1, "12345678901234567");
+    });
+    EXPECT_EQ(log.substr(27), ": '12345678901234567'    : " + std::string(row.message) + "\n");
+  }
+}
+
+TEST(Diagnostics, ErrorsStopAtTheLimitAndWarningsDoNot) {
+  const std::string log = logOf(2, [](auto& diagnostics) {
+    EXPECT_EQ(diagnostics.reportError(2500, 1, "a"), 0);
+    EXPECT_EQ(diagnostics.reportError(2500, 2, "b"), 0);
+    EXPECT_EQ(diagnostics.reportError(2500, 3, "c"), 3);
+    EXPECT_EQ(diagnostics.reportWarning(7010, 4, "d"), 0);
+    EXPECT_EQ(diagnostics.errorCount(), 2);
+  });
+  EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 3);
+}
+
+// What of the path stands before the summary's line feed, for paths around the lengths of pieces.
+TEST(Diagnostics, SummaryCutsLongPaths) {
+  const struct {
+    size_t length, before;
+  } rows[] = {{0, 0},     {97, 0},    {98, 98},   {127, 127}, {128, 127}, {224, 127},
+              {225, 225}, {254, 254}, {255, 254}, {351, 254}, {352, 352}};
+  for (const auto& row : rows) {
+    std::string path;
+    for (size_t i = 0; i < row.length; ++i) path += static_cast<char>('a' + i % 26);
+    const std::string log = logOf(9, [&](auto& diagnostics) {
+      diagnostics.reportWarning(7000, 1, "note");
+      diagnostics.summary(path);
+    });
+    EXPECT_EQ(log.substr(59), path.substr(0, row.before) + "\n" + path.substr(row.before) +
+                                  " - 0 error(s), 0 warning(s)\n")
+        << row.length;
+  }
+}
+
+}  // namespace
+}  // namespace tavo::tests

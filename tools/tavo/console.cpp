@@ -1,0 +1,95 @@
+// Terminal handling of both platforms and the progress bar.
+#include "console.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+#include "files.h"
+
+#ifdef _WIN32
+#include <fcntl.h>
+#include <io.h>
+#include <windows.h>
+#else
+#include <unistd.h>
+#endif
+
+namespace tavo::tool {
+
+namespace {
+
+constexpr uint64_t kLargeFile = 16U << 20;
+constexpr int kBarWidth = 40;
+
+// Old Windows consoles show escape sequences as they are.
+bool understandsEscapes() {
+#ifdef _WIN32
+  const HANDLE console = GetStdHandle(STD_OUTPUT_HANDLE);
+  constexpr DWORD kVirtualTerminal = 0x0004;
+  DWORD mode = 0;
+  return GetConsoleMode(console, &mode) != 0 &&
+         SetConsoleMode(console, mode | kVirtualTerminal) != 0;
+#else
+  const char* const terminal = std::getenv("TERM");
+  return terminal != nullptr && std::strcmp(terminal, "dumb") != 0;
+#endif
+}
+
+}  // namespace
+
+void prepareConsole() {
+#ifdef _WIN32
+  _setmode(_fileno(stdout), _O_BINARY);
+#endif
+}
+
+bool isTerminal(std::FILE* stream) {
+#ifdef _WIN32
+  return _isatty(_fileno(stream)) != 0;
+#else
+  return isatty(fileno(stream)) != 0;
+#endif
+}
+
+bool colourWanted() {
+  const char* const no = std::getenv("NO_COLOR");
+  return (no == nullptr || *no == '\0') && isTerminal(stdout) && understandsEscapes();
+}
+
+void complain(const std::string& message) {
+  std::fflush(stdout);
+  std::fprintf(stderr, "tavo: %s\n", message.c_str());
+}
+
+bool flushOutput() {
+  if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return true;
+  complain("cannot write to the standard output");
+  return false;
+}
+
+ProgressBar::ProgressBar(const std::string& path) : name_(path) {
+  const int64_t size = fileSize(path);
+  if (size > static_cast<int64_t>(kLargeFile) && isTerminal(stderr)) {
+    size_ = static_cast<uint64_t>(size);
+  }
+}
+
+ProgressBar::~ProgressBar() {
+  if (next_ == 0) return;
+  std::fprintf(stderr, "\r%*s\r", static_cast<int>(name_.size()) + kBarWidth + 10, "");
+  std::fflush(stderr);
+}
+
+void ProgressBar::onProgress(uint64_t bytesRead) {
+  if (bytesRead < next_) return;
+  const uint64_t percent = std::min<uint64_t>(100 * bytesRead / size_, 100);
+  next_ = (percent + 1) * size_ / 100 + 1;
+  char bar[kBarWidth + 1] = {};
+  for (int i = 0; i < kBarWidth; ++i)
+    bar[i] = i * 100 < static_cast<int>(percent) * kBarWidth ? '#' : '.';
+  std::fprintf(stderr, "\r%s [%s] %3d %%", name_.c_str(), bar, static_cast<int>(percent));
+  std::fflush(stderr);
+}
+
+}  // namespace tavo::tool

@@ -1,0 +1,46 @@
+// The terminal: what kind of stream we print on, colours, messages about our own failures, and a
+// progress bar for large files.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <string>
+
+#include "api/library.h"
+
+namespace tavo::tool {
+
+// Makes the standard output the same bytes on every platform. Called once, first of all.
+void prepareConsole();
+
+bool isTerminal(std::FILE* stream);
+
+// Whether findings are printed in colour: on a terminal, unless NO_COLOR asks for none.
+bool colourWanted();
+
+// Prints "tavo: MESSAGE" on standard error.
+void complain(const std::string& message);
+
+// False, with a complaint, when something written to the standard output got lost.
+bool flushOutput();
+
+// Shows on standard error how far the reading of a file is, when that is a terminal and the file is
+// large. The bar is gone when the object is.
+class ProgressBar final : public api::ProgressObserver {
+ public:
+  explicit ProgressBar(const std::string& path);
+  ProgressBar(const ProgressBar&) = delete;
+  ProgressBar& operator=(const ProgressBar&) = delete;
+  ~ProgressBar();
+
+  // The observer for an analysis; null when there is nothing to show.
+  api::ProgressObserver* observer() { return size_ > 0 ? this : nullptr; }
+  void onProgress(uint64_t bytesRead) override;
+
+ private:
+  std::string name_;
+  uint64_t size_ = 0;
+  uint64_t next_ = 0;  // bytes at which the picture changes
+};
+
+}  // namespace tavo::tool

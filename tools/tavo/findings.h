@@ -1,0 +1,80 @@
+// What an analysis found: kept whole and printed for a person, in the form that editors and build
+// servers know.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "api/library.h"
+
+namespace tavo::tool {
+
+struct Found {
+  int number;        // as in reader::Finding
+  uint32_t line;     // of a note the line of the finding that it explains
+  std::string text;  // the offending text, of a note the message
+  std::string_view message;
+
+  bool isNote() const;
+  bool isError() const;
+};
+
+class FindingList final : public reader::FindingObserver {
+ public:
+  void onFinding(const reader::Finding& finding) override;
+
+  const std::vector<Found>& all() const { return found_; }
+  // Not wrapped, unlike the counts of the log.
+  size_t errors() const { return errors_; }
+  size_t warnings() const { return warnings_; }
+
+ private:
+  std::vector<Found> found_;
+  size_t errors_ = 0;
+  size_t warnings_ = 0;
+};
+
+// Result of reading a text. readable is false when it, the log or the data file cannot be opened.
+struct Analysis {
+  uint32_t status = TVO_ERR_OPEN;
+  api::AnalysisCounts counts;
+  FindingList findings;
+
+  bool readable() const { return status != TVO_ERR_OPEN; }
+  // "3 errors, 1 warning; 120 lines and 96 records read"
+  std::string summary() const;
+};
+
+// What an analysis does besides reading and checking.
+struct AnalysisOptions {
+  std::string log;  // empty: no log is kept
+  uint16_t maxErrors = UINT16_MAX;
+  bool intoStore = false;
+};
+
+// Runs the analysis of a text with a progress bar. The records go to the sink.
+Analysis analyse(api::Library& library, const std::string& path, reader::RecordSink sink,
+                 const AnalysisOptions& options = {});
+
+// A sink that calls a function object (record type, record) for each record; its result as in
+// reader::RecordSink.
+template <class Function>
+reader::RecordSink sinkOf(Function& function) {
+  return {[](void* context, RecordType type, const void* record) -> uint32_t {
+            return (*static_cast<Function*>(context))(type, record);
+          },
+          &function};
+}
+
+// "E2500", "W7014", or an empty text for a note.
+std::string codeOf(const Found& found);
+
+// Prints "FILE:LINE: error E2500: syntax error: 'ABC'" for each finding, with the line of the file
+// under it.
+void printFindings(std::FILE* stream, const std::string& path, const FindingList& findings,
+                   bool colour);
+
+}  // namespace tavo::tool

@@ -1,0 +1,121 @@
+// tavo format: writes a text anew from its records, and proves that nothing was lost on the way.
+#include <cstdio>
+#include <new>
+
+#include "compare_records.h"
+#include "console.h"
+#include "files.h"
+#include "findings.h"
+#include "memory_records.h"
+#include "schema/enums.h"
+#include "text.h"
+#include "verbs.h"
+
+namespace tavo::tool {
+
+namespace {
+
+// Records do not carry the size of an operation, so its line cannot be written whole.
+uint64_t operationsWithSize(const MemoryRecords& records) {
+  uint64_t count = 0;
+  for (size_t i = 0; i < records.size(); ++i) {
+    if (records.type(i) != TVO_RECORD_OPERATIONS) continue;
+    const auto* const record = static_cast<const OperationRecord*>(records.record(i));
+    const schema::Operation* const operation = schema::operation(record->Operation);
+    if (operation != nullptr && operation->hasParameter) ++count;
+  }
+  return count;
+}
+
+bool collect(const std::string& path, MemoryRecords* records, Analysis* analysis) {
+  bool full = false;
+  auto keep = [&](RecordType type, const void* record) -> uint32_t {
+    try {
+      records->append(type, record);
+      return TVO_OK;
+    } catch (const std::bad_alloc&) {
+      full = true;
+      return TVO_ERR_ABORTED;
+    }
+  };
+  api::Library library;
+  *analysis = analyse(library, path, sinkOf(keep));
+  if (full) complain("'" + path + "' does not fit into memory");
+  if (full) return false;
+  if (analysis->readable() && analysis->status != TVO_ERR_WRITE) return true;
+  complain("reading '" + path + "' failed");
+  return false;
+}
+
+// Whether something would be lost, with what and why.
+bool complainOfLosses(const BuildOptions& options, const Analysis& analysis,
+                      const MemoryRecords& records) {
+  bool losses = false;
+  if (analysis.findings.errors() + analysis.findings.warnings() > 0) {
+    printFindings(stderr, options.file, analysis.findings, false);
+    complain(options.file + ": " + analysis.summary() +
+             "; what the findings are about would be lost");
+    losses = true;
+  }
+  if (const uint64_t sizes = operationsWithSize(records); sizes > 0) {
+    complain(options.file + ": the size of " + counted(sizes, "operation") +
+             " (CIRCLE_RADIUS, RECTANGLE) would be lost, since records do not carry it");
+    losses = true;
+  }
+  return losses;
+}
+
+// Reads the written text again and holds its records against the original ones.
+bool proveWritten(const std::string& path, const MemoryRecords& records) {
+  RecordComparison comparison(records);
+  auto take = [&](RecordType type, const void* record) -> uint32_t {
+    comparison.take(type, record);
+    return TVO_OK;
+  };
+  api::Library library;
+  const Analysis analysis = analyse(library, path, sinkOf(take));
+  comparison.finish();
+  if (analysis.status != TVO_OK || analysis.findings.warnings() > 0 ||
+      !comparison.difference().empty()) {
+    printFindings(stderr, path, analysis.findings, false);
+    complain("the formatted text does not give back the same records (" +
+             (comparison.difference().empty() ? analysis.summary() : comparison.difference()) +
+             "); nothing was written");
+    return false;
+  }
+  for (const auto& [name, count] : comparison.rounded()) {
+    complain(counted(count, "value") + " of " + name + " written with other digits");
+  }
+  return true;
+}
+
+}  // namespace
+
+int format(const BuildOptions& options) {
+  std::string problem = textProblem(options.file);
+  if (problem.empty()) problem = targetProblem(options.output, options.file);
+  if (!problem.empty()) {
+    complain(problem);
+    return kFailed;
+  }
+  MemoryRecords records;
+  Analysis analysis;
+  if (!collect(options.file, &records, &analysis)) return kFailed;
+  const bool losses = complainOfLosses(options, analysis, records);
+  if (losses && !options.force) {
+    complain("nothing was written; correct the text, or use --force to write the rest");
+    return kFindings;
+  }
+  records.prepareForWriting();
+  OutputFile output;
+  if (!output.open(options.output)) return kFailed;
+  MemorySource source(records);
+  if (writers::writeText(output, source, options.settings) != TVO_OK) {
+    complain("writing '" + options.output + "' failed");
+    return kFailed;
+  }
+  if (!losses && !proveWritten(output.path(), records)) return kFailed;
+  return output.commit() ? kSound : kFailed;
+}
+
+}  // namespace tavo::tool

@@ -1,0 +1,181 @@
+// The command line tool `tavo`: its verbs, their options and help texts.
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <exception>
+#include <functional>
+#include <string>
+
+#include "console.h"
+#include "verbs.h"
+
+namespace tavo::tool {
+
+namespace {
+
+// A verb sets what is to be done when the command line has been read without an error.
+using Action = std::function<int()>;
+
+CLI::App* addVerb(CLI::App& app, const char* name, const char* description, const char* footer) {
+  CLI::App* const verb = app.add_subcommand(name, description);
+  verb->footer(footer);
+  return verb;
+}
+
+void addCheck(CLI::App& app, Action* action) {
+  const auto options = std::make_shared<CheckOptions>();
+  const auto format = std::make_shared<std::string>("text");
+  CLI::App* const verb = addVerb(
+      app, "check", "Check texts and show what is wrong with them",
+      "Prints each finding as FILE:LINE: error E2500: syntax error: 'ABC', the line of the\n"
+      "file under it, and how many lines and records were read.\n"
+      "Exit status: 0 no errors (warnings do not count), 1 errors, 2 a file cannot be read.\n\n"
+      "Example: tavo check --log survey.log survey.tvo");
+  verb->add_option("FILE", options->files, "Texts to check")->required();
+  verb->add_option("--log", options->log, "Write the library's log of the one file here");
+  verb->add_option("--max-errors", options->maxErrors, "Stop a file behind this many errors")
+      ->check(CLI::Range(1, int{UINT16_MAX}))
+      ->capture_default_str();
+  verb->add_option("--format", *format, "text for people, json for programs: one line per file")
+      ->check(CLI::IsMember({"text", "json"}))
+      ->capture_default_str();
+  verb->add_flag("-q,--quiet", options->quiet, "Print nothing, the exit status tells");
+  verb->callback([=] {
+    options->json = *format == "json";
+    *action = [=] { return check(*options); };
+  });
+}
+
+void addDump(CLI::App& app, Action* action) {
+  const auto options = std::make_shared<DumpOptions>();
+  CLI::App* const verb = addVerb(
+      app, "dump", "Print every record as one JSON line",
+      "FILE is a text, whose records come in the order of their delivery, or a data file,\n"
+      "whose records come in stored order. Angles converted by the units of the HEADER are\n"
+      "in radians and such lengths in metres, as the library delivers them.\n\n"
+      "Example: tavo dump survey.tvo | grep '\"name\":\"POINTS\"'");
+  verb->add_option("FILE", options->file, "Text or data file")->required();
+  verb->add_flag("--all", options->allFields, "Show fields that the file does not declare, too");
+  verb->callback([=] { *action = [=] { return dump(*options); }; });
+}
+
+void addImport(CLI::App& app, Action* action) {
+  const auto options = std::make_shared<ImportOptions>();
+  CLI::App* const verb = addVerb(
+      app, "import", "Read a text into a new data file",
+      "A data file of that name is replaced. Lines with errors are shown and left out, and so\n"
+      "are the record types that a data file does not keep; both are counted.\n"
+      "Exit status: 0 no errors, 1 errors in the text, 2 a file cannot be read or written.\n\n"
+      "Example: tavo import survey.tvo -o survey.dat");
+  verb->add_option("FILE", options->file, "Text")->required();
+  verb->add_option("-o,--output", options->dataFile, "Data file to make")->required();
+  verb->callback([=] { *action = [=] { return import(*options); }; });
+}
+
+void addVerify(CLI::App& app, Action* action) {
+  const auto file = std::make_shared<std::string>();
+  CLI::App* const verb = addVerb(
+      app, "verify", "Check the inner order of a data file",
+      "Says what is wrong and where, and prints the height of the tree, its pages, how far they\n"
+      "are filled, and the records by type.\n"
+      "Exit status: 0 sound, 1 findings, 2 not a data file or unreadable.\n\n"
+      "Example: tavo verify survey.dat");
+  verb->add_option("DATAFILE", *file, "Data file")->required();
+  verb->callback([=] { *action = [=] { return verify(*file); }; });
+}
+
+// The two verbs that write texts. A file of that name is replaced when the new one is complete.
+void addLayout(CLI::App* verb, const std::shared_ptr<BuildOptions>& options) {
+  verb->add_option("-o,--output", options->output, "Text to write")->required();
+  verb->add_option_function<std::string>(
+          "--columns",
+          [options](const std::string& value) { options->settings.alignColumns = value == "on"; },
+          "Align the columns of data lines (on, off)")
+      ->check(CLI::IsMember({"on", "off"}))
+      ->default_str("on");
+  verb->add_option_function<std::vector<int>>(
+          "--decimals",
+          [options](const std::vector<int>& value) {
+            options->settings.decimals = {static_cast<uint8_t>(value[0]),
+                                          static_cast<uint8_t>(value[1]),
+                                          static_cast<uint8_t>(value[2])};
+          },
+          "Decimals of angles, of coordinates and lengths, and of geographic coordinates")
+      ->delimiter(',')
+      ->expected(3)
+      ->check(CLI::Range(0, 30))
+      ->type_name("A,L,G")
+      ->default_str("4,4,10");
+}
+
+void addBuild(CLI::App& app, Action* action) {
+  const auto options = std::make_shared<BuildOptions>();
+  CLI::App* const verb = addVerb(app, "build", "Write the records of a data file as text",
+                                 "Values are rounded to the decimals.\n\n"
+                                 "Example: tavo build survey.dat -o survey.tvo --decimals 4,3,10");
+  verb->add_option("DATAFILE", options->file, "Data file")->required();
+  addLayout(verb, options);
+  verb->callback([=] { *action = [=] { return build(*options); }; });
+}
+
+void addFormat(CLI::App& app, Action* action) {
+  const auto options = std::make_shared<BuildOptions>();
+  CLI::App* const verb = addVerb(
+      app, "format", "Write a text anew, in the library's layout",
+      "COMMENTS ARE NOT KEPT, and values are rounded to the decimals (which is reported);\n"
+      "everything else is the same, which is proved by reading the new text. A text with findings\n"
+      "is refused, since lines with errors and unknown items would be lost.\n"
+      "Exit status: 0 written, 1 refused for its findings, 2 a file cannot be read or written.\n\n"
+      "Example: tavo format survey.tvo -o survey-new.tvo --columns off");
+  verb->add_option("FILE", options->file, "Text")->required();
+  addLayout(verb, options);
+  verb->add_flag("--force", options->force, "Write what there is, although something gets lost");
+  verb->callback([=] { *action = [=] { return format(*options); }; });
+}
+
+void addTimeline(CLI::App& app, Action* action) {
+  const auto file = std::make_shared<std::string>();
+  CLI::App* const verb =
+      addVerb(app, "timeline", "Print the time-stamped records of a text in time order",
+              "One line each: kind (point, slope, code), time, number, ID or code, main values.\n\n"
+              "Example: tavo timeline survey.tvo");
+  verb->add_option("FILE", *file, "Text")->required();
+  verb->callback([=] { *action = [=] { return timeline(*file); }; });
+}
+
+int run(int argc, char** argv) {
+  CLI::App app("Reads, checks, stores and writes TAVO survey files.", "tavo");
+  // The same command lines on every platform: a path may begin with '/'.
+  app.allow_windows_style_options(false);
+  app.set_version_flag("--version", "tavo " TAVO_VERSION);
+  app.require_subcommand(1);
+  app.footer("Help for a verb: tavo VERB --help\nExample: tavo check survey.tvo");
+  Action action;
+  addCheck(app, &action);
+  addDump(app, &action);
+  addImport(app, &action);
+  addVerify(app, &action);
+  addBuild(app, &action);
+  addFormat(app, &action);
+  addTimeline(app, &action);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    // 0 for --help and --version; every other code means that the call is wrong.
+    return app.exit(error) == 0 ? kSound : kFailed;
+  }
+  return action();
+}
+
+}  // namespace
+
+}  // namespace tavo::tool
+
+int main(int argc, char** argv) {
+  tavo::tool::prepareConsole();
+  try {
+    return tavo::tool::run(argc, argv);
+  } catch (const std::exception& error) {
+    tavo::tool::complain(error.what());
+    return tavo::tool::kFailed;
+  }
+}

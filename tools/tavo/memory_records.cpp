@@ -1,0 +1,93 @@
+// Copies of records in large chunks, and their replay.
+#include "memory_records.h"
+
+#include <cstring>
+
+#include "schema/fields.h"
+
+namespace tavo::tool {
+
+namespace {
+
+// A list of nothing else stays, since a block has at least one column.
+void dropUnknownColumns(char* bytes) {
+  ColumnsRecord record;
+  std::memcpy(&record, bytes, sizeof record);
+  size_t kept = 0;
+  for (size_t i = 0; i + 1 < TVO_COLUMNS_ROOM && record.fields[i] != TVO_FIELD_End; ++i) {
+    if (record.fields[i] != 0) record.fields[kept++] = record.fields[i];
+  }
+  if (kept == 0) return;
+  std::memset(record.fields + kept, 0, sizeof record.fields - kept * sizeof record.fields[0]);
+  record.fields[kept] = TVO_FIELD_End;
+  std::memcpy(bytes, &record, sizeof record);
+}
+
+}  // namespace
+
+char* MemoryRecords::allocate(size_t size) {
+  if (kChunk - used_ < size) {
+    chunks_.push_back(std::make_unique_for_overwrite<char[]>(kChunk));
+    used_ = 0;
+  }
+  char* const bytes = chunks_.back().get() + used_;
+  used_ += size;
+  return bytes;
+}
+
+MemoryRecords::Entry MemoryRecords::copy(RecordType type, const void* record) {
+  const size_t size = schema::recordDef(type).size;
+  char* const bytes = allocate(size);
+  std::memcpy(bytes, record, size);
+  if (type == TVO_RECORD_TIME_TAGGED_CODES) {
+    TimeTaggedRecord codes;
+    std::memcpy(&codes, bytes, sizeof codes);
+    const size_t entriesSize = codes.EntryCount * sizeof(TimeTaggedEntry);
+    char* const entries = allocate(entriesSize);
+    if (entriesSize > 0) std::memcpy(entries, codes.entries, entriesSize);
+    codes.entries = reinterpret_cast<const TimeTaggedEntry*>(entries);
+    std::memcpy(bytes, &codes, sizeof codes);
+  }
+  return {type, bytes};
+}
+
+void MemoryRecords::append(RecordType type, const void* record) {
+  records_.push_back(copy(type, record));
+}
+
+void MemoryRecords::prepareForWriting() {
+  std::vector<Entry> completed;
+  completed.reserve(records_.size());
+  ColumnsRecord timeTagged{};
+  timeTagged.fields[0] = TVO_FIELD_End;
+  const char* operationColumns = nullptr;
+  for (const Entry& entry : records_) {
+    if (schema::recordDef(entry.type).columns) dropUnknownColumns(entry.bytes);
+    const RecordType before = completed.empty() ? RecordType{0} : completed.back().type;
+    if (entry.type == TVO_RECORD_OPERATIONS_COLUMNS) operationColumns = entry.bytes;
+    if (entry.type == TVO_RECORD_TIME_TAGGED_CODES && before != TVO_RECORD_TIME_TAGGED_CODES) {
+      completed.push_back(copy(TVO_RECORD_TIME_TAGGED_CODES_COLUMNS, &timeTagged));
+    }
+    if (entry.type == TVO_RECORD_OPERATIONS && operationColumns != nullptr &&
+        before != TVO_RECORD_OPERATIONS_COLUMNS && before != TVO_RECORD_OPERATION_POINTS) {
+      completed.push_back(copy(TVO_RECORD_OPERATIONS_COLUMNS, operationColumns));
+    }
+    completed.push_back(entry);
+  }
+  records_ = std::move(completed);
+}
+
+uint16_t MemorySource::fetch(uint32_t mode, uint32_t* recordType, void** record) {
+  size_t at = 0;  // position + 1 of the wanted record
+  if (mode == TVO_FIRST) at = 1;
+  if (mode == TVO_NEXT) at = next_ + 1;
+  if (mode == TVO_PREVIOUS) at = next_ > 0 ? next_ - 1 : 0;
+  // Behind the last record a step back leads to it.
+  next_ = at > records_.size() ? records_.size() + 1 : at;
+  if (at == 0 || at > records_.size()) return TVO_ERR_STORE;
+  *recordType = records_.type(at - 1);
+  *record = const_cast<void*>(records_.record(at - 1));
+  return TVO_OK;
+}
+
+}  // namespace tavo::tool

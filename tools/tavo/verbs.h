@@ -1,0 +1,53 @@
+// The verbs of the command line: what each is asked for, and the function that does it. The result
+// is the exit status of the program.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "writers/build.h"
+
+namespace tavo::tool {
+
+enum ExitStatus : int {
+  kSound = 0,
+  kFindings = 1,  // something is wrong with the file
+  kFailed = 2,    // a file cannot be read or written, or the call is wrong
+};
+
+struct CheckOptions {
+  std::vector<std::string> files;
+  std::string log;  // empty: no log is kept
+  uint16_t maxErrors = UINT16_MAX;
+  bool json = false;
+  bool quiet = false;
+};
+int check(const CheckOptions& options);
+
+struct DumpOptions {
+  std::string file;        // text or data file
+  bool allFields = false;  // also those that the file does not declare
+};
+int dump(const DumpOptions& options);
+
+struct ImportOptions {
+  std::string file;
+  std::string dataFile;
+};
+int import(const ImportOptions& options);
+
+int verify(const std::string& dataFile);
+
+struct BuildOptions {
+  std::string file;  // the data file; for format the text
+  std::string output;
+  writers::BuildSettings settings;
+  bool force = false;  // format only: also when something would be lost
+};
+int build(const BuildOptions& options);
+int format(const BuildOptions& options);
+
+int timeline(const std::string& file);
+
+}  // namespace tavo::tool

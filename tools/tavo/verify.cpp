@@ -1,0 +1,58 @@
+// tavo verify: checks the inner order of a data file.
+#include <cstdio>
+
+#include "console.h"
+#include "files.h"
+#include "record_json.h"
+#include "store/data_file.h"
+#include "text.h"
+#include "verbs.h"
+
+namespace tavo::tool {
+
+namespace {
+
+void printStatistics(const std::string& path, const store::DataFileStatistics& file) {
+  std::printf("%s: %s, %s of which %u are in use (%s, %s)\n", path.c_str(),
+              counted(file.fileSize, "byte").c_str(), counted(file.pagesInFile, "page").c_str(),
+              file.pagesInUse, counted(file.leafPages, "leaf page").c_str(),
+              counted(file.innerPages, "inner page").c_str());
+  std::printf("  height %u, pages filled to %.1f %%\n", file.height, 100 * file.fillFactor);
+  std::printf("  %s", counted(file.records, "record").c_str());
+  if (file.freeNumbers > 0) {
+    std::printf(", %s free for reuse", counted(file.freeNumbers, "number").c_str());
+  }
+  std::printf("\n");
+  for (RecordType type = 1; type <= schema::kLastRecordType; ++type) {
+    if (file.recordsByType[type] == 0) continue;
+    std::printf("  %10u of type %3u  %s\n", file.recordsByType[type], type,
+                recordName(type).c_str());
+  }
+}
+
+}  // namespace
+
+int verify(const std::string& dataFile) {
+  if (const std::string problem = dataFileProblem(dataFile); !problem.empty()) {
+    complain(problem);
+    return kFailed;
+  }
+  store::DataFileStatistics file;
+  const auto report = [&](const std::string& finding) {
+    std::printf("%s: %s\n", dataFile.c_str(), finding.c_str());
+  };
+  if (const int code = store::verifyDataFile(dataFile.c_str(), report, &file); code != 0) {
+    complain("reading '" + dataFile + "' failed (engine code " + std::to_string(code) + ")");
+    return kFailed;
+  }
+  printStatistics(dataFile, file);
+  if (file.findings == 0) {
+    std::printf("%s: sound\n", dataFile.c_str());
+  } else {
+    std::printf("%s: damaged, %s\n", dataFile.c_str(), counted(file.findings, "finding").c_str());
+  }
+  if (!flushOutput()) return kFailed;
+  return file.findings == 0 ? kSound : kFindings;
+}
+
+}  // namespace tavo::tool

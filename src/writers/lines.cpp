@@ -30,6 +30,11 @@ size_t paddingOf(size_t width, size_t shown, Alignment alignment) {
   return static_cast<size_t>(std::max(1, padding < 0 ? -padding : padding));
 }
 
+Alignment alignmentOf(std::string_view value) {
+  if (value.empty()) return Alignment::kLeft;
+  return value.front() == '"' ? Alignment::kQuoted : Alignment::kRight;
+}
+
 }  // namespace
 
 // Begins a line for a field of `size` characters at the slot that takes `shown`. The indentation
@@ -52,6 +57,7 @@ void DataLine::pad(size_t count) {
 }
 
 void DataLine::field(size_t size, size_t width, Alignment alignment, bool last) {
+  if (alignment == Alignment::kByValue) alignment = alignmentOf({at_, size});
   const size_t shown = alignment == Alignment::kRight ? std::max(size, width) : size;
   const std::string_view text(at_, size);
   const bool quoted = size > 0 && text.front() == '"';

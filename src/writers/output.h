@@ -25,7 +25,7 @@ class Output {
   void commit(const char* end) { used_ = static_cast<size_t>(end - buffer_.data()); }
 
   void flush() {
-    if (used_ > 0) failed_ = !sink_.write(buffer_.data(), used_) || failed_;
+    if (used_ > 0 && !failed_) failed_ = !sink_.write(buffer_.data(), used_);
     used_ = 0;
   }
   // Hands over what is left and closes the sink.

@@ -133,21 +133,19 @@ bool SectionWriter::enter(const BlockDef& block) {
 }
 
 // A block that the records do not deliver, but the format asks for around theirs. One that holds
-// data lines declares its key column and stays without lines.
+// data lines declares its key column and takes no lines.
 void SectionWriter::openWrapper(uint32_t keyword) {
   const BlockDef& block = *schema::findBlock(top().keyword, keyword);
   separate(block.keyword);
   if (block.kind == BlockKind::kContainer || block.kind == BlockKind::kItemLines) {
     writeKeywordLine(w_.output, indent(), keywordName(keyword));
-    open(block.keyword, 0);
   } else {
     FieldList key;
     key.ids[key.count++] = schema::recordDef(block.data).fields[0].id;
-    const ColumnList columns = columnsOf(block.columns, block.data, key, w_.state);
-    writeDefinition(w_.output, w_.state, indent(), keywordName(keyword), columns);
-    open(block.keyword, block.data);
-    top().columns = columns;
+    writeDefinition(w_.output, w_.state, indent(), keywordName(keyword),
+                    columnsOf(block.columns, block.data, key, w_.state));
   }
+  open(block.keyword, 0);
   codeListAwaits_ = block.keyword == schema::kCodeList;
 }
 

@@ -187,6 +187,9 @@ Alignment alignmentOf(DataType type) {
       return Alignment::kRight;
     case DataType::kText:
       return Alignment::kQuoted;
+    case DataType::kDefault:
+    case DataType::kFree:
+      return Alignment::kByValue;
     default:
       return Alignment::kLeft;
   }

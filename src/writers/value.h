@@ -29,9 +29,10 @@ struct OutputState {
 
 // How a value stands in an aligned column.
 enum class Alignment : uint8_t {
-  kRight,   // numbers
-  kQuoted,  // texts
-  kLeft,    // the rest
+  kRight,    // numbers
+  kQuoted,   // texts
+  kLeft,     // the rest
+  kByValue,  // as the value's own kind, number or text
 };
 
 struct Column {

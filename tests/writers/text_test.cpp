@@ -237,6 +237,32 @@ TEST(DataLines, GiveATextTheWholeLine) {
   EXPECT_NE(write(records).find("(Value)\n" + text + ";\n"), std::string::npos);
 }
 
+TEST(DataLines, AlignFreeValuesByTheirKind) {
+  Replay records;
+  records.columns(26, {TVO_FIELD_Value, TVO_FIELD_PointNo});
+  ThemInfoRecord record = {};
+  for (const EnumId kind : {0, 100, 101, 102, 7}) {
+    record.Value = {kind, "abc", 1, -5};
+    records.add(36, record);
+  }
+  const auto lines = [](const std::string& text) {
+    const size_t begin = text.find("(Value,PointNo)\n") + 16;
+    return text.substr(begin, text.find("    END THEMINFO") - begin);
+  };
+  EXPECT_EQ(lines(write(records)),
+            "      ,  0;\n"
+            "      \"abc\",   0;\n"
+            "      1.0000000000,  0;\n"
+            "      -5,  0;\n"
+            "      ,  0;\n");
+  EXPECT_EQ(lines(write(records, kAligned)),
+            "      ,              0;\n"
+            "      \"abc\",         0;\n"
+            "      1.0000000000,  0;\n"
+            "                -5,  0;\n"
+            "      ,              0;\n");
+}
+
 // A line of the terminator alone would be passed over.
 TEST(DataLines, NeverConsistOfTheTerminatorAlone) {
   Replay records;
@@ -263,6 +289,10 @@ TEST(Nesting, OpensAndClosesBlocksAsTheRecordsAsk) {
       {{31, 41},
        "DATABASE\n  POLYGONS (PolygonNo)\n    EDGES (LineNo)\n      0;\n    END EDGES\n"
        "  END POLYGONS\nEND DATABASE\n"},
+      // That one takes no lines: the records of such lines would lose what it does not declare.
+      {{26, 34},
+       "DATABASE\n  POINTS (PointNo)\n    THEMINFO (PointNo)\n    END THEMINFO\n  END POINTS\n"
+       "END DATABASE\n\n\n"},
       {{92, 93, 94, 23},
        "DATABASE\n  TEXT\n    PROPERTIES (TextPropertyNo)\n    END PROPERTIES\n\n    BOXES\n"
        "      BOX_ON_POINT (TextBoxNo)\n      END BOX_ON_POINT\n    END BOXES\n\n"

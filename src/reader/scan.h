@@ -1,9 +1,10 @@
-// The scan for a line's terminator outside quotes. Every byte of the input passes through it, so it
-// looks at 16 bytes at a time where the processor has the instructions.
+// The inner loops of the reader: the scan for a line's terminator outside quotes, and the reading
+// of digits. Both look at many bytes at a time.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -66,5 +67,35 @@ inline const char* findTerminator(const char* begin, const char* end, char termi
 }
 
 #endif
+
+// Reads the digits at p behind those already in *value, which wraps at 64 bits. Returns the place
+// behind the last digit.
+inline const char* scanDigits(const char* p, const char* end, uint64_t* value) {
+  uint64_t number = *value;
+  while (end - p >= 8) {
+    // Eight characters as the bytes of a word, the first one lowest; digits become 0 to 9.
+    uint64_t digits = 0;
+    std::memcpy(&digits, p, sizeof digits);
+    digits ^= 0x3030303030303030U;
+    const uint64_t others = ((digits + 0x7676767676767676U) | digits) & 0x8080808080808080U;
+    const int count = others == 0 ? 8 : __builtin_ctzll(others) / 8;
+    if (count == 0) break;
+    constexpr uint64_t kPowers[] = {1, 10, 100, 1000, 10000, 100000, 1000000, 10000000, 100000000};
+    digits <<= 8 * (8 - count);
+    digits = digits * 10 + (digits >> 8);  // pairs
+    digits = (((digits & 0x000000FF000000FFU) * 0x000F424000000064U) +
+              (((digits >> 16) & 0x000000FF000000FFU) * 0x0000271000000001U)) >>
+             32;
+    number = number * kPowers[count] + static_cast<uint32_t>(digits);
+    p += count;
+    if (count < 8) break;
+  }
+  // The last characters of a text one by one; behind a shorter run of digits none is left.
+  for (; p != end && *p >= '0' && *p <= '9'; ++p) {
+    number = number * 10 + static_cast<uint64_t>(*p - '0');
+  }
+  *value = number;
+  return p;
+}
 
 }  // namespace tavo::reader

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <limits>
 
+#include "reader/scan.h"
 #include "schema/enums.h"
 #include "schema/mjd.h"
 
@@ -55,11 +56,9 @@ bool finishField(const Settings& settings, Cursor& cursor, const char* p) {
 // digit.
 const char* scanUnsigned(const char* p, const char* end, uint64_t* value) {
   if (p != end && *p == '+') ++p;
-  const char* const digits = p;
-  uint64_t number = 0;
-  for (; p != end && isDigit(*p); ++p) number = number * 10 + static_cast<uint64_t>(*p - '0');
-  *value = number;
-  return p == digits ? nullptr : p;
+  *value = 0;
+  const char* const behind = scanDigits(p, end, value);
+  return behind == p ? nullptr : behind;
 }
 
 int parseUnsigned(Run& run, Cursor& cursor, uint64_t* value) {
@@ -122,14 +121,14 @@ struct Exact<float> {
 template <class Real>
 const char* scanShortReal(const char* p, const char* end, Real* value) {
   constexpr std::ptrdiff_t kMostDigits = 18;
-  const char* const start = p;
   uint64_t mantissa = 0;
-  for (; p != end && isDigit(*p); ++p) mantissa = mantissa * 10 + static_cast<uint64_t>(*p - '0');
+  const char* const start = p;
+  p = scanDigits(p, end, &mantissa);
   std::ptrdiff_t digits = p - start;
   size_t decimals = 0;
   if (p != end && *p == '.') {
     const char* const fraction = ++p;
-    for (; p != end && isDigit(*p); ++p) mantissa = mantissa * 10 + static_cast<uint64_t>(*p - '0');
+    p = scanDigits(p, end, &mantissa);
     decimals = static_cast<size_t>(p - fraction);
     digits += p - fraction;
   }
@@ -253,9 +252,11 @@ bool scanDateTime(std::string_view text, EnumId order, DateTime* value) {
 // and keeps the first width - 1. Returns the place behind the closing quote, or null without one.
 const char* scanText(const char* p, const char* end, char* value, size_t width, size_t* length) {
   size_t n = 0;
+  const size_t room = width - 1;
+  for (; p != end && *p != '"' && *p != '\\' && n < room; ++p) value[n++] = *p;
   for (; p != end && *p != '"'; ++p, ++n) {
     if (*p == '\\' && ++p == end) break;
-    if (n + 1 < width) value[n] = *p;
+    if (n < room) value[n] = *p;
   }
   *length = n;
   return p == end ? nullptr : p + 1;

@@ -74,7 +74,10 @@ class CollectedBlock {
     const DataLine line =
         reader::parseDataLine(run_, block_.keyword, columns_.span(), pending_.next());
     if (line == DataLine::kGood) pending_.commit();
-    return outcomeOf(line);
+    Outcome outcome = outcomeOf(line);
+    // An END that stood where a continuation was due delivers what is pending like any other.
+    if (outcome.closed) outcome.status = flush();
+    return outcome;
   }
 
   // The columns record goes out once, at the first flush.

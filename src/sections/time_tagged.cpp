@@ -42,21 +42,19 @@ class TimeTaggedLine {
   bool atTerminator() const { return !cursor_.atEnd() && *cursor_.at == run_.settings.terminator; }
 
   // What follows a field should be the separator, and the field should not be empty. Whatever else
-  // stands there is reported; only a terminator is not passed over, and ends the line.
+  // stands there is reported; only a terminator is not passed over, and ends the line. Anything
+  // else does not end it, at the error limit neither.
   int endField(int fieldStatus) {
     if (fieldStatus == reader::kEmptyField &&
         run_.reportError(reader::kSyntaxError, cursor_.rest()) == reader::kStop) {
       return reader::kStop;
     }
-    const bool separator = !cursor_.atEnd() && *cursor_.at == run_.settings.separator;
-    int status = 0;
-    if (!separator) {
+    if (cursor_.atEnd() || *cursor_.at != run_.settings.separator) {
       const int reported = run_.fail(reader::kSyntaxError, cursor_.rest());
       if (atTerminator()) return reported;
-      status = reported == reader::kStop ? reader::kStop : 0;
     }
     if (!cursor_.atEnd()) ++cursor_.at;
-    return status;
+    return 0;
   }
 
   // Text behind the last entry that there is room for is ignored.

@@ -18,6 +18,16 @@ else()
   set(tavo_root_prefix "")
 endif()
 
+# How much of a randomised test a lane does, in percent: the win32 lane may run under an emulator, ten
+# and more times slower.
+if(WIN32)
+  set(tavo_test_effort 5)
+elseif(TAVO_SANITIZE)
+  set(tavo_test_effort 30)
+else()
+  set(tavo_test_effort 100)
+endif()
+
 # Registers a program as CTest test(s) that run in a folder of their own, one at a time per folder.
 function(tavo_register_gtest target name)
   set(scratch "${CMAKE_BINARY_DIR}/scratch/${name}")
@@ -38,8 +48,7 @@ function(tavo_register_gtest target name)
 endfunction()
 
 function(tavo_add_test_folder folder support_sources)
-  tavo_glob(sources "${CMAKE_CURRENT_SOURCE_DIR}/${folder}/*_test.cpp"
-            "${CMAKE_CURRENT_SOURCE_DIR}/${folder}/*_fixture.cpp")
+  tavo_glob(sources "${CMAKE_CURRENT_SOURCE_DIR}/${folder}/*.cpp")
   if(NOT sources)
     return()
   endif()
@@ -51,7 +60,8 @@ function(tavo_add_test_folder folder support_sources)
   target_compile_definitions(
     ${target} PRIVATE TAVO_EXAMPLES_DIR="${tavo_root_prefix}${PROJECT_SOURCE_DIR}/examples"
                       TAVO_SOURCE_DIR="${tavo_root_prefix}${PROJECT_SOURCE_DIR}"
-                      TAVO_VERSION="${PROJECT_VERSION}")
+                      TAVO_VERSION="${PROJECT_VERSION}"
+                      TAVO_TEST_EFFORT=${tavo_test_effort})
   target_link_libraries(${target} PRIVATE tavo_core tavo_compile ${tavo_gtest})
   if(folder STREQUAL "tools")
     if(NOT TARGET tavo_cli)

@@ -24,6 +24,7 @@ struct WorkPage {
   std::uint32_t openId = 0;
   std::int32_t number = kNoPage;
   bool sound = false;  // the page's free bytes agree with its entries
+  bool dirty = false;  // changed, and not yet in its buffer
   int count = 0;
   std::uint64_t used = 0;  // when it was last asked for
   std::uint16_t offsets[kMaxEntries + 3] = {};
@@ -49,12 +50,16 @@ struct PageBuffer {
 };
 
 // The buffers form a list in most-recently-used order. Above them a few work pages hold the pages
-// being worked on: a page is in at most one of them, and what is changed there goes to its buffer
-// at once. When a write fails, the page stays in memory (in a spare buffer if need be), so the tree
-// in memory is whole even when the file cannot follow.
+// being worked on: a page is in at most one of them. Unless the write mode wants it written at
+// once, what is changed there goes to its buffer when the work page is needed for another page.
+// When a write fails, the page stays in memory (in a spare buffer if need be), so the tree in
+// memory is whole even when the file cannot follow.
 struct PageCache::Impl {
-  // The pages asked for last stay where they are while this many others, less one, are asked for.
-  static constexpr int kWorkPages = 8;
+  // Leaves and inner pages do not push each other out: a leaf per index in use, the way from the
+  // root to them. The pages asked for last stay where they are while fewer others of their kind are
+  // asked for.
+  static constexpr int kLeafPages = 8;
+  static constexpr int kInnerPages = 14;
 
   explicit Impl(unsigned buffers) : setting(buffers) {}
   ~Impl();
@@ -63,13 +68,13 @@ struct PageCache::Impl {
   int prepare();
   // The page in a work page, read through the buffers if it is not there yet.
   int load(ControlBlock& file, std::int32_t number, WorkPage*& out);
-  // A work page for a new page; its bytes are the caller's to set.
-  WorkPage& claim(ControlBlock& file, std::int32_t number);
-  // Writes a page. Whatever the result, memory holds the page from now on; errors are also kept in
-  // ioError.
+  // A work page for a new page, empty and without neighbours.
+  WorkPage& claim(ControlBlock& file, std::int32_t number, int level);
+  // Takes the changes of a work page. Whatever the result, memory holds the page from now on;
+  // errors are also kept in ioError.
   int store(ControlBlock& file, WorkPage& w);
   void touch(WorkPage& w) { w.used = ++tick_; }
-  // Undoes what was changed in a work page and not stored.
+  // Gives up a new page that was not stored.
   static void forget(WorkPage& w) { w.owner = nullptr; }
 
   bool anyDirty(const ControlBlock& file) const;
@@ -83,7 +88,6 @@ struct PageCache::Impl {
   // Reads must not fail because another page cannot be written; set while a change is carried
   // through or undone.
   bool rescue = false;
-  WorkPage work[kWorkPages];
 
  private:
   bool holds(const PageBuffer& b, const ControlBlock& file, std::int32_t number) const;
@@ -91,9 +95,14 @@ struct PageCache::Impl {
   int takeOldest(PageBuffer*& out);
   PageBuffer* spare();
   void toHead(PageBuffer* before, PageBuffer* b);
+  WorkPage& unused();
+  void admit(WorkPage& w);
+  bool writesThrough(const ControlBlock& file, const WorkPage& w) const;
+  int push(WorkPage& w);
   int readImage(ControlBlock& file, std::int32_t number, std::uint8_t* image);
   int writeBack(PageBuffer& b);
 
+  WorkPage work_[kLeafPages + kInnerPages + 1];  // one is free for the next page
   std::unique_ptr<PageBuffer[]> buffers_;
   PageBuffer* head_ = nullptr;
   PageBuffer* spares_ = nullptr;  // dirty pages that found no buffer

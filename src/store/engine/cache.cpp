@@ -164,25 +164,45 @@ int PageCache::Impl::readImage(ControlBlock& file, std::int32_t number, std::uin
   return kOk;
 }
 
-WorkPage& PageCache::Impl::claim(ControlBlock& file, std::int32_t number) {
-  WorkPage* oldest = &work[0];
-  for (WorkPage& w : work) {
-    if (w.owner == nullptr) {
-      oldest = &w;
-      break;
-    }
-    if (w.used < oldest->used) oldest = &w;
+WorkPage& PageCache::Impl::unused() {
+  WorkPage* w = work_;
+  while (w->owner != nullptr) ++w;
+  return *w;
+}
+
+// Makes a page one of those worked on; the one of its kind that was not asked for longest makes
+// room for it.
+void PageCache::Impl::admit(WorkPage& w) {
+  const bool leaf = w.level() == 0;
+  int held = 0;
+  WorkPage* oldest = nullptr;
+  for (WorkPage& other : work_) {
+    if (other.owner == nullptr || (other.level() == 0) != leaf) continue;
+    ++held;
+    if (oldest == nullptr || other.used < oldest->used) oldest = &other;
   }
-  oldest->owner = &file;
-  oldest->openId = file.openId;
-  oldest->number = number;
-  oldest->used = ++tick_;
-  return *oldest;
+  if (held >= (leaf ? kLeafPages : kInnerPages)) {
+    if (oldest->dirty) push(*oldest);
+    oldest->owner = nullptr;
+  }
+  w.used = ++tick_;
+}
+
+WorkPage& PageCache::Impl::claim(ControlBlock& file, std::int32_t number, int level) {
+  WorkPage& w = unused();
+  page::clear(w.bytes, level);
+  w.parse();
+  admit(w);
+  w.owner = &file;
+  w.openId = file.openId;
+  w.number = number;
+  w.dirty = false;
+  return w;
 }
 
 int PageCache::Impl::load(ControlBlock& file, std::int32_t number, WorkPage*& out) {
   if (number < 0) return kNegativePage;
-  for (WorkPage& w : work) {
+  for (WorkPage& w : work_) {
     if (w.number == number && w.owner == &file && w.openId == file.openId) {
       w.used = ++tick_;
       out = &w;
@@ -190,26 +210,27 @@ int PageCache::Impl::load(ControlBlock& file, std::int32_t number, WorkPage*& ou
     }
   }
   if (static_cast<std::uint32_t>(number) > file.header.pagesInFile) return kCorrupt;
-  WorkPage& w = claim(file, number);
-  w.owner = nullptr;
+  WorkPage& w = unused();
   int code = readImage(file, number, w.bytes);
   if (code == kOk) code = w.parse();
   if (code != kOk) return code;
+  admit(w);
   w.owner = &file;
+  w.openId = file.openId;
+  w.number = number;
+  w.dirty = false;
   out = &w;
   return kOk;
 }
 
-int PageCache::Impl::store(ControlBlock& file, WorkPage& w) {
-  if (page::count(w.bytes) < 0 || page::freeBytes(w.bytes) < 0) return kCorrupt;
-  file.headerChanged = true;
+// Copies a work page to its buffer, or writes it when the write mode wants that.
+int PageCache::Impl::push(WorkPage& w) {
+  ControlBlock& file = *w.owner;
   int code = kOk;
   PageBuffer* b = setting == 0 && spares_ == nullptr ? nullptr : find(file, w.number);
   if (b == nullptr && setting != 0) code = takeOldest(b);
-  const bool through =
-      setting == 0 || file.writeMode == 3 || (file.writeMode == 2 && page::level(w.bytes) == 0);
   bool dirty = true;
-  if (through) {
+  if (writesThrough(file, w)) {
     const int written = writePage(file, w.number, w.bytes);
     dirty = written != kOk;
     if (code == kOk) code = written;
@@ -222,12 +243,30 @@ int PageCache::Impl::store(ControlBlock& file, WorkPage& w) {
     b->page = w.number;
     b->dirty = dirty;
   }
+  w.dirty = false;
+  if (file.ioError == kOk) file.ioError = code;
+  return code;
+}
+
+bool PageCache::Impl::writesThrough(const ControlBlock& file, const WorkPage& w) const {
+  return setting == 0 || file.writeMode == 3 || (file.writeMode == 2 && w.level() == 0);
+}
+
+int PageCache::Impl::store(ControlBlock& file, WorkPage& w) {
+  int code = kOk;
+  if (page::count(w.bytes) < 0 || page::freeBytes(w.bytes) < 0) return kCorrupt;
+  file.headerChanged = true;
+  w.dirty = true;
+  if (writesThrough(file, w)) code = push(w);
   if (static_cast<std::uint32_t>(w.number) > file.header.pagesInFile) code = kCorrupt;
   if (file.ioError == kOk) file.ioError = code;
   return code;
 }
 
 bool PageCache::Impl::anyDirty(const ControlBlock& file) const {
+  for (const WorkPage& w : work_) {
+    if (w.dirty && w.owner == &file) return true;
+  }
   for (const PageBuffer* list : {head_, spares_}) {
     for (const PageBuffer* b = list; b != nullptr; b = b->next) {
       if (b->dirty && b->owner == &file) return true;
@@ -238,6 +277,11 @@ bool PageCache::Impl::anyDirty(const ControlBlock& file) const {
 
 int PageCache::Impl::writeDirty(ControlBlock& file) {
   int first = kOk;
+  for (WorkPage& w : work_) {
+    if (w.owner != &file || !w.dirty) continue;
+    const int code = push(w);
+    if (first == kOk) first = code;
+  }
   for (PageBuffer* list : {head_, spares_}) {
     for (PageBuffer* b = list; b != nullptr; b = b->next) {
       if (!b->dirty || b->owner != &file) continue;
@@ -276,7 +320,7 @@ void PageCache::Impl::drop(ControlBlock& file) {
       link = &b->next;
     }
   }
-  for (WorkPage& w : work) {
+  for (WorkPage& w : work_) {
     if (w.owner == &file) w.owner = nullptr;
   }
 }

@@ -138,6 +138,19 @@ void place(WorkPage& w, int position, const Entry& e) {
   page::setFreeBytes(w.bytes, page::freeBytes(w.bytes) - static_cast<int>(e.size));
 }
 
+// Takes an entry out of a page.
+void displace(WorkPage& w, int position) {
+  const std::uint32_t size = entry::size(w.at(position));
+  const std::uint32_t end = w.offsets[w.count];
+  std::memmove(w.at(position), w.at(position + 1), end - w.offsets[position + 1]);
+  std::memset(w.bytes + end - size, 0, size);
+  for (int i = position + 1; i < w.count; ++i)
+    w.offsets[i] = static_cast<std::uint16_t>(w.offsets[i + 1] - size);
+  --w.count;
+  page::setCount(w.bytes, w.count);
+  page::setFreeBytes(w.bytes, page::freeBytes(w.bytes) + static_cast<int>(size));
+}
+
 // Makes the page one of the first `kept` entries.
 void truncate(WorkPage& w, int kept) {
   const std::uint32_t end = w.offsets[kept];
@@ -145,6 +158,13 @@ void truncate(WorkPage& w, int kept) {
   page::setCount(w.bytes, kept);
   page::setFreeBytes(w.bytes, static_cast<int>(kPageSize - end));
   std::memset(w.bytes + end, 0, sizeof w.bytes - end);
+}
+
+void copyPage(const WorkPage& from, WorkPage& to) {
+  std::memcpy(to.bytes, from.bytes, sizeof to.bytes);
+  std::memcpy(to.offsets, from.offsets, sizeof to.offsets);
+  to.count = from.count;
+  to.sound = from.sound;
 }
 
 bool isReserve(ControlBlock& file, std::uint32_t number) {
@@ -201,8 +221,7 @@ int splitPage(ControlBlock& file, WorkPage& w, Entry& separator) {
   const bool leaf = w.level() == 0;
   const int kept = splitPoint(w);
   const int moved = leaf ? kept : kept + 1;
-  WorkPage& right = file.cache->claim(file, number);
-  page::clear(right.bytes, w.level());
+  WorkPage& right = file.cache->claim(file, number, w.level());
   makeSeparator(w.at(kept), leaf, number, separator);
   if (!leaf) page::setFirstChild(right.bytes, entry::child(w.at(kept)));
   std::memcpy(right.bytes + kPageHead, w.at(moved), w.offsets[w.count] - w.offsets[moved]);
@@ -233,25 +252,21 @@ int growRoot(ControlBlock& file, WorkPage& root, WorkPage*& child) {
   std::int32_t number = kNoPage;
   const int code = takePage(file, number);
   if (code != kOk) return code;
-  WorkPage& w = file.cache->claim(file, number);
-  w.count = root.count;
-  std::memcpy(w.offsets, root.offsets, sizeof w.offsets);
-  std::memcpy(w.bytes, root.bytes, sizeof w.bytes);
-  w.sound = root.sound;
-  page::setPrevious(w.bytes, kNoPage);
-  page::clear(root.bytes, w.level() + 1);
+  child = &file.cache->claim(file, number, root.level());
+  copyPage(root, *child);
+  page::setPrevious(child->bytes, kNoPage);
+  page::clear(root.bytes, child->level() + 1);
   page::setFirstChild(root.bytes, static_cast<std::uint32_t>(number));
   root.parse();
   for (Hint& hint : file.hints) {
     if (hint.page == root.number) hint.page = kNoPage;
   }
-  child = &w;
   return kOk;
 }
 
 // Reads what a split may need before anything is changed: the pages of the path that could split,
-// their right-hand neighbours, and the leaf once more.
-int readSplitPages(ControlBlock& file, const Path& path, WorkPage*& leaf) {
+// and their right-hand neighbours.
+int readSplitPages(ControlBlock& file, const Path& path) {
   for (int level = 0; level < path.height; ++level) {
     WorkPage* w = nullptr;
     int code = file.cache->load(file, path.pages[level], w);
@@ -262,55 +277,66 @@ int readSplitPages(ControlBlock& file, const Path& path, WorkPage*& leaf) {
     if (w->next() != kNoPage) code = file.cache->load(file, w->next(), neighbour);
     if (code != kOk) return code;
   }
-  return file.cache->load(file, path.pages[0], leaf);
+  return kOk;
 }
 
-// Splits the overfull leaf and carries separators up until one fits.
-int splitUpward(ControlBlock& file, const Path& path, WorkPage* w) {
-  for (int level = 0;; ++level) {
-    WorkPage* parent = nullptr;
-    int code = kOk;
-    if (w->number == 0) {
-      parent = w;
-      code = growRoot(file, *parent, w);
-    }
-    Entry separator;
-    if (code == kOk) code = splitPage(file, *w, separator);
-    if (code == kOk && parent == nullptr)
-      code = file.cache->load(file, path.pages[level + 1], parent);
-    if (code != kOk) {
-      PageCache::Impl::forget(*w);
-      if (parent != nullptr) PageCache::Impl::forget(*parent);
-      return code;
-    }
+// Puts an entry into a page that has no room for it and splits the page, the root after its entries
+// moved down. When that fails, the page is as it was.
+int placeAndSplit(ControlBlock& file, WorkPage& w, int position, const Entry& e, Entry& separator) {
+  place(w, position, e);
+  WorkPage* child = nullptr;
+  int code = w.number == 0 ? growRoot(file, w, child) : kOk;
+  if (code == kOk) code = splitPage(file, child != nullptr ? *child : w, separator);
+  if (code == kOk) return kOk;
+  if (child != nullptr) {
+    copyPage(*child, w);
+    PageCache::Impl::forget(*child);
+  }
+  displace(w, position);
+  return code;
+}
+
+// Inserts an entry into the first page of the path and carries separators up until one fits.
+int insertUpward(ControlBlock& file, const Path& path, const Entry& first) {
+  Entry e = first;
+  for (int level = 0; level < path.height; ++level) {
+    WorkPage* w = nullptr;
+    int code = file.cache->load(file, path.pages[level], w);
+    if (code != kOk) return code;
     bool exact = false;
-    const int position = searchPage(file, *parent, probeOf(separator.bytes, false), exact);
-    place(*parent, position, separator);
-    if (parent->freeBytes() >= 0) {
-      file.cache->store(file, *parent);
+    const int position = searchPage(file, *w, probeOf(e.bytes, level == 0), exact);
+    if (w->freeBytes() >= static_cast<int>(e.size)) {
+      place(*w, position, e);
+      file.cache->store(file, *w);
       return kOk;
     }
-    w = parent;
+    Entry separator;
+    code = placeAndSplit(file, *w, position, e, separator);
+    if (code != kOk) return code;
+    e = separator;
   }
+  // The root was split: it is now the parent of its own halves.
+  WorkPage* root = nullptr;
+  const int code = file.cache->load(file, 0, root);
+  if (code != kOk) return code;
+  place(*root, 0, e);
+  file.cache->store(file, *root);
+  return kOk;
 }
 
 int insertWithSplit(ControlBlock& file, const Probe& probe, const Entry& e) {
   Path path;
   WorkPage* leaf = nullptr;
-  Hint& hint = file.hints[probe.index];
   std::uint32_t height = 0;
   int code = treeHeight(file, height);
   // The pages reserved for the record can only run short when it has many pieces.
   if (code == kOk) code = reservePages(file, height + 1);
-  if (code == kOk) code = descend(file, probe, leaf, hint, &path);
-  if (code == kOk) code = readSplitPages(file, path, leaf);
+  if (code == kOk) code = descend(file, probe, leaf, file.hints[probe.index], &path);
+  if (code == kOk) code = readSplitPages(file, path);
   if (code != kOk) return code;
-  bool exact = false;
-  const int position = searchPage(file, *leaf, probe, exact);
-  place(*leaf, position, e);
   const bool rescue = file.cache->rescue;
   file.cache->rescue = true;
-  code = splitUpward(file, path, leaf);
+  code = insertUpward(file, path, e);
   file.cache->rescue = rescue;
   return code;
 }
@@ -401,15 +427,7 @@ int removeEntry(ControlBlock& file, const Place& place) {
   WorkPage& w = *place.page;
   if (!w.sound) return kCorrupt;
   ++file.stamp;
-  const std::uint32_t size = entry::size(w.at(place.position));
-  const std::uint32_t end = w.offsets[w.count];
-  std::memmove(w.at(place.position), w.at(place.position + 1), end - w.offsets[place.position + 1]);
-  std::memset(w.bytes + end - size, 0, size);
-  for (int i = place.position + 1; i < w.count; ++i)
-    w.offsets[i] = static_cast<std::uint16_t>(w.offsets[i + 1] - size);
-  --w.count;
-  page::setCount(w.bytes, w.count);
-  page::setFreeBytes(w.bytes, w.freeBytes() + static_cast<int>(size));
+  displace(w, place.position);
   file.cache->store(file, w);
   return kOk;
 }

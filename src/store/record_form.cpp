@@ -328,6 +328,9 @@ RecordForm::RecordForm(RecordType type) : size_(schema::recordDef(type).size) {
                        part.index, values_.data() + place});
   }
   fields_.push_back({'E', 'N', 'N', 0, 0, nullptr});
+  for (const Member& part : members) {
+    if (part.letter == 'S') textEnds_.push_back(size_t{part.offset} + part.length - 1);
+  }
 }
 
 const engine::Field* RecordForm::keyOf(Lookup lookup) const {
@@ -360,11 +363,7 @@ void RecordForm::load(RecordType type, const void* record) {
 }
 
 void RecordForm::terminateTexts() {
-  for (const engine::Field& field : fields_) {
-    // An unknown letter ends the pass, as the end of the list does.
-    if (strchr("SBMICNHULPFDX", field.type) == nullptr) return;
-    if (field.type == 'S') static_cast<char*>(field.value)[field.length - 1] = '\0';
-  }
+  for (const size_t last : textEnds_) values_[last] = 0;
 }
 
 void RecordForm::clear() {

@@ -86,6 +86,7 @@ class RecordForm {
   std::vector<unsigned char> values_;
   std::vector<engine::Field> fields_;
   std::vector<Run> runs_;
+  std::vector<size_t> textEnds_;  // places of the last bytes of all texts
 };
 
 // The forms of all record types. Types of one structure share a form: all columns records, the

@@ -162,7 +162,9 @@ struct Collector {
 
 // "12 E2500 ABC" for a line of the log whose bytes are what they must be.
 std::string findingText(const std::string& line) {
-  if (line.rfind(std::string(52, ' ') + ": ", 0) == 0) return "note " + line.substr(54);
+  if (line.find_first_not_of(' ') == 52 && line.compare(52, 2, ": ") == 0) {
+    return "note " + line.substr(54);
+  }
   int number = 0;
   int code = 0;
   char kind = 0;

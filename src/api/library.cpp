@@ -48,11 +48,10 @@ uint32_t Library::analyse(const AnalysisRequest& request, AnalysisCounts* counts
                                       : reader::RecordSink{&ObservedSink::deliver, &observed};
   const auto run =
       std::unique_ptr<reader::Run>(new (std::nothrow) reader::Run(sink, &operationColumns_));
-  if (run == nullptr) return TVO_ERR_OPEN;
+  if (run == nullptr || isSameFile(request.inputPath, request.logPath)) return TVO_ERR_OPEN;
   observed.source = &run->source;
 
-  bool opened =
-      !isSameFile(request.inputPath, request.logPath) && run->source.open(request.inputPath);
+  bool opened = run->source.open(request.inputPath);
   opened = run->diagnostics.open(request.logPath, request.maxErrors, request.findings) && opened;
   if (request.intoStore && store.createDefault() != TVO_OK) opened = false;
   if (!opened) {

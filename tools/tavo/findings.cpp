@@ -111,7 +111,8 @@ Analysis analyse(api::Library& library, const std::string& path, reader::RecordS
 
 std::string codeOf(const Found& found) {
   if (found.isNote()) return {};
-  return (found.isError() ? "E" : "W") + std::to_string(found.number);
+  std::string code(1, found.isError() ? 'E' : 'W');
+  return code += std::to_string(found.number);
 }
 
 void printFindings(std::FILE* stream, const std::string& path, const FindingList& findings,

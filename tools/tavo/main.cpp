@@ -17,6 +17,7 @@ using Action = std::function<int()>;
 
 CLI::App* addVerb(CLI::App& app, const char* name, const char* description, const char* footer) {
   CLI::App* const verb = app.add_subcommand(name, description);
+  verb->group("Verbs");
   verb->footer(footer);
   return verb;
 }
@@ -30,13 +31,16 @@ void addCheck(CLI::App& app, Action* action) {
       "file under it, and how many lines and records were read.\n"
       "Exit status: 0 no errors (warnings do not count), 1 errors, 2 a file cannot be read.\n\n"
       "Example: tavo check --log survey.log survey.tvo");
-  verb->add_option("FILE", options->files, "Texts to check")->required();
-  verb->add_option("--log", options->log, "Write the library's log of the one file here");
+  verb->add_option("FILE", options->files, "Texts to check")->required()->type_name("");
+  verb->add_option("--log", options->log, "Write the library's log of the one file here")
+      ->type_name("PATH");
   verb->add_option("--max-errors", options->maxErrors, "Stop a file behind this many errors")
-      ->check(CLI::Range(1, int{UINT16_MAX}))
+      ->check(CLI::Range(1, int{UINT16_MAX}).description(""))
+      ->type_name("N")
       ->capture_default_str();
   verb->add_option("--format", *format, "text for people, json for programs: one line per file")
-      ->check(CLI::IsMember({"text", "json"}))
+      ->check(CLI::IsMember({"text", "json"}).description(""))
+      ->type_name("FORM")
       ->capture_default_str();
   verb->add_flag("-q,--quiet", options->quiet, "Print nothing, the exit status tells");
   verb->callback([=] {
@@ -53,7 +57,7 @@ void addDump(CLI::App& app, Action* action) {
       "whose records come in stored order. Angles converted by the units of the HEADER are\n"
       "in radians and such lengths in metres, as the library delivers them.\n\n"
       "Example: tavo dump survey.tvo | grep '\"name\":\"POINTS\"'");
-  verb->add_option("FILE", options->file, "Text or data file")->required();
+  verb->add_option("FILE", options->file, "Text or data file")->required()->type_name("");
   verb->add_flag("--all", options->allFields, "Show fields that the file does not declare, too");
   verb->callback([=] { *action = [=] { return dump(*options); }; });
 }
@@ -66,8 +70,10 @@ void addImport(CLI::App& app, Action* action) {
       "are the record types that a data file does not keep; both are counted.\n"
       "Exit status: 0 no errors, 1 errors in the text, 2 a file cannot be read or written.\n\n"
       "Example: tavo import survey.tvo -o survey.dat");
-  verb->add_option("FILE", options->file, "Text")->required();
-  verb->add_option("-o,--output", options->dataFile, "Data file to make")->required();
+  verb->add_option("FILE", options->file, "Text")->required()->type_name("");
+  verb->add_option("-o,--output", options->dataFile, "Data file to make")
+      ->required()
+      ->type_name("PATH");
   verb->callback([=] { *action = [=] { return import(*options); }; });
 }
 
@@ -79,18 +85,19 @@ void addVerify(CLI::App& app, Action* action) {
       "are filled, and the records by type.\n"
       "Exit status: 0 sound, 1 findings, 2 not a data file or unreadable.\n\n"
       "Example: tavo verify survey.dat");
-  verb->add_option("DATAFILE", *file, "Data file")->required();
+  verb->add_option("DATAFILE", *file, "Data file")->required()->type_name("");
   verb->callback([=] { *action = [=] { return verify(*file); }; });
 }
 
 // The two verbs that write texts. A file of that name is replaced when the new one is complete.
 void addLayout(CLI::App* verb, const std::shared_ptr<BuildOptions>& options) {
-  verb->add_option("-o,--output", options->output, "Text to write")->required();
+  verb->add_option("-o,--output", options->output, "Text to write")->required()->type_name("PATH");
   verb->add_option_function<std::string>(
           "--columns",
           [options](const std::string& value) { options->settings.alignColumns = value == "on"; },
-          "Align the columns of data lines (on, off)")
-      ->check(CLI::IsMember({"on", "off"}))
+          "Align the columns of data lines")
+      ->check(CLI::IsMember({"on", "off"}).description(""))
+      ->type_name("on|off")
       ->default_str("on");
   verb->add_option_function<std::vector<int>>(
           "--decimals",
@@ -102,7 +109,7 @@ void addLayout(CLI::App* verb, const std::shared_ptr<BuildOptions>& options) {
           "Decimals of angles, of coordinates and lengths, and of geographic coordinates")
       ->delimiter(',')
       ->expected(3)
-      ->check(CLI::Range(0, 30))
+      ->check(CLI::Range(0, 30).description(""))
       ->type_name("A,L,G")
       ->default_str("4,4,10");
 }
@@ -112,7 +119,7 @@ void addBuild(CLI::App& app, Action* action) {
   CLI::App* const verb = addVerb(app, "build", "Write the records of a data file as text",
                                  "Values are rounded to the decimals.\n\n"
                                  "Example: tavo build survey.dat -o survey.tvo --decimals 4,3,10");
-  verb->add_option("DATAFILE", options->file, "Data file")->required();
+  verb->add_option("DATAFILE", options->file, "Data file")->required()->type_name("");
   addLayout(verb, options);
   verb->callback([=] { *action = [=] { return build(*options); }; });
 }
@@ -126,7 +133,7 @@ void addFormat(CLI::App& app, Action* action) {
       "is refused, since lines with errors and unknown items would be lost.\n"
       "Exit status: 0 written, 1 refused for its findings, 2 a file cannot be read or written.\n\n"
       "Example: tavo format survey.tvo -o survey-new.tvo --columns off");
-  verb->add_option("FILE", options->file, "Text")->required();
+  verb->add_option("FILE", options->file, "Text")->required()->type_name("");
   addLayout(verb, options);
   verb->add_flag("--force", options->force, "Write what there is, although something gets lost");
   verb->callback([=] { *action = [=] { return format(*options); }; });
@@ -138,7 +145,7 @@ void addTimeline(CLI::App& app, Action* action) {
       addVerb(app, "timeline", "Print the time-stamped records of a text in time order",
               "One line each: kind (point, slope, code), time, number, ID or code, main values.\n\n"
               "Example: tavo timeline survey.tvo");
-  verb->add_option("FILE", *file, "Text")->required();
+  verb->add_option("FILE", *file, "Text")->required()->type_name("");
   verb->callback([=] { *action = [=] { return timeline(*file); }; });
 }
 
@@ -148,6 +155,8 @@ int run(int argc, char** argv) {
   app.allow_windows_style_options(false);
   app.set_version_flag("--version", "tavo " TAVO_VERSION);
   app.require_subcommand(1);
+  app.get_formatter()->label("REQUIRED", "");
+  app.get_formatter()->label("SUBCOMMAND", "VERB");
   app.footer("Help for a verb: tavo VERB --help\nExample: tavo check survey.tvo");
   Action action;
   addCheck(app, &action);

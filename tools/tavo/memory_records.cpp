@@ -61,10 +61,16 @@ void MemoryRecords::prepareForWriting() {
   ColumnsRecord timeTagged{};
   timeTagged.fields[0] = TVO_FIELD_End;
   const char* operationColumns = nullptr;
-  for (const Entry& entry : records_) {
+  for (size_t i = 0; i < records_.size(); ++i) {
+    const Entry& entry = records_[i];
     if (schema::recordDef(entry.type).columns) dropUnknownColumns(entry.bytes);
     const RecordType before = completed.empty() ? RecordType{0} : completed.back().type;
-    if (entry.type == TVO_RECORD_OPERATIONS_COLUMNS) operationColumns = entry.bytes;
+    if (entry.type == TVO_RECORD_OPERATIONS_COLUMNS) {
+      operationColumns = entry.bytes;
+      const bool followed =
+          i + 1 < records_.size() && records_[i + 1].type == TVO_RECORD_OPERATIONS;
+      if (!followed) continue;
+    }
     if (entry.type == TVO_RECORD_TIME_TAGGED_CODES && before != TVO_RECORD_TIME_TAGGED_CODES) {
       completed.push_back(copy(TVO_RECORD_TIME_TAGGED_CODES_COLUMNS, &timeTagged));
     }

@@ -1,0 +1,130 @@
+// Processes and files of both platforms.
+#include "tools/tool_fixture.h"
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+
+#ifdef _WIN32
+#include <windows.h>
+#else
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+extern char** environ;
+#endif
+
+namespace tavo::test {
+
+namespace {
+
+constexpr char kOut[] = "tool.out";
+constexpr char kErr[] = "tool.err";
+
+#ifdef _WIN32
+
+HANDLE createInheritable(const char* path) {
+  SECURITY_ATTRIBUTES inheritable{sizeof inheritable, nullptr, TRUE};
+  return CreateFileA(path, GENERIC_WRITE, FILE_SHARE_READ, &inheritable, CREATE_ALWAYS,
+                     FILE_ATTRIBUTE_NORMAL, nullptr);
+}
+
+int start(const std::vector<std::string>& arguments) {
+  std::string line;
+  for (const std::string& argument : arguments) line += "\"" + argument + "\" ";
+  STARTUPINFOA startup{};
+  startup.cb = sizeof startup;
+  startup.dwFlags = STARTF_USESTDHANDLES;
+  startup.hStdOutput = createInheritable(kOut);
+  startup.hStdError = createInheritable(kErr);
+  PROCESS_INFORMATION process{};
+  DWORD status = static_cast<DWORD>(-1);
+  if (CreateProcessA(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup,
+                     &process) != 0) {
+    WaitForSingleObject(process.hProcess, INFINITE);
+    GetExitCodeProcess(process.hProcess, &status);
+    CloseHandle(process.hThread);
+    CloseHandle(process.hProcess);
+  }
+  CloseHandle(startup.hStdOutput);
+  CloseHandle(startup.hStdError);
+  return static_cast<int>(status);
+}
+
+#else
+
+int start(const std::vector<std::string>& arguments) {
+  std::vector<char*> pointers;
+  for (const std::string& argument : arguments) {
+    pointers.push_back(const_cast<char*>(argument.c_str()));
+  }
+  pointers.push_back(nullptr);
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  constexpr int kCreate = O_WRONLY | O_CREAT | O_TRUNC;
+  posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, kOut, kCreate, 0666);
+  posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, kErr, kCreate, 0666);
+  pid_t process = 0;
+  int status = -1;
+  if (posix_spawn(&process, pointers[0], &actions, nullptr, pointers.data(), environ) == 0) {
+    waitpid(process, &status, 0);
+    status = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+  }
+  posix_spawn_file_actions_destroy(&actions);
+  return status;
+}
+
+#endif
+
+}  // namespace
+
+ToolResult ToolTest::run(const std::vector<std::string>& arguments) {
+  std::vector<std::string> command{TAVO_TOOL};
+  command.insert(command.end(), arguments.begin(), arguments.end());
+  ToolResult result;
+  result.status = start(command);
+  result.out = read(kOut);
+  result.err = read(kErr);
+  // The C run-time's error stream is in text mode on Windows.
+  std::erase(result.err, '\r');
+  return result;
+}
+
+std::string ToolTest::expectOutput(int status, const std::vector<std::string>& arguments) {
+  const ToolResult result = run(arguments);
+  EXPECT_EQ(result.status, status) << testing::PrintToString(arguments) << "\n"
+                                   << result.out.substr(0, 1000) << result.err;
+  return result.out;
+}
+
+std::string ToolTest::example(const std::string& name) { return TAVO_EXAMPLES_DIR "/" + name; }
+
+void ToolTest::write(const std::string& path, const std::string& bytes) {
+  std::ofstream(path, std::ios::binary) << bytes;
+}
+
+std::string ToolTest::read(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+bool ToolTest::exists(const std::string& path) { return std::filesystem::exists(path); }
+
+std::vector<std::string> ToolTest::temporaryFiles() {
+  std::vector<std::string> found;
+  for (const auto& entry : std::filesystem::directory_iterator(".")) {
+    if (entry.path().extension() == ".tmp") found.push_back(entry.path().string());
+  }
+  return found;
+}
+
+std::vector<std::string> linesOf(const std::string& text) {
+  std::istringstream stream(text);
+  std::vector<std::string> lines;
+  for (std::string line; std::getline(stream, line);) lines.push_back(line);
+  return lines;
+}
+
+}  // namespace tavo::test

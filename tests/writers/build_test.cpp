@@ -69,11 +69,13 @@ TEST(Build, SeparatesSectionsAndKeepsTheFileAtAForeignRecord) {
   Replay records = jobs();
   records.columns(TVO_RECORD_ELEMENTS_COLUMNS, {TVO_FIELD_StnNo});
   ASSERT_EQ(writers::build("build.txt", records, kPlain), TVO_OK);
-  const std::string meteo = "METEO\n  ELEMENTS (StnNo)\n  END ELEMENTS\nEND METEO\n";
-  EXPECT_EQ(read("build.txt"), std::string(kJobsText) + "\n\n" + meteo);
+  std::string text(kJobsText);
+  text += "\n\nMETEO\n  ELEMENTS (StnNo)\n  END ELEMENTS\nEND METEO\n";
+  EXPECT_EQ(read("build.txt"), text);
   records.add(TVO_RECORD_SLOPE, SlopeRecord{});
   ASSERT_EQ(writers::build("build.txt", records, kPlain), TVO_ERR_NO_RECORD);
-  EXPECT_EQ(read("build.txt"), std::string(kJobsText) + "\n\n" + meteo + "\n\n");
+  text += "\n\n";
+  EXPECT_EQ(read("build.txt"), text);
 }
 
 TEST(Build, EndsWithTheRecordsWhateverTheirStatus) {

@@ -1,7 +1,4 @@
 // The exported functions: thin shells over the library-wide instance.
-#include <cstring>
-#include <new>
-
 #include "api/callbacks.h"
 #include "api/library.h"
 #include "tavo/tavo.h"
@@ -44,17 +41,6 @@ uint32_t callSink(void* context, uint32_t recordType, const void* record) {
   return callback == nullptr ? 0 : callback(recordType, record);
 }
 
-class CallbackSource final : public tavo::writers::RecordSource {
- public:
-  explicit CallbackSource(TVO_RecordSource callback) : callback_(callback) {}
-  uint16_t fetch(uint32_t mode, uint32_t* recordType, void** record) override {
-    return callback_(mode, recordType, record);
-  }
-
- private:
-  TVO_RecordSource callback_;
-};
-
 // Answer of the store functions when there is no memory for the library's state.
 constexpr uint32_t kNoLibrary = TVO_ERR_DATA_FILE;
 
@@ -83,8 +69,7 @@ uint32_t TVO_CALL TVO_Analyse(const char* inputPath, const char* logPath, TVO_Re
 uint16_t TVO_CALL TVO_Build(const char* outputPath, TVO_RecordSource callback) {
   Library* const state = library();
   if (state == nullptr || outputPath == nullptr || callback == nullptr) return TVO_ERR_OPEN;
-  CallbackSource source(callback);
-  return state->build(outputPath, source, isRead(callback));
+  return state->build(outputPath, callback, isRead(callback));
 }
 
 uint32_t TVO_CALL TVO_SetColumns(uint8_t flag) {

@@ -71,11 +71,11 @@ uint32_t Library::analyse(const AnalysisRequest& request, AnalysisCounts* counts
   return resultOf(status, run->diagnostics);
 }
 
-uint16_t Library::build(const char* outputPath, writers::RecordSource& source, bool fromStore) {
+uint16_t Library::build(const char* outputPath, TVO_RecordSource callback, bool fromStore) {
   if (fromStore && !store.isOpen() && TVO_CODE(store.openExisting()) == TVO_ERR_DATA_FILE) {
     return TVO_ERR_NO_DATA_FILE;
   }
-  const uint16_t status = writers::build(outputPath, source, settings);
+  const uint16_t status = writers::build(outputPath, callback, settings);
   store.closeDataFile();
   return status;
 }

@@ -44,9 +44,9 @@ class Library {
   // closed at the end, whatever happened. counts is left alone when a file cannot be opened.
   uint32_t analyse(const AnalysisRequest& request, AnalysisCounts* counts);
 
-  // Writes a text file from the records of a source. fromStore: the source reads the library's
+  // Writes a text file from the records that a callback delivers. fromStore: it reads the library's
   // store, which is opened when it is closed.
-  uint16_t build(const char* outputPath, writers::RecordSource& source, bool fromStore);
+  uint16_t build(const char* outputPath, TVO_RecordSource callback, bool fromStore);
 
   store::RecordStore store;
   writers::BuildSettings settings;  // kept between builds

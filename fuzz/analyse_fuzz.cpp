@@ -60,7 +60,9 @@ tavo::api::AnalysisCounts analyse(uint16_t maxErrors, uint64_t stopAt) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   std::FILE* const file = std::fopen(kInput, "wb");
-  require(file != nullptr && std::fwrite(data, 1, size, file) == size && std::fclose(file) == 0);
+  require(file != nullptr);
+  require(size == 0 || std::fwrite(data, 1, size, file) == size);
+  require(std::fclose(file) == 0);
   const tavo::api::AnalysisCounts whole = analyse(UINT16_MAX, 0);
   const auto limit = static_cast<uint16_t>(size == 0 ? 0 : data[size - 1]);
   const tavo::api::AnalysisCounts cut = analyse(limit, size % 64);

@@ -215,7 +215,8 @@ class Session {
 };
 
 TEST(StoreModelTest, RandomOperations) {
-  for (uint32_t seed = 1; seed <= 6 && !testing::Test::HasFailure(); ++seed) {
+  for (uint32_t seed = 1; seed <= 1 + 5 * TAVO_TEST_EFFORT / 100 && !testing::Test::HasFailure();
+       ++seed) {
     SCOPED_TRACE(seed);
     Session session(seed);
     for (int step = 1; step <= 4000 && !testing::Test::HasFatalFailure(); ++step) {

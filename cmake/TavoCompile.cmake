@@ -29,7 +29,8 @@ if(WIN32)
   # so every function that needs more aligns its own frame.
   target_compile_options(tavo_compile INTERFACE -msse2 -mfpmath=sse -mstackrealign)
   # The C library of the compiler prints as on Linux, the system's own does not.
-  target_compile_definitions(tavo_compile INTERFACE __USE_MINGW_ANSI_STDIO=1)
+  target_compile_definitions(tavo_compile INTERFACE WIN32_LEAN_AND_MEAN NOMINMAX
+                                                    __USE_MINGW_ANSI_STDIO=1)
   # No run-time DLL of the compiler is needed beside ours.
   target_link_options(tavo_compile INTERFACE -static)
 endif()

@@ -1,8 +1,6 @@
 // Files on Windows, by the system's own calls.
 #ifdef _WIN32
 
-#define WIN32_LEAN_AND_MEAN
-#define NOMINMAX
 #include <windows.h>
 
 #include <new>

@@ -74,7 +74,7 @@ TEST_F(CacheTest, DirtyBufferGoesToItsOwnFileFirst) {
   EXPECT_EQ(log[log.size() - 2].kind, 'w');
   EXPECT_EQ(log[log.size() - 2].position, pagePosition(0));
   EXPECT_EQ(log.back().position, pagePosition(n - 1));
-  EXPECT_EQ(page::count(file_.bytes().data() + 1024), 4);
+  EXPECT_EQ(page::count(bytesOf(store).data() + 1024), 4);
 }
 
 TEST_F(CacheTest, BufferCountsAllGiveTheSameFile) {
@@ -100,8 +100,6 @@ TEST_F(CacheTest, WriteModes) {
   EXPECT_EQ(store.setWriteMode(5), kNotFound);
   EXPECT_EQ(store.setWriteMode(-1), kNotFound);
   EXPECT_EQ(store.writeMode(), 0);
-  const auto& bytes = file_;
-  const auto onDisk = [&bytes] { return findings(bytes.path()); };
   for (const int mode : {0, 1, 2, 3, 4}) {
     ASSERT_EQ(store.setWriteMode(mode), kOk);
     startLog();
@@ -118,11 +116,11 @@ TEST_F(CacheTest, WriteModes) {
     if (mode == 4) {
       // Marker and flush, the header, pages, flush, and the marker again.
       EXPECT_EQ(files_.log.back().kind, 'f');
-      EXPECT_EQ(loadU16(bytes.bytes().data() + kModifiedMarker), 0);
+      EXPECT_EQ(loadU16(bytesOf(store).data() + kModifiedMarker), 0);
     }
   }
   ASSERT_EQ(store.close(), kOk);
-  EXPECT_EQ(onDisk(), "");
+  EXPECT_EQ(findings(file_.path()), "");
 }
 
 TEST_F(CacheTest, InterruptedSafeWriteIsReadAndNotWritten) {
@@ -242,7 +240,7 @@ TEST_F(CacheTest, CrashLeavesWhatTheWriteModePromises) {
       ASSERT_EQ(store.setWriteMode(mode), kOk);
       // Written through at once, every record that was reported stored is found by its number.
       Sample sample;
-      const bool marked = loadU16(file.bytes().data() + kModifiedMarker) == kMarkerValue;
+      const bool marked = loadU16(bytesOf(store).data() + kModifiedMarker) == kMarkerValue;
       for (std::uint32_t n = 1; n <= stored && !(mode == 4 && marked); ++n) {
         ASSERT_EQ(store.find(3, &n, 4, kEqual), kOk) << mode << " " << crash << " " << n;
         ASSERT_EQ(store.read(sample.fields), kOk) << mode << " " << crash << " " << n;

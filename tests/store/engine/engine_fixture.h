@@ -93,6 +93,16 @@ class TempFile {
   std::string path_;
 };
 
+// The bytes of an open file; an exclusive one can be read by its own opener only.
+inline std::vector<std::uint8_t> bytesOf(Store& store) {
+  std::vector<std::uint8_t> bytes;
+  std::uint8_t block[kPageSize];
+  platform::File& file = *store.block().file;
+  while (file.readAt(bytes.size(), block, kPageSize) == platform::Transfer::kDone)
+    bytes.insert(bytes.end(), block, block + kPageSize);
+  return bytes;
+}
+
 // The native files with a count of every transfer, and with the faults that a test asks for.
 class TestFiles : public platform::FileSystem {
  public:

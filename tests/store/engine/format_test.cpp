@@ -24,7 +24,7 @@ TEST(Format, FreshFileHasHeaderBlockAndEmptyPage) {
   expected[192 + 3] = 5;
   expected[212] = 2;
   storeU16(expected.data() + 1024 + 16, 1006);
-  EXPECT_EQ(file.bytes(), expected);
+  EXPECT_EQ(bytesOf(store), expected);
 
   // A file is never created over another, and is closed with a write transaction.
   Store other(cache);
@@ -44,7 +44,7 @@ TEST(Format, OrderModes) {
     Options options;
     options.orderMode = mode;
     ASSERT_EQ(store.create(file.path(), kIndexes, options), kOk);
-    EXPECT_EQ(word(file.bytes(), 8), expected);
+    EXPECT_EQ(word(bytesOf(store), 8), expected);
   }
   for (const int mode : {0, 4, -1}) {
     const TempFile file;

@@ -74,6 +74,8 @@ struct PageCache::Impl {
   // errors are also kept in ioError.
   int store(ControlBlock& file, WorkPage& w);
   void touch(WorkPage& w) { w.used = ++tick_; }
+  // The same when the page was last seen in `w`, which is corrected if it is elsewhere now.
+  int reload(ControlBlock& file, std::int32_t number, WorkPage*& w);
   // Gives up a new page that was not stored.
   static void forget(WorkPage& w) { w.owner = nullptr; }
 
@@ -118,6 +120,7 @@ struct Cursor {
   std::int32_t record = 0;
   std::uint32_t keyLength = 0;
   std::int32_t page = kNoPage;
+  WorkPage* work = nullptr;  // where the page was last seen
   int position = 0;
   std::uint64_t stamp = 0;  // the tree's state for which page and position hold
   std::int64_t hops = 0;    // pages moved right less pages moved left since the last search
@@ -132,6 +135,11 @@ struct Hint {
   int position = 0;
   bool bounded = false;
   std::uint8_t bound[kMaxEntrySize];
+};
+
+struct Key {
+  std::uint32_t length = 0;
+  std::uint8_t bytes[kMaxEntrySize];
 };
 
 struct Store::ControlBlock {
@@ -177,6 +185,7 @@ struct Store::ControlBlock {
   bool reuseNumbers = true;
   std::unique_ptr<KeySegment[]> segments[kUserIndexes + 1];
   std::int32_t currentRecord = 0;
+  Key newKeys[kLastIndex + 1];  // of the record being stored
   int soughtIndex = 0;
   std::uint32_t soughtLength = 0;
   std::uint8_t sought[kMaxEntrySize];
@@ -198,6 +207,13 @@ struct Store::ControlBlock {
   int check() const { return !guarded() ? kBadBlock : state == 'O' ? kOk : kNotOpen; }
   void invalidatePositions();
 };
+
+inline int PageCache::Impl::reload(ControlBlock& file, std::int32_t number, WorkPage*& w) {
+  if (w->number != number || w->owner != &file || w->openId != file.openId)
+    return load(file, number, w);
+  touch(*w);
+  return kOk;
+}
 
 // Keeps copies of the segment lists of an index list; kNoMemory on failure.
 int keepSegments(ControlBlock& file, const IndexDef* indexes);

@@ -8,11 +8,6 @@
 
 namespace tavo::engine {
 
-struct Key {
-  std::uint32_t length = 0;
-  std::uint8_t bytes[kMaxEntrySize];
-};
-
 // Order of two stored keys of an index: below, equal or above 0. Keys of a damaged file may be any
 // bytes; they have some order too.
 int compareKeys(const ControlBlock& file, int index, const std::uint8_t* a, std::uint32_t aLength,

@@ -195,7 +195,8 @@ int insertKeys(ControlBlock& file, const RecordValues& values, std::int32_t reco
   for (done = 0; fields[done].type != 'E';) {
     const std::uint32_t i = done++;
     if (fields[i].keyRole == 'N') continue;
-    Key key;
+    if (fields[i].index > kLastIndex) return kBadArgument;
+    Key& key = file.newKeys[fields[i].index];
     Key old;
     int code = makeKey(file, values, i, key);
     if (code == kOk && except != nullptr) {
@@ -260,13 +261,11 @@ int reserveFor(ControlBlock& file, const Field* fields) {
 }
 
 // The indexes of a new record are positioned on it.
-void positionOn(ControlBlock& file, const RecordValues& values, std::int32_t record) {
-  const Field* const fields = values.fields();
-  for (std::uint32_t i = 0; fields[i].type != 'E'; ++i) {
-    if (fields[i].keyRole == 'N') continue;
-    Key key;
-    if (makeKey(file, values, i, key) != kOk) continue;
-    Cursor& cursor = file.cursors[fields[i].index];
+void positionOn(ControlBlock& file, const Field* fields, std::int32_t record) {
+  for (const Field* f = fields; f->type != 'E'; ++f) {
+    if (f->keyRole == 'N') continue;
+    const Key& key = file.newKeys[f->index];
+    Cursor& cursor = file.cursors[f->index];
     cursor.state = Cursor::kAt;
     cursor.stamp = 0;
     cursor.record = record;
@@ -308,7 +307,7 @@ int insertRecord(ControlBlock& file, const Field* fields, std::uint8_t typeByte)
   }
   ++file.header.recordCount;
   file.currentRecord = number;
-  positionOn(file, values, number);
+  positionOn(file, fields, number);
   return kOk;
 }
 

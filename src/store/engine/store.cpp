@@ -27,6 +27,7 @@ void setCursor(ControlBlock& file, Cursor& cursor, const Place& at) {
   const std::uint8_t* const e = at.entry();
   cursor.state = Cursor::kAt;
   cursor.page = at.page->number;
+  cursor.work = at.page;
   cursor.position = at.position;
   cursor.stamp = file.stamp;
   cursor.record = entry::record(e);
@@ -41,7 +42,9 @@ int locate(ControlBlock& file, int index, Place& at) {
   if (cursor.stamp == file.stamp) {
     at.position = cursor.position;
     at.exact = true;
-    return file.cache->load(file, cursor.page, at.page);
+    const int code = file.cache->reload(file, cursor.page, cursor.work);
+    at.page = cursor.work;
+    return code;
   }
   cursor.hops = 0;
   return seek(file, probeOf(index, cursor), at);

@@ -43,6 +43,16 @@ int searchPage(const ControlBlock& file, const WorkPage& w, const Probe& probe, 
   return low;
 }
 
+// The entry that leads to a page which begins with `first`; returns its size.
+std::uint32_t makeSeparator(const std::uint8_t* first, bool leaf, std::int32_t right,
+                            std::uint8_t* separator) {
+  const std::uint32_t keep = kEntryHead + entry::keyLength(first, leaf);
+  std::memcpy(separator, first, keep);
+  storeU32(separator + keep, static_cast<std::uint32_t>(right));
+  separator[0] = static_cast<std::uint8_t>(keep + kChildSize - 1);
+  return keep + kChildSize;
+}
+
 Probe probeOf(const std::uint8_t* e, bool leaf) {
   Probe probe;
   probe.index = entry::index(e);
@@ -94,15 +104,30 @@ bool belowBound(const ControlBlock& file, const Hint& hint, const Probe& probe) 
   return !hint.bounded || compareEntry(file, hint.bound, false, probe) > 0;
 }
 
+// Takes the leaf behind the hint's when it begins with the sought, as it does when records are read
+// one after the other.
+bool seekNextLeaf(ControlBlock& file, const Probe& probe, Hint& hint, Place& place) {
+  const std::int32_t next = place.page->next();
+  WorkPage* w = nullptr;
+  if (next == kNoPage || file.cache->load(file, next, w) != kOk) return false;
+  if (w->level() != 0 || w->count == 0 || compareEntry(file, w->at(0), true, probe) != 0)
+    return false;
+  // Its last entry is a bound on the safe side.
+  const std::uint8_t* const last = w->at(w->count - 1);
+  makeSeparator(last, true, kNoPage, hint.bound);
+  hint.bounded = true;
+  hint.page = next;
+  hint.work = w;
+  hint.position = 0;
+  place = {w, 0, true};
+  return true;
+}
+
 // Looks in the leaf of the hint, first around the position that was used last. False when the
 // sought may be elsewhere.
 bool seekNearby(ControlBlock& file, const Probe& probe, Hint& hint, Place& place) {
-  WorkPage* w = hint.work;
-  if (w->number != hint.page || w->owner != &file || w->openId != file.openId) {
-    if (file.cache->load(file, hint.page, w) != kOk) return false;
-    hint.work = w;
-  }
-  file.cache->touch(*w);
+  if (file.cache->reload(file, hint.page, hint.work) != kOk) return false;
+  WorkPage* const w = hint.work;
   if (w->level() != 0 || w->count == 0) return false;
   int low = hint.position < w->count ? hint.position : 0;
   int c = compareEntry(file, w->at(low), true, probe);
@@ -111,16 +136,15 @@ bool seekNearby(ControlBlock& file, const Probe& probe, Hint& hint, Place& place
     c = compareEntry(file, w->at(0), true, probe);
   }
   if (c > 0) return false;
-  place.page = w;
-  place.exact = c == 0;
-  place.position = low;
+  place = {w, low, c == 0};
   if (c < 0) {
     ++low;
     const int next = low < w->count ? compareEntry(file, w->at(low), true, probe) : 1;
     place.position = low;
     place.exact = next == 0;
     if (next < 0) place.position = searchPage(file, *w, probe, place.exact, low + 1);
-    if (place.position == w->count && !belowBound(file, hint, probe)) return false;
+    if (place.position == w->count && !belowBound(file, hint, probe))
+      return seekNextLeaf(file, probe, hint, place);
   }
   hint.position = place.position;
   return true;
@@ -199,15 +223,6 @@ int splitPoint(const WorkPage& w) {
   return kept;
 }
 
-// The entry for the parent: what the right-hand page begins with, and its number.
-void makeSeparator(const std::uint8_t* first, bool leaf, std::int32_t right, Entry& separator) {
-  const std::uint32_t keep = kEntryHead + entry::keyLength(first, leaf);
-  std::memcpy(separator.bytes, first, keep);
-  storeU32(separator.bytes + keep, static_cast<std::uint32_t>(right));
-  separator.size = keep + kChildSize;
-  separator.bytes[0] = static_cast<std::uint8_t>(separator.size - 1);
-}
-
 // Splits an overfull page that is not the root. Nothing is changed when it fails.
 int splitPage(ControlBlock& file, WorkPage& w, Entry& separator) {
   WorkPage* neighbour = nullptr;
@@ -222,7 +237,7 @@ int splitPage(ControlBlock& file, WorkPage& w, Entry& separator) {
   const int kept = splitPoint(w);
   const int moved = leaf ? kept : kept + 1;
   WorkPage& right = file.cache->claim(file, number, w.level());
-  makeSeparator(w.at(kept), leaf, number, separator);
+  separator.size = makeSeparator(w.at(kept), leaf, number, separator.bytes);
   if (!leaf) page::setFirstChild(right.bytes, entry::child(w.at(kept)));
   std::memcpy(right.bytes + kPageHead, w.at(moved), w.offsets[w.count] - w.offsets[moved]);
   page::setCount(right.bytes, w.count - moved);

@@ -108,7 +108,7 @@ TEST(Database, FlushesAtTheFirstOtherKeyword) {
 }
 
 TEST(Database, FieldsAddedByExtraInfoFillTheList) {
-  // A field is listed once more for every block that adds it only when it was not there before.
+  // Listing stops where the room of a columns record is full; values arrive all the same.
   std::string lines = "EXTRAINFO (PointNo";
   for (const char* name : {"SYS", "JobNo", "CLASS", "East", "North", "Elevation", "X", "Y", "Z"}) {
     lines += ",\n" + std::string(name);
@@ -120,7 +120,10 @@ TEST(Database, FieldsAddedByExtraInfoFillTheList) {
   const std::string full = database("POINTS (" + repeated("PointNo,\n", 38) + "PointNo)\n" +
                                     repeated("1,\n", 38) + "1;\n" + lines + "END POINTS\n");
   const std::string columns = analyse(full).records;
-  EXPECT_EQ(columns.substr(0, columns.find('\n')), "24(" + repeated("PointNo ", 39) + "SYS)");
+  EXPECT_EQ(columns,
+            "24(" + repeated("PointNo ", 39) +
+                "SYS)\n34 PointNo=1 JobNo=3 CLASS=FIX SYS=2 East=4 North=5 Elevation=6 X=7 Y=8 "
+                "Z=9\n");
 }
 
 // Long lists are looked up by hash; what they answer is what a search from the start finds.

@@ -154,15 +154,20 @@ const schema::BlockDef* blockOf(RecordType type) {
   return schema::blockOfColumns(isColumns(type) ? type : schema::columnsOf(type));
 }
 
+void appendPath(uint32_t keyword, std::string* path) {
+  if (keyword == schema::kUnknownSection) return;
+  appendPath(writers::parentOf(keyword), path);
+  *path += writers::keywordName(keyword);
+  *path += '/';
+}
+
 // "DATABASE/POINTS/THEMINFO"
 std::string blockPath(RecordType type) {
   const schema::BlockDef* const block = blockOf(type);
-  if (block == nullptr) return {};
-  std::string path(writers::keywordName(block->keyword));
-  for (uint32_t up = block->parent; up != schema::kUnknownSection; up = writers::parentOf(up)) {
-    path = std::string(writers::keywordName(up)) + "/" + path;
-  }
-  return path;
+  std::string path;
+  if (block == nullptr) return path;
+  appendPath(block->parent, &path);
+  return path += writers::keywordName(block->keyword);
 }
 
 // The number of the object that a block of this record type says more about, where its table offers

@@ -75,14 +75,17 @@ void printCode(const TimeTaggedRecord& code) {
   std::string values;
   for (size_t i = 0; i < code.EntryCount; ++i) {
     const TimeTaggedEntry& entry = code.entries[i];
-    char number[64];
-    if (entry.kind == TVO_ENUM_REAL) {
+    if (i > 0) values += "  ";
+    values += textOf(entry.name) + ' ';
+    if (entry.kind == TVO_ENUM_TEXT) {
+      values.append(1, '"').append(textOf(entry.text)).append(1, '"');
+    } else if (entry.kind == TVO_ENUM_REAL) {
+      char number[64];
       std::snprintf(number, sizeof number, "%.10g", double{entry.real});
+      values += number;
     } else {
-      std::snprintf(number, sizeof number, "%d", int32_t{entry.integer});
+      values += std::to_string(entry.integer);
     }
-    values += (i > 0 ? "  " : "") + textOf(entry.name) + " " +
-              (entry.kind == TVO_ENUM_TEXT ? "\"" + textOf(entry.text) + "\"" : number);
   }
   printEntry("code", code.TimeTag, code.Number, textOf(code.Code), values);
 }

@@ -1,6 +1,7 @@
 // Checks, packs and unpacks records by their field lists.
 #include "store/engine/record.h"
 
+#include <array>
 #include <cstring>
 
 namespace tavo::engine {
@@ -8,31 +9,39 @@ namespace {
 
 constexpr int kMaxFieldLength = 31232;
 
-// Size of the fixed-size types; -1 for unknown letters, 0 for the types whose size is in the value
-// or the list.
-int fixedSize(char type) {
-  switch (type) {
-    case 'H':
-      return 1;
-    case 'I':
-    case 'U':
-      return 2;
-    case 'L':
-    case 'F':
-      return 4;
-    case 'P':
-      return 6;
-    case 'D':
-    case 'X':
-      return 8;
-    case 'S':
-    case 'B':
-    case 'M':
-    case 'C':
-    case 'N':
-      return 0;
+// Size of the fixed-size types by letter; -1 for unknown letters, 0 for the types whose size is in
+// the value or the list.
+constexpr std::array<std::int8_t, 256> kFixedSizes = [] {
+  std::array<std::int8_t, 256> sizes{};
+  sizes.fill(-1);
+  for (const char c : {'S', 'B', 'M', 'C', 'N'}) sizes[static_cast<std::uint8_t>(c)] = 0;
+  sizes['H'] = 1;
+  sizes['I'] = sizes['U'] = 2;
+  sizes['L'] = sizes['F'] = 4;
+  sizes['P'] = 6;
+  sizes['D'] = sizes['X'] = 8;
+  return sizes;
+}();
+
+inline int fixedSize(char type) { return kFixedSizes[static_cast<std::uint8_t>(type)]; }
+
+// Copies a value; the sizes of numbers are known to the compiler.
+inline void copyValue(void* to, const std::uint8_t* from, std::uint32_t size) {
+  switch (size) {
+    case 1:
+      std::memcpy(to, from, 1);
+      return;
+    case 2:
+      std::memcpy(to, from, 2);
+      return;
+    case 4:
+      std::memcpy(to, from, 4);
+      return;
+    case 8:
+      std::memcpy(to, from, 8);
+      return;
     default:
-      return -1;
+      std::memcpy(to, from, size);
   }
 }
 
@@ -104,8 +113,8 @@ bool isEmpty(const Field& field, const Value& value) {
 }
 
 // Size of a field's value at the start of `room` packed bytes; false when it does not fit.
-bool packedSize(const Field& field, const std::uint8_t* bytes, std::uint32_t room,
-                std::uint32_t& size) {
+inline bool packedSize(const Field& field, const std::uint8_t* bytes, std::uint32_t room,
+                       std::uint32_t& size) {
   const int fixed = fixedSize(field.type);
   if (fixed > 0) {
     size = static_cast<std::uint32_t>(fixed);
@@ -127,7 +136,8 @@ bool packedSize(const Field& field, const std::uint8_t* bytes, std::uint32_t roo
 void clearValue(const Field& field) {
   const int fixed = fixedSize(field.type);
   if (fixed > 0) {
-    std::memset(field.value, 0, static_cast<std::size_t>(fixed));
+    static constexpr std::uint8_t kZero[8] = {};
+    copyValue(field.value, kZero, static_cast<std::uint32_t>(fixed));
   } else if (field.type == 'B' || field.type == 'M') {
     std::memset(field.value, 0, 2);
   } else if (roomOf(field) != 0) {
@@ -144,21 +154,19 @@ template <typename Present, typename Absent>
 int walkPacked(const Field* fields, const std::uint8_t* packed, std::uint32_t size,
                Present&& present, Absent&& absent) {
   std::uint32_t at = kRecordHead;
-  const Field* f = fields;
-  for (;;) {
+  std::uint32_t place = 0;
+  for (const Field* f = fields;; ++f, ++place) {
     if (at + 2 > size) return kCorrupt;
     const std::uint32_t number = loadU16(packed + at);
     at += 2;
     // The end mark is above every number.
-    for (; f->type != 'E' && static_cast<std::uint32_t>(f - fields) < number; ++f) absent(*f);
+    for (; f->type != 'E' && place < number; ++f, ++place) absent(*f);
     if (number == kRecordEnd) return kOk;
     std::uint32_t length = 0;
-    if (f->type == 'E' || static_cast<std::uint32_t>(f - fields) != number ||
-        !packedSize(*f, packed + at, size - at, length))
+    if (f->type == 'E' || place != number || !packedSize(*f, packed + at, size - at, length))
       return kCorrupt;
     present(*f, packed + at, length);
     at += length;
-    ++f;
   }
 }
 
@@ -206,7 +214,7 @@ int packRecord(const Field* fields, std::uint8_t typeByte, std::uint8_t* out, st
     if (f->keyRole == 'N' && isEmpty(*f, value)) continue;
     if (value.size + 4 > room - at) return kBufferTooSmall;
     storeU16(out + at, number);
-    std::memcpy(out + at + 2, value.bytes, value.size);
+    copyValue(out + at + 2, value.bytes, value.size);
     at += 2 + value.size;
   }
   storeU16(out + at, kRecordEnd);
@@ -218,7 +226,7 @@ int unpackRecord(const Field* fields, const std::uint8_t* packed, std::uint32_t 
   return walkPacked(
       fields, packed, size,
       [](const Field& f, const std::uint8_t* value, std::uint32_t length) {
-        if (f.type != 'S' || roomOf(f) != 0) std::memcpy(f.value, value, length);
+        if (f.type != 'S' || roomOf(f) != 0) copyValue(f.value, value, length);
       },
       clearValue);
 }

@@ -77,7 +77,7 @@ Json kindJson(const Value& value) {
     case TVO_ENUM_TEXT:
       return textOf(value.text, sizeof value.text);
     case TVO_ENUM_REAL:
-      return value.real;
+      return double{value.real};
     case TVO_ENUM_INT:
       if constexpr (requires { value.integer; }) return int32_t{value.integer};
       return nullptr;

@@ -1,8 +1,10 @@
 // Parsing of column definitions and data lines.
 #include "reader/columns.h"
 
+#include <algorithm>
 #include <cstring>
 
+#include "reader/clean_field.h"
 #include "reader/values.h"
 #include "schema/enums.h"
 #include "schema/fields.h"
@@ -87,8 +89,9 @@ class ListParser {
     // The record of MERCATOR_2 has fewer members than the table its columns are checked against.
     const schema::FieldDef* const member =
         field.id == 0 ? nullptr : schema::findId(layout_, field.id);
-    columns_->add({field.id, field.type, field.width, field.group, field.unit,
-                   member == nullptr ? schema::kNotKept : member->offset});
+    const uint16_t offset = member == nullptr ? schema::kNotKept : member->offset;
+    columns_->add({field.id, field.type, field.width, field.group, field.unit, offset,
+                   columns_->hasPlace(offset)});
     return kGoOn;
   }
 
@@ -125,8 +128,19 @@ class LineSplitter {
 
   // Parses one value; false when the error limit ends the run.
   bool take(const Column& column) {
-    uint8_t* const value = column.offset == schema::kNotKept ? dropped_ : target_ + column.offset;
-    const int status = parseField(run_, cursor_, column.type, column.width, column.unit, value);
+    const bool aside = column.offset == schema::kNotKept || column.repeats;
+    uint8_t* const value = aside ? dropped_ : target_ + column.offset;
+    const char* const behind =
+        takeCleanField(run_.settings, column, cursor_.at, cursor_.end, value);
+    int status = 0;
+    if (behind != nullptr) {
+      cursor_.at = behind;
+    } else {
+      status = parseField(run_, cursor_, column.type, column.width, column.unit, value);
+    }
+    if (status == 0 && column.repeats) {
+      std::memcpy(target_ + column.offset, value, schema::storedSize(column.type, column.width));
+    }
     if (status == 0 || status == kEmptyField) return true;
     if (status == kStop) {
       outcome_ = DataLine::kLimit;
@@ -191,6 +205,11 @@ class LineSplitter {
 };
 
 }  // namespace
+
+bool Columns::hasPlace(uint16_t offset) const {
+  return offset != schema::kNotKept &&
+         std::ranges::any_of(span(), [offset](const Column& c) { return c.offset == offset; });
+}
 
 void Columns::fill(ColumnsRecord* record) const {
   std::memset(record, 0, sizeof *record);

@@ -23,6 +23,7 @@ struct Column {
   schema::EnumGroup group;
   schema::UnitKind unit;
   uint16_t offset;
+  bool repeats = false;  // an earlier column has the same place: only a value overwrites it
 };
 
 // The declared columns of a block, in order.
@@ -34,6 +35,8 @@ class Columns {
   bool full() const { return count_ == kMaxColumns; }
   void add(const Column& column) { columns_[count_++] = column; }
   void clear() { count_ = 0; }
+  // Whether a column has its value at the offset.
+  bool hasPlace(uint16_t offset) const;
   // The list as a columns record, its comment empty.
   void fill(ColumnsRecord* record) const;
 

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <iterator>
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -95,6 +96,48 @@ inline const char* scanDigits(const char* p, const char* end, uint64_t* value) {
     number = number * 10 + static_cast<uint64_t>(*p - '0');
   }
   *value = number;
+  return p;
+}
+
+// Decimal numbers whose digits and power of ten are exact in the type: their quotient is rounded
+// once, and so correctly.
+template <class Real>
+struct Exact;
+template <>
+struct Exact<double> {
+  static constexpr uint64_t kLargest = uint64_t{1} << 53;
+  static constexpr double kPowers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                       1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
+                                       1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+};
+template <>
+struct Exact<float> {
+  static constexpr uint64_t kLargest = uint64_t{1} << 24;
+  static constexpr float kPowers[] = {1e0F, 1e1F, 1e2F, 1e3F, 1e4F, 1e5F,
+                                      1e6F, 1e7F, 1e8F, 1e9F, 1e10F};
+};
+
+// The short forms that survey files are full of: digits with at most one point, no exponent. Null
+// for any other text.
+template <class Real>
+inline const char* scanShortReal(const char* p, const char* end, Real* value) {
+  constexpr std::ptrdiff_t kMostDigits = 18;
+  uint64_t mantissa = 0;
+  const char* const start = p;
+  p = scanDigits(p, end, &mantissa);
+  std::ptrdiff_t digits = p - start;
+  size_t decimals = 0;
+  if (p != end && *p == '.') {
+    const char* const fraction = ++p;
+    p = scanDigits(p, end, &mantissa);
+    decimals = static_cast<size_t>(p - fraction);
+    digits += p - fraction;
+  }
+  if (digits == 0 || digits > kMostDigits || mantissa > Exact<Real>::kLargest ||
+      decimals >= std::size(Exact<Real>::kPowers) || (p != end && (*p == 'e' || *p == 'E'))) {
+    return nullptr;
+  }
+  *value = static_cast<Real>(mantissa) / Exact<Real>::kPowers[decimals];
   return p;
 }
 

@@ -50,10 +50,11 @@ class NameIndex {
   static constexpr size_t kMask = kSlots - 1;
   static_assert(N < kSlots / 2, "the index must stay sparse, it is probed until an empty slot");
 
+  // The names of a table differ enough in length, first, middle and last characters.
   static constexpr size_t hash(std::string_view name) {
-    uint32_t value = 2166136261U;
-    for (const char c : name) value = (value ^ static_cast<uint8_t>(c)) * 16777619U;
-    return value ^ (value >> 15);
+    const size_t n = name.size();
+    const auto at = [name](size_t i) { return size_t{static_cast<uint8_t>(name[i])}; };
+    return n + at(0) * 5 + at(n / 2) * 17 + at(n - 1) * 61;
   }
 
   std::array<uint8_t, kSlots> slots_{};  // table position + 1, 0 = empty

@@ -76,8 +76,7 @@ class ItemBlock {
         subSections_(schema::hasSubSections(block.keyword)) {}
 
   int read() {
-    const int status = readLines(
-        run_, [this] { return handleLine(run_, block_, subSections_, [this] { return item(); }); });
+    const int status = readLines(run_, [this] { return handle(); });
     // Also a block that the error limit or a missing END has cut short delivers what it read.
     if (count_ > 0 && status != reader::kAborted && deliver() == reader::kAborted) {
       return reader::kAborted;
@@ -86,6 +85,16 @@ class ItemBlock {
   }
 
  private:
+  Outcome handle() {
+    // END HEADER in one of its sub-sections costs that one's END, and ends the HEADER as usual. The
+    // END of any other block is out of place.
+    if (block_.parent == schema::kHeader &&
+        schema::CheckEnd(run_.line, schema::kHeader) == reader::kGoOn) {
+      return {reader::kEndedByKeyword};
+    }
+    return handleLine(run_, block_, subSections_, [this] { return item(); });
+  }
+
   Outcome item() {
     schema::FieldDef field;
     uint8_t value[reader::kItemValueSize];

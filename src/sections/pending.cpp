@@ -9,6 +9,7 @@ namespace tavo::sections {
 
 namespace {
 
+constexpr size_t kFirstChunk = size_t{1} << 14;
 // Up to this length a list is searched from its start.
 constexpr size_t kShortList = 32;
 
@@ -25,23 +26,26 @@ constexpr uint8_t kZeros[schema::kRecordRoom] = {};
 Rows::Rows(size_t size, bool zeroed)
     : size_(size),
       zeroed_(zeroed),
-      shift_(
-          static_cast<unsigned>(std::bit_width(platform::kLargeChunk / std::max<size_t>(size, 1))) -
-          1) {}
+      firstRows_(kFirstChunk / std::max<size_t>(size, 1)),
+      shift_(static_cast<unsigned>(
+          std::bit_width(platform::kLargeChunk / std::max<size_t>(size, 1)) - 1)) {}
 
-uint8_t* Rows::make(size_t row) {
-  const size_t chunk = row >> shift_;
-  while (chunks_.size() <= chunk) {
-    chunks_.push_back(platform::makeLargeChunk());
-    if (zeroed_) std::memset(chunks_.back().get(), 0, platform::kLargeChunk);
-  }
-  return chunks_[chunk].get() + (row & ((size_t{1} << shift_) - 1)) * size_;
+void Rows::clear() {
+  made_ = 0;
+  first_.reset();
+  chunks_.clear();
 }
 
-const uint8_t* Rows::find(size_t row) const {
-  const size_t chunk = row >> shift_;
-  if (chunk >= chunks_.size()) return nullptr;
-  return chunks_[chunk].get() + (row & ((size_t{1} << shift_) - 1)) * size_;
+void Rows::grow() {
+  if (made_ == 0) {
+    first_ = zeroed_ ? std::make_unique<uint8_t[]>(kFirstChunk)
+                     : std::make_unique_for_overwrite<uint8_t[]>(kFirstChunk);
+    made_ = firstRows_;
+    return;
+  }
+  chunks_.push_back(platform::makeLargeChunk());
+  if (zeroed_) std::memset(chunks_.back().get(), 0, platform::kLargeChunk);
+  made_ += size_t{1} << shift_;
 }
 
 void PendingList::addGroup(std::span<const reader::Column> columns) {

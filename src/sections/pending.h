@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <vector>
 
@@ -13,23 +14,37 @@
 
 namespace tavo::sections {
 
-// Rows of equal size, numbered from 0.
+// Rows of equal size, numbered from 0: the first ones in a small chunk, which is enough for most
+// blocks, the others in large ones.
 class Rows {
  public:
   // size: bytes of a row, at most schema::kRecordRoom; 0 is allowed. Rows never written are zero
   // when zeroed says so, else undefined.
   Rows(size_t size, bool zeroed);
   // Drops all rows.
-  void clear() { chunks_.clear(); }
+  void clear();
   // The row's bytes; memory up to it is made when it is not there. Throws std::bad_alloc.
-  uint8_t* make(size_t row);
+  uint8_t* make(size_t row) {
+    while (row >= made_) grow();
+    return at(row);
+  }
   // The row's bytes, or null when it was never made.
-  const uint8_t* find(size_t row) const;
+  const uint8_t* find(size_t row) const { return row < made_ ? at(row) : nullptr; }
 
  private:
+  void grow();
+  uint8_t* at(size_t row) const {
+    if (row < firstRows_) return first_.get() + row * size_;
+    row -= firstRows_;
+    return chunks_[row >> shift_].get() + (row & ((size_t{1} << shift_) - 1)) * size_;
+  }
+
   size_t size_;
   bool zeroed_;
-  unsigned shift_;  // rows per chunk, as a power of two
+  size_t firstRows_;
+  unsigned shift_;  // rows of a large chunk, as a power of two
+  size_t made_ = 0;
+  std::unique_ptr<uint8_t[]> first_;
   std::vector<platform::LargeChunk> chunks_;
 };
 

@@ -47,7 +47,7 @@ TEST(Header, EndsAndForeignKeywords) {
       {"skipped to the end of the input", "HEADER\nVERSION 1;\nDATABASE\nEND DATABASE\n",
        "4 E2012 HEADER\n", pair},
       {"sub-section without END", header("PROJECT\nNAME \"N\";\nUNITS\nVERSION 1;\n"),
-       "4 E2012 PROJECT\n5 W7010 VERSION\n6 E2150 END HEADER\n6 E2012 UNITS\n6 E2012 HEADER\n",
+       "4 E2012 PROJECT\n5 W7010 VERSION\n6 E2012 UNITS\n",
        "4(NAME)\n8 NAME=\"N\"\n"},
       {"sub-sections END words", header("UNITS\nEND OFFSETS\nEND FOO\nPRESS HPA\nEND UNITS\n"),
        "3 E2150 END OFFSETS\n4 W7010 END\n", "2(PRESS)\n6 PRESS=HPA\n"},

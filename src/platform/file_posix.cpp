@@ -4,6 +4,7 @@
 #ifndef _WIN32
 
 #include <fcntl.h>
+#include <sched.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -168,12 +169,18 @@ class PosixFileSystem final : public FileSystem {
     const int fd = ::open(path, O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
     if (fd < 0) return nullptr;
     std::unique_ptr<PosixFile> file(new (std::nothrow) PosixFile(fd, false, true));
-    bool gone = false;
     if (file == nullptr) {
       ::close(fd);
-    } else if (!file->share(Access::kReadWrite, Sharing::kNone, gone)) {
-      file.reset();
+      return file;
     }
+    // Another opener may have come in between; it finds no store file and leaves at once.
+    bool gone = false;
+    bool ours = false;
+    for (int i = 0; i < 1000 && !ours && !gone; ++i) {
+      if (i > 0) sched_yield();
+      ours = file->share(Access::kReadWrite, Sharing::kNone, gone);
+    }
+    if (!ours) file.reset();
     return file;
   }
 

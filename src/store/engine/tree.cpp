@@ -456,14 +456,13 @@ int reservePages(ControlBlock& file, std::uint32_t pages) {
   bool extended = false;
   int code = kOk;
   while (code == kOk && header.pagesInFile - header.pagesInUse < pages) {
-    if (header.pagesInFile >= kMaxPages) {
-      code = kWriteFailed;
-    } else if (file.file->writeAt(pagePosition(static_cast<std::int32_t>(header.pagesInFile)),
-                                  kZero, kPageSize) != platform::Transfer::kDone) {
-      code = kWriteFailed;
-    } else {
+    if (header.pagesInFile < kMaxPages &&
+        file.file->writeAt(pagePosition(static_cast<std::int32_t>(header.pagesInFile)), kZero,
+                           kPageSize) == platform::Transfer::kDone) {
       ++header.pagesInFile;
       extended = true;
+    } else {
+      code = kWriteFailed;
     }
   }
   if (!extended) return code;

@@ -22,6 +22,7 @@ struct KeyRef {
   std::int32_t record;
   std::int32_t index;
 
+  // NOLINTNEXTLINE(modernize-use-nullptr): the check takes the generated code for a null pointer.
   friend auto operator<=>(const KeyRef&, const KeyRef&) = default;
 };
 

@@ -179,6 +179,7 @@ struct Store::ControlBlock {
   std::uint64_t stamp =
       1;  // counts changes of the tree; positions of another stamp need a fresh search
   std::uint32_t knownZero = 0;  // reserve pages from here on were zeroed by this opener
+  bool endKnown = false;        // nothing stands behind the pages that the header counts
   Cursor cursors[kLastIndex + 1];
   Hint hints[kLastIndex + 1];
   std::uint8_t guard5 = 'A';

@@ -67,6 +67,7 @@ int prepare(ControlBlock& file, const char* path, const IndexDef* indexes, const
   file.queuePlace = 1;
   file.headerChanged = file.headerStale = file.markerWritten = file.markerHandled = false;
   file.readError = file.ioError = kOk;
+  file.endKnown = false;
   ++file.openId;
   file.currentRecord = 0;
   file.soughtIndex = 0;

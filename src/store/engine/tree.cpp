@@ -191,13 +191,31 @@ void copyPage(const WorkPage& from, WorkPage& to) {
   to.sound = from.sound;
 }
 
+bool isZeroPage(const std::uint8_t* image) {
+  return image[0] == 0 && std::memcmp(image, image + 1, kPageSize - 1) == 0;
+}
+
 bool isReserve(ControlBlock& file, std::uint32_t number) {
   if (number >= file.knownZero) return true;
   std::uint8_t image[kPageSize];
-  static constexpr std::uint8_t kZero[kPageSize] = {};
   const auto transfer =
       file.file->readAt(pagePosition(static_cast<std::int32_t>(number)), image, kPageSize);
-  return transfer == platform::Transfer::kDone && std::memcmp(image, kZero, kPageSize) == 0;
+  return transfer == platform::Transfer::kDone && isZeroPage(image);
+}
+
+// Before the file is extended: what stands behind its last page must not be a page that a crash
+// kept out of the header, for that would be overwritten.
+int checkEnd(ControlBlock& file) {
+  if (file.endKnown) return kOk;
+  const std::uint32_t end = file.header.pagesInFile;
+  std::uint8_t image[kPageSize];
+  const auto transfer =
+      file.file->readAt(pagePosition(static_cast<std::int32_t>(end)), image, kPageSize);
+  if (transfer == platform::Transfer::kDone) return isZeroPage(image) ? kOk : kCorrupt;
+  if (transfer != platform::Transfer::kShort) return kNotFound;
+  // Only an exclusive opener knows that nobody else extends the file.
+  file.endKnown = !file.shared();
+  return kOk;
 }
 
 // The number of a page from the reserve. A page that is not zero is no reserve whatever the header
@@ -449,21 +467,22 @@ int removeEntry(ControlBlock& file, const Place& place) {
 
 int reservePages(ControlBlock& file, std::uint32_t pages) {
   FileHeader& header = file.header;
+  int code = kOk;
   // A new file counts page 0 as in use but not as in the file.
   if (header.pagesInFile == 0 && header.pagesInUse == 1) header.pagesInFile = 1;
   if (header.pagesInUse > header.pagesInFile) return kCorrupt;
   static constexpr std::uint8_t kZero[kPageSize] = {};
   bool extended = false;
-  int code = kOk;
-  while (code == kOk && header.pagesInFile - header.pagesInUse < pages) {
-    if (header.pagesInFile < kMaxPages &&
-        file.file->writeAt(pagePosition(static_cast<std::int32_t>(header.pagesInFile)), kZero,
-                           kPageSize) == platform::Transfer::kDone) {
-      ++header.pagesInFile;
-      extended = true;
-    } else {
+  while (header.pagesInFile - header.pagesInUse < pages) {
+    code = header.pagesInFile < kMaxPages ? checkEnd(file) : int{kWriteFailed};
+    if (code != kOk) break;
+    if (file.file->writeAt(pagePosition(static_cast<std::int32_t>(header.pagesInFile)), kZero,
+                           kPageSize) != platform::Transfer::kDone) {
       code = kWriteFailed;
+      break;
     }
+    ++header.pagesInFile;
+    extended = true;
   }
   if (!extended) return code;
   file.headerChanged = true;

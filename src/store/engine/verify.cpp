@@ -334,13 +334,18 @@ void Verifier::checkPages() {
     if (!reached_[i]) find(static_cast<std::int32_t>(i), "page is in use but not reached");
   }
   static constexpr std::uint8_t kZero[kPageSize] = {};
+  WorkPage w;
   for (auto i = static_cast<std::uint32_t>(reached_.size()); i < file_.header.pagesInFile; ++i) {
-    WorkPage w;
     const auto number = static_cast<std::int32_t>(i);
     // One page that is missing stands for all behind it.
-    if (!readPage(number, w)) break;
+    if (!readPage(number, w)) return;
     if (std::memcmp(w.bytes, kZero, kPageSize) != 0) find(number, "reserve page is not empty");
   }
+  const auto end =
+      static_cast<std::int32_t>(std::clamp<std::uint32_t>(file_.header.pagesInFile, 1, kMaxPages));
+  if (file_.file->readAt(pagePosition(end), w.bytes, kPageSize) == Transfer::kDone &&
+      std::memcmp(w.bytes, kZero, kPageSize) != 0)
+    find(end, "a page stands behind those that the header counts");
 }
 
 int Verifier::run(const char* path, const IndexDef* indexes) {

@@ -91,6 +91,10 @@ TEST_F(CacheTest, BufferCountsAllGiveTheSameFile) {
       EXPECT_EQ(findings(file.path()), "");
     }
   }
+  // The same on every platform.
+  std::uint32_t hash = 2166136261u;
+  for (const std::uint8_t byte : expected) hash = (hash ^ byte) * 16777619u;
+  EXPECT_EQ(hash, 1789886031u);
 }
 
 TEST_F(CacheTest, WriteModes) {
@@ -171,6 +175,28 @@ TEST_F(CacheTest, FullDiskRefusesAndLosesNothing) {
     ASSERT_EQ(store.close(), kOk);
     EXPECT_EQ(findings(file.path()), "");
   }
+}
+
+TEST_F(CacheTest, PagesThatACrashKeptOutOfTheHeaderAreNotOverwritten) {
+  {
+    PageCache cache;
+    Store store(cache, files_);
+    make(store, file_.path(), 0, 400);
+    files_.writesUntilFault = 0;
+    files_.lasting = true;
+  }
+  files_.writesUntilFault = -1;
+  const auto before = file_.bytes();
+  PageCache cache;
+  Store store(cache);
+  ASSERT_EQ(store.open(file_.path(), kIndexes), kOk);
+  Sample sample;
+  sample.set(1, 1, "new");
+  EXPECT_EQ(store.insert(sample.fields, kSampleType), kCorrupt);
+  store.close();
+  const auto after = file_.bytes();
+  ASSERT_EQ(after.size(), before.size());
+  EXPECT_TRUE(std::equal(before.begin() + 1024, before.end(), after.begin() + 1024));
 }
 
 // One transfer fails, at every place of a small load in turn: the operation is refused, all others

@@ -122,9 +122,8 @@ void plainPoints(benchmark::State& state) {
     std::FILE* const file = std::fopen(points().path(), "r");
     char line[256];
     char* fields[8];
-    std::vector<PointRecord> records;
     while (std::fgets(line, sizeof line, file) != nullptr) {
-      if (split(line, fields, 8) < 8 || std::strtoul(fields[0], nullptr, 10) == 0) continue;
+      if (split(line, fields, 8) < 8 || *fields[0] < '0' || *fields[0] > '9') continue;
       PointRecord point = {};
       point.PointNo = static_cast<uint32_t>(std::strtoul(fields[0], nullptr, 10));
       copyText(point.PointID, sizeof point.PointID, fields[1]);

@@ -39,7 +39,7 @@ class ITavo {
   // bits), appends its time-stamped records to those collected before and sorts them. Always 0:
   // look at the counters and the log.
   virtual uint16_t Analyse(const char* inputPath, const char* logPath, uint32_t flags,
-                                        uint16_t* errors, uint16_t* warnings) = 0;
+                           uint16_t* errors, uint16_t* warnings) = 0;
   // Makes a cursor over the collected records.
   virtual TimeCursor* CreateCursor() = 0;
   // Destroys the object with its entries and cursors.

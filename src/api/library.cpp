@@ -20,19 +20,6 @@ bool isSameFile(const char* input, const char* log) try {
   return false;
 }
 
-// Puts the progress display between the readers and the request's sink.
-struct ObservedSink {
-  reader::RecordSink sink;
-  ProgressObserver* progress;
-  const reader::LineSource* source;
-
-  static uint32_t deliver(void* context, RecordType type, const void* record) {
-    const auto* const self = static_cast<const ObservedSink*>(context);
-    self->progress->onProgress(self->source->consumed());
-    return self->sink.deliver(self->sink.context, type, record);
-  }
-};
-
 uint32_t resultOf(int status, const reader::Diagnostics& diagnostics) {
   if (status == reader::kAborted) return TVO_ERR_ABORTED;
   if (diagnostics.ioError()) return TVO_ERR_WRITE;
@@ -42,14 +29,10 @@ uint32_t resultOf(int status, const reader::Diagnostics& diagnostics) {
 }  // namespace
 
 uint32_t Library::analyse(const AnalysisRequest& request, AnalysisCounts* counts) {
-  ObservedSink observed{request.sink, request.progress, nullptr};
-  const reader::RecordSink sink = request.progress == nullptr
-                                      ? request.sink
-                                      : reader::RecordSink{&ObservedSink::deliver, &observed};
-  const auto run =
-      std::unique_ptr<reader::Run>(new (std::nothrow) reader::Run(sink, &operationColumns_));
+  const auto run = std::unique_ptr<reader::Run>(new (std::nothrow)
+                                                    reader::Run(request.sink, &operationColumns_));
   if (run == nullptr || isSameFile(request.inputPath, request.logPath)) return TVO_ERR_OPEN;
-  observed.source = &run->source;
+  run->source.observe(request.progress);
 
   bool opened = run->source.open(request.inputPath);
   opened = run->diagnostics.open(request.logPath, request.maxErrors, request.findings) && opened;

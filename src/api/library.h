@@ -19,15 +19,6 @@ struct AnalysisCounts {
   uint64_t records = 0;
 };
 
-// Shows how far a long analysis is; called once per record.
-class ProgressObserver {
- public:
-  virtual void onProgress(uint64_t bytesRead) = 0;
-
- protected:
-  ~ProgressObserver() = default;
-};
-
 struct AnalysisRequest {
   const char* inputPath = nullptr;
   const char* logPath = nullptr;
@@ -35,7 +26,7 @@ struct AnalysisRequest {
   reader::RecordSink sink;
   bool intoStore = false;  // the sink writes to the library's store: begin with a new data file
   reader::FindingObserver* findings = nullptr;
-  ProgressObserver* progress = nullptr;
+  reader::ProgressObserver* progress = nullptr;
 };
 
 class Library {

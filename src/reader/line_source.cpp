@@ -47,6 +47,7 @@ void LineSource::fill() {
   at_ = front;
   end_ = front + rest + n;
   filled_ += n;
+  if (progress_ != nullptr) progress_->onProgress(filled_);
 }
 
 bool LineSource::next(std::string_view* piece, bool* complete) {

@@ -13,6 +13,15 @@ namespace tavo::reader {
 // Longest line that is read whole, without its line feed.
 inline constexpr size_t kMaxLine = 129;
 
+// Shows how far the reading of a long file is.
+class ProgressObserver {
+ public:
+  virtual void onProgress(uint64_t bytesRead) = 0;
+
+ protected:
+  ~ProgressObserver() = default;
+};
+
 class LineSource {
  public:
   LineSource() = default;
@@ -28,8 +37,8 @@ class LineSource {
   // line feed ended it. False at the end of the input. The view is valid until the next call.
   bool next(std::string_view* piece, bool* complete);
 
-  // Bytes handed out so far, for progress displays.
-  uint64_t consumed() const { return filled_ - static_cast<uint64_t>(end_ - at_); }
+  // To be told of every block that is read; null for none.
+  void observe(ProgressObserver* progress) { progress_ = progress; }
   // A read failed; the input ends there.
   bool failed() const { return failed_; }
 
@@ -44,9 +53,10 @@ class LineSource {
   std::unique_ptr<char[]> buffer_;
   const char* at_ = nullptr;
   const char* end_ = nullptr;
-  uint64_t filled_ = 0;
-  bool atEnd_ = false;  // nothing more to read from the file
-  bool zeros_ = false;  // the buffer may hold zero bytes
+  ProgressObserver* progress_ = nullptr;
+  uint64_t filled_ = 0;  // bytes read so far
+  bool atEnd_ = false;   // nothing more to read from the file
+  bool zeros_ = false;   // the buffer may hold zero bytes
   bool failed_ = false;
 };
 

@@ -137,7 +137,7 @@ inline const char* scanShortReal(const char* p, const char* end, Real* value) {
       decimals >= std::size(Exact<Real>::kPowers) || (p != end && (*p == 'e' || *p == 'E'))) {
     return nullptr;
   }
-  *value = static_cast<Real>(mantissa) / Exact<Real>::kPowers[decimals];
+  *value = static_cast<Real>(static_cast<int64_t>(mantissa)) / Exact<Real>::kPowers[decimals];
   return p;
 }
 

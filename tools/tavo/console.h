@@ -26,7 +26,7 @@ bool flushOutput();
 
 // Shows on standard error how far the reading of a file is, when that is a terminal and the file is
 // large. The bar is gone when the object is.
-class ProgressBar final : public api::ProgressObserver {
+class ProgressBar final : public reader::ProgressObserver {
  public:
   explicit ProgressBar(const std::string& path);
   ProgressBar(const ProgressBar&) = delete;
@@ -34,7 +34,7 @@ class ProgressBar final : public api::ProgressObserver {
   ~ProgressBar();
 
   // The observer for an analysis; null when there is nothing to show.
-  api::ProgressObserver* observer() { return size_ > 0 ? this : nullptr; }
+  reader::ProgressObserver* observer() { return size_ > 0 ? this : nullptr; }
   void onProgress(uint64_t bytesRead) override;
 
  private:

@@ -195,12 +195,14 @@ bool isZeroPage(const std::uint8_t* image) {
   return image[0] == 0 && std::memcmp(image, image + 1, kPageSize - 1) == 0;
 }
 
-bool isReserve(ControlBlock& file, std::uint32_t number) {
-  if (number >= file.knownZero) return true;
+// kOk for a reserve page, kNotFound for one that holds something, kCorrupt for one that is missing.
+int checkReserve(ControlBlock& file, std::uint32_t number) {
+  if (number >= file.knownZero) return kOk;
   std::uint8_t image[kPageSize];
   const auto transfer =
       file.file->readAt(pagePosition(static_cast<std::int32_t>(number)), image, kPageSize);
-  return transfer == platform::Transfer::kDone && isZeroPage(image);
+  if (transfer != platform::Transfer::kDone) return kCorrupt;
+  return isZeroPage(image) ? kOk : kNotFound;
 }
 
 // Before the file is extended: what stands behind its last page must not be a page that a crash
@@ -223,9 +225,12 @@ int checkEnd(ControlBlock& file) {
 int takePage(ControlBlock& file, std::int32_t& number) {
   FileHeader& header = file.header;
   while (header.pagesInUse < header.pagesInFile) {
+    const int code = checkReserve(file, header.pagesInUse);
+    // Pages that the header counts but the file has not would be passed over by the million.
+    if (code == kCorrupt) return code;
     const std::uint32_t taken = header.pagesInUse++;
     file.headerChanged = true;
-    if (!isReserve(file, taken)) continue;
+    if (code != kOk) continue;
     number = static_cast<std::int32_t>(taken);
     return kOk;
   }

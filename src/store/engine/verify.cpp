@@ -330,8 +330,14 @@ void Verifier::checkPages() {
     if (level.last != kNoPage && level.next != kNoPage)
       find(level.last, "next page is " + text(level.next) + " at the end of the level");
   }
+  // A run of pages is one finding: a damaged count alone can make millions of them.
   for (std::size_t i = 0; i < reached_.size(); ++i) {
-    if (!reached_[i]) find(static_cast<std::int32_t>(i), "page is in use but not reached");
+    if (reached_[i]) continue;
+    const auto first = static_cast<std::int32_t>(i);
+    while (i + 1 < reached_.size() && !reached_[i + 1]) ++i;
+    const auto last = static_cast<std::int32_t>(i);
+    find(first, first == last ? "page is in use but not reached"
+                              : "pages up to " + text(last) + " are in use but not reached");
   }
   static constexpr std::uint8_t kZero[kPageSize] = {};
   WorkPage w;

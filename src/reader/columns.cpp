@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "reader/clean_field.h"
+#include "reader/plain_fields.h"
 #include "reader/values.h"
 #include "schema/enums.h"
 #include "schema/fields.h"
@@ -90,8 +90,11 @@ class ListParser {
     const schema::FieldDef* const member =
         field.id == 0 ? nullptr : schema::findId(layout_, field.id);
     const uint16_t offset = member == nullptr ? schema::kNotKept : member->offset;
-    columns_->add({field.id, field.type, field.width, field.group, field.unit, offset,
-                   columns_->hasPlace(offset)});
+    const bool repeats = columns_->hasPlace(offset);
+    const bool plain =
+        !repeats && offset != schema::kNotKept && field.unit == schema::UnitKind::kNone;
+    columns_->add(
+        {field.id, field.type, field.width, field.group, field.unit, offset, repeats, plain});
     return kGoOn;
   }
 
@@ -111,7 +114,9 @@ class LineSplitter {
       : run_(run), keyword_(keyword), columns_(columns), target_(target), cursor_(run.line) {}
 
   DataLine split() {
-    for (size_t i = 0; i < columns_.size(); ++i) {
+    const size_t taken =
+        takePlainFields(run_.settings, columns_, &cursor_.at, cursor_.end, target_);
+    for (size_t i = taken; i < columns_.size(); ++i) {
       if (!take(columns_[i])) return outcome_;
       const bool last = i + 1 == columns_.size();
       if (last && atTerminator()) break;
@@ -130,14 +135,7 @@ class LineSplitter {
   bool take(const Column& column) {
     const bool aside = column.offset == schema::kNotKept || column.repeats;
     uint8_t* const value = aside ? dropped_ : target_ + column.offset;
-    const char* const behind =
-        takeCleanField(run_.settings, column, cursor_.at, cursor_.end, value);
-    int status = 0;
-    if (behind != nullptr) {
-      cursor_.at = behind;
-    } else {
-      status = parseField(run_, cursor_, column.type, column.width, column.unit, value);
-    }
+    const int status = parseField(run_, cursor_, column.type, column.width, column.unit, value);
     if (status == 0 && column.repeats) {
       std::memcpy(target_ + column.offset, value, schema::storedSize(column.type, column.width));
     }

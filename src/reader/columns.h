@@ -23,7 +23,8 @@ struct Column {
   schema::EnumGroup group;
   schema::UnitKind unit;
   uint16_t offset;
-  bool repeats = false;  // an earlier column has the same place: only a value overwrites it
+  bool repeats;  // an earlier column has the same place: only a value overwrites it
+  bool plain;    // the value goes to its place as it is read
 };
 
 // The declared columns of a block, in order.

@@ -69,6 +69,9 @@ inline const char* findTerminator(const char* begin, const char* end, char termi
 
 #endif
 
+inline constexpr uint64_t kPowersOfTen[] = {1,      10,      100,      1000,     10000,
+                                            100000, 1000000, 10000000, 100000000};
+
 // Reads the digits at p behind those already in *value, which wraps at 64 bits. Returns the place
 // behind the last digit.
 inline const char* scanDigits(const char* p, const char* end, uint64_t* value) {
@@ -81,13 +84,12 @@ inline const char* scanDigits(const char* p, const char* end, uint64_t* value) {
     const uint64_t others = ((digits + 0x7676767676767676U) | digits) & 0x8080808080808080U;
     const int count = others == 0 ? 8 : __builtin_ctzll(others) / 8;
     if (count == 0) break;
-    constexpr uint64_t kPowers[] = {1, 10, 100, 1000, 10000, 100000, 1000000, 10000000, 100000000};
     digits <<= 8 * (8 - count);
     digits = digits * 10 + (digits >> 8);  // pairs
     digits = (((digits & 0x000000FF000000FFU) * 0x000F424000000064U) +
               (((digits >> 16) & 0x000000FF000000FFU) * 0x0000271000000001U)) >>
              32;
-    number = number * kPowers[count] + static_cast<uint32_t>(digits);
+    number = number * kPowersOfTen[count] + static_cast<uint32_t>(digits);
     p += count;
     if (count < 8) break;
   }

@@ -22,17 +22,16 @@ extern char** environ;
 extern void* dlsym(void* handle, const char* name);
 
 static unsigned systemCall(unsigned number, const unsigned args[6]) {
-  unsigned result;
   __asm__ volatile(
       "push %%ebp\n\tpush %%ebx\n\t"
-      "mov 0(%2), %%ebx\n\tmov 4(%2), %%ecx\n\tmov 8(%2), %%edx\n\t"
-      "mov 12(%2), %%esi\n\tmov 20(%2), %%ebp\n\tmov 16(%2), %%edi\n\t"
+      "mov 0(%1), %%ebx\n\tmov 4(%1), %%ecx\n\tmov 8(%1), %%edx\n\t"
+      "mov 12(%1), %%esi\n\tmov 20(%1), %%ebp\n\tmov 16(%1), %%edi\n\t"
       "int $0x80\n\t"
       "pop %%ebx\n\tpop %%ebp"
-      : "=a"(result)
-      : "0"(number), "D"(args)
+      : "+a"(number), "+D"(args)
+      :
       : "ecx", "edx", "esi", "memory");
-  return result;
+  return number;
 }
 
 static void* failed(int error) {

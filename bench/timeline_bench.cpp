@@ -59,7 +59,7 @@ void collectAndSort(benchmark::State& state) {
   std::fputs("DATABASE\nPOINTS (PointNo,East,North,Date)\n", file);
   std::mt19937 random(5);
   for (int i = 0; i < kPoints; ++i) {
-    const uint32_t second = random() % (28U * 86400U);
+    const auto second = static_cast<uint32_t>(random() % (28U * 86400U));
     std::fprintf(file, "%d,%.3f,%.3f,%02u-06-2024/%02u:%02u:%02u.%02d;\n", i + 1, i * 0.5, i * 0.25,
                  second / 86400 + 1, second / 3600 % 24, second / 60 % 60, second % 60, i % 100);
   }

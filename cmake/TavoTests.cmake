@@ -4,7 +4,8 @@ if(WIN32)
   set(BUILD_GMOCK OFF CACHE BOOL "" FORCE)
   set(INSTALL_GTEST OFF CACHE BOOL "" FORCE)
   add_subdirectory(/usr/src/googletest "${CMAKE_BINARY_DIR}/googletest" EXCLUDE_FROM_ALL SYSTEM)
-  target_compile_options(gtest PRIVATE -include "${CMAKE_CURRENT_LIST_DIR}/gtest_debugger.h")
+  target_compile_options(gtest PRIVATE -O0 -include
+                                       "${CMAKE_CURRENT_LIST_DIR}/gtest_debugger.h")
   set(tavo_gtest gtest gtest_main)
 else()
   find_package(GTest REQUIRED)
@@ -19,14 +20,18 @@ else()
   set(tavo_root_prefix "")
 endif()
 
-# How much of a randomised test a lane does, in percent: the win32 lane may run under an emulator, ten
-# and more times slower.
+# Test code is compiled for a quick build; the library that it tests is optimised as ever. The effort
+# is how much of a randomised test a lane does, in percent: the win32 lane may run under an emulator,
+# ten and more times slower.
 if(WIN32)
   set(tavo_test_effort 5)
+  set(tavo_test_options -O1)
 elseif(TAVO_SANITIZE)
   set(tavo_test_effort 30)
+  set(tavo_test_options -O0)
 else()
   set(tavo_test_effort 100)
+  set(tavo_test_options -O0 -g1)
 endif()
 
 # Registers a program as CTest test(s) that run in a folder of their own, one at a time per folder.
@@ -50,11 +55,10 @@ function(tavo_register_gtest target name)
 endfunction()
 
 # What all test programs share: options, the helpers in support/ and the precompiled GoogleTest.
-# Test code is compiled for a quick build; the library that it tests is optimised as ever.
 function(tavo_add_test_support)
   tavo_glob(sources "${CMAKE_CURRENT_SOURCE_DIR}/support/*.cpp")
   add_library(tavo_test_support STATIC ${sources})
-  target_compile_options(tavo_test_support PUBLIC -O1 -g1)
+  target_compile_options(tavo_test_support PUBLIC ${tavo_test_options})
   target_compile_definitions(
     tavo_test_support
     PUBLIC TAVO_EXAMPLES_DIR="${tavo_root_prefix}${PROJECT_SOURCE_DIR}/examples"

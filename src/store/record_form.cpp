@@ -299,8 +299,8 @@ std::vector<Member> RecordForm::membersOf(RecordType type) {
   }
   std::ranges::sort(list, {}, &Member::offset);
   // Columns that name one member share its offset.
-  const auto repeated = std::ranges::unique(list, {}, &Member::offset);
-  list.erase(repeated.begin(), repeated.end());
+  const auto sameMember = [](const Member& a, const Member& b) { return a.offset == b.offset; };
+  list.erase(std::unique(list.begin(), list.end(), sameMember), list.end());
   for (const KeyMember& key : kKeyMembers) {
     const auto found = std::ranges::find(list, key.offset, &Member::offset);
     if (key.type == type && found != list.end()) found->index = static_cast<uint8_t>(key.lookup);

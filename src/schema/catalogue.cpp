@@ -346,23 +346,40 @@ constexpr size_t depthOfTree() {
 }
 static_assert(depthOfTree() == kMaxDepth, "writers have room for the blocks that are open");
 
-constexpr bool completes(const BlockDef& block, const BlockDef& parent) {
-  return block.kind == kCompletion && block.parent == parent.keyword && block.odd.unknownKey != 0;
+// Records that are held back have keys, and a block that completes them.
+constexpr bool canBeCompleted(const BlockDef& block) {
+  const KeyMembers& keys = block.layout.keys;
+  return keys.number != kNotKept && keys.identifier != kNotKept &&
+         std::ranges::any_of(kBlocks, [&block](const BlockDef& inner) {
+           return inner.keyword == kExtraInfo && inner.parent == block.keyword &&
+                  inner.kind == kCompletion && inner.odd.unknownKey != 0;
+         });
 }
-static_assert(std::ranges::all_of(kBlocks,
-                                  [](const BlockDef& block) {
-                                    return block.kind != kCollected ||
-                                           (block.layout.keys.number != kNotKept &&
-                                            block.layout.keys.identifier != kNotKept &&
-                                            std::ranges::any_of(kBlocks, [&](const BlockDef& b) {
-                                              return completes(b, block);
-                                            }));
-                                  }),
-              "records that are held back have keys, and a block that completes them");
+static_assert(std::ranges::all_of(kBlocks, [](const BlockDef& block) {
+  return block.kind != kCollected || canBeCompleted(block);
+}));
+
+// A columns record has the code right in front of its data records', or the same; further blocks
+// share it only next to each other. A lookup that meets another type therefore need not go on.
+constexpr bool codesAreApart() {
+  for (size_t i = 0; i < std::size(kBlocks); ++i) {
+    const unsigned columns = kBlocks[i].columnsKept.sortCode, data = kBlocks[i].dataKept.sortCode;
+    if (data != 0 && data != columns && data != columns + 1) return false;
+    for (size_t j = i + 2; j < std::size(kBlocks); ++j) {
+      const Kept others[] = {kBlocks[j].columnsKept, kBlocks[j].dataKept};
+      for (const Kept& other : others) {
+        const unsigned code = other.sortCode;
+        if (code != 0 && (code == columns || code == data)) return false;
+      }
+    }
+  }
+  return true;
+}
+static_assert(codesAreApart());
 
 }  // namespace
 
-const RecordType kLastRecordType = lastRecordType();
+constinit const RecordType kLastRecordType = lastRecordType();
 
 std::span<const BlockDef> blocks() { return kBlocks; }
 

@@ -6,7 +6,7 @@
 #include <cstring>
 
 #include "api/library.h"
-#include "schema/fields.h"
+#include "schema/catalogue.h"
 
 namespace {
 

@@ -6,6 +6,7 @@
 
 #include "reader/plain_fields.h"
 #include "reader/values.h"
+#include "schema/catalogue.h"
 #include "schema/enums.h"
 #include "schema/fields.h"
 

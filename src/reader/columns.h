@@ -7,12 +7,12 @@
 #include <span>
 
 #include "reader/run.h"
-#include "schema/blocks.h"
+#include "schema/catalogue.h"
 #include "schema/types.h"
 
 namespace tavo::reader {
 
-inline constexpr size_t kMaxColumns = 39;
+using schema::kMaxColumns;
 
 // One declared column. offset is its value's place in what a data line is parsed into; kNotKept for
 // a column that is checked and dropped.

@@ -6,6 +6,8 @@
 #include <cstdio>
 #include <string_view>
 
+#include "schema/types.h"
+
 namespace tavo::reader {
 
 // Internal statuses between line reader, section readers and driver. Any error number (2000 and up)
@@ -17,7 +19,10 @@ inline constexpr int kOutOfMemory = 10;
 inline constexpr int kAborted = 12;           // the callback asked to stop
 inline constexpr int kEndedByKeyword = 2012;  // the current line waits for the enclosing reader
 
-// Error and warning numbers.
+// Error and warning numbers; those about unknown points, lines and polygons are the catalogue's.
+using schema::kUnknownLine;
+using schema::kUnknownPoint;
+using schema::kUnknownPolygon;
 inline constexpr int kExceedsLine = 2000;
 inline constexpr int kExceedsDatatype = 2001;
 inline constexpr int kMissingFormatBegin = 2010;
@@ -25,10 +30,7 @@ inline constexpr int kMissingFormatEnd = 2011;
 inline constexpr int kMissingSectionEnd = 2012;
 inline constexpr int kMixedUpOption = 2050;
 inline constexpr int kFormatMismatch = 2051;
-inline constexpr int kUnknownPoint = 2100;
-inline constexpr int kUnknownLine = 2101;
 inline constexpr int kUnknownOperationError = 2102;
-inline constexpr int kUnknownPolygon = 2103;
 inline constexpr int kSectionMismatch = 2104;
 inline constexpr int kUnexpectedEnd = 2150;
 inline constexpr int kSyntaxError = 2500;

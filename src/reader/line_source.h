@@ -8,10 +8,12 @@
 #include <memory>
 #include <string_view>
 
+#include "schema/limits.h"
+
 namespace tavo::reader {
 
 // Longest line that is read whole, without its line feed.
-inline constexpr size_t kMaxLine = 129;
+using schema::kMaxLine;
 
 // Shows how far the reading of a long file is.
 class ProgressObserver {

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <string_view>
 
+#include "schema/limits.h"
 #include "tavo/records.h"
 
 namespace tavo::schema {
@@ -17,11 +18,13 @@ inline constexpr int kNoTable = 2;
 inline constexpr int kNotFound = 11;
 inline constexpr int kUnknownNumber = 2570;
 
+// Errors for a line that completes a record which its block does not have.
+inline constexpr int kUnknownPoint = 2100;
+inline constexpr int kUnknownLine = 2101;
+inline constexpr int kUnknownPolygon = 2103;
+
 // Number of a table's end mark.
 inline constexpr uint32_t kEndMark = 65535;
-inline constexpr size_t kNameSize = 127;
-// A lookup looks at no more entries than this.
-inline constexpr size_t kMaxEntries = 1000;
 
 enum class DataType : uint32_t {
   kChar = 0,

@@ -18,6 +18,29 @@ struct Units {
   double east = 0, north = 0, elevation = 0;                         // metres
 };
 
+// An item of the UNITS block: the values that it accepts, the value that stands for its user unit
+// (0: it has none), what it sets, and where its record keeps a user unit's factor.
+struct UnitItem {
+  FieldId item;
+  EnumId first, last;
+  EnumId user;
+  EnumId Units::*setting;
+  double Units::*factor;
+  uint16_t factorOffset;
+};
+
+inline constexpr UnitItem kUnitItems[] = {
+    {TVO_FIELD_ANGULAR, TVO_ENUM_DMS, TVO_ENUM_RADS, TVO_ENUM_USER, &Units::angular,
+     &Units::angularFactor, offsetof(UnitsRecord, angularFactor)},
+    {TVO_FIELD_LINEAR, TVO_ENUM_METRE, TVO_ENUM_LINKS, TVO_ENUM_USER_LINEAR, &Units::linear,
+     &Units::linearFactor, offsetof(UnitsRecord, linearFactor)},
+    {TVO_FIELD_GEOCRD, TVO_ENUM_DMS, TVO_ENUM_RADS, TVO_ENUM_USER_GEOGRAPHIC, &Units::geographic,
+     &Units::geographicFactor, offsetof(UnitsRecord, geographicFactor)},
+    {TVO_FIELD_TEMP, TVO_ENUM_CELSIUS, TVO_ENUM_FAHRENHEIT, 0, &Units::temperature, nullptr, 0},
+    {TVO_FIELD_PRESS, TVO_ENUM_MMHG, TVO_ENUM_HPA, 0, &Units::pressure, nullptr, 0},
+    {TVO_FIELD_Date, TVO_ENUM_MJD, TVO_ENUM_YMD, 0, &Units::dateOrder, nullptr, 0},
+};
+
 // Whether the id is a user unit, of whichever group.
 bool isUserUnit(EnumId unit);
 

@@ -17,30 +17,25 @@ using reader::Column;
 using reader::DataLine;
 using reader::Run;
 
-// What differs between the three blocks: the fields of their keys, number and identifier, which lie
-// at the same offsets in all three records, and the error for a key that no record has.
+// What differs between the blocks: the fields of their keys, number and identifier, and the error
+// for a key that no record has.
 struct Kind {
-  uint32_t keyword;
   FieldId number, identifier;
   int unknownKey;
 };
-constexpr Kind kKinds[] = {
-    {schema::kPoints, TVO_FIELD_PointNo, TVO_FIELD_PointID, reader::kUnknownPoint},
-    {schema::kLines, TVO_FIELD_LineNo, TVO_FIELD_LineID, reader::kUnknownLine},
-    {schema::kPolygons, TVO_FIELD_PolygonNo, TVO_FIELD_PolygonID, reader::kUnknownPolygon},
-};
 
-constexpr uint16_t kNumberOffset = offsetof(PointRecord, PointNo);
-constexpr uint16_t kIdentifierOffset = offsetof(PointRecord, PointID);
-static_assert(offsetof(LineRecord, LineID) == kIdentifierOffset &&
-              offsetof(PolygonRecord, PolygonID) == kIdentifierOffset);
+Kind kindOf(const schema::BlockDef& block) {
+  const auto field = [&block](uint16_t offset) {
+    return schema::findOffset(block.layout.fields, offset)->id;
+  };
+  return {field(block.layout.keys.number), field(block.layout.keys.identifier),
+          schema::findBlock(block.keyword, schema::kExtraInfo)->odd.unknownKey};
+}
 
 class CollectedBlock {
  public:
   CollectedBlock(Run& run, const schema::BlockDef& block)
-      : run_(run),
-        block_(block),
-        kind_(*std::ranges::find(kKinds, uint32_t{block.keyword}, &Kind::keyword)) {}
+      : run_(run), block_(block), kind_(kindOf(block)) {}
 
   int read() {
     int status = reader::parseColumns(run_, block_.keyword, block_.columns, block_.data, &columns_);
@@ -102,7 +97,7 @@ class CollectedBlock {
 
   // Adds a field to the columns that the block declares, while there is room.
   void list(FieldId id) {
-    if (listedCount_ < TVO_COLUMNS_ROOM - 1) listed_[listedCount_++] = id;
+    if (listedCount_ < schema::kMaxListed) listed_[listedCount_++] = id;
   }
 
   bool isListed(FieldId id) const {
@@ -130,7 +125,8 @@ class CollectedBlock {
     pending_.addGroup(written);
     const schema::BlockDef& block = *schema::findBlock(block_.keyword, schema::kExtraInfo);
     const int ended = readLines(run_, [&] { return extraLine(columns, written); });
-    pending_.forgetIndex(key == kind_.number ? kIdentifierOffset : kNumberOffset);
+    const schema::KeyMembers& keys = block_.layout.keys;
+    pending_.forgetIndex(key == kind_.number ? keys.identifier : keys.number);
     return finishBlock(run_, block, ended);
   }
 
@@ -164,7 +160,7 @@ class CollectedBlock {
 
   Run& run_;
   const schema::BlockDef& block_;
-  const Kind& kind_;
+  const Kind kind_;
   reader::Columns columns_;  // offsets are those of the pending list's rows
   PendingList pending_;
   FieldId listed_[TVO_COLUMNS_ROOM];

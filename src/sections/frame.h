@@ -4,7 +4,7 @@
 
 #include "reader/columns.h"
 #include "reader/run.h"
-#include "schema/blocks.h"
+#include "schema/catalogue.h"
 #include "sections/sections.h"
 
 namespace tavo::sections {

@@ -16,29 +16,6 @@ namespace {
 using reader::Run;
 using schema::Units;
 
-// A UNITS item: the values that it accepts, the value that stands for its user unit (0: it has
-// none), what it sets, and where its record keeps a user unit's factor.
-struct UnitItem {
-  FieldId item;
-  EnumId first, last;
-  EnumId user;
-  EnumId Units::*setting;
-  double Units::*factor;
-  size_t factorOffset;
-};
-
-constexpr UnitItem kUnitItems[] = {
-    {TVO_FIELD_ANGULAR, TVO_ENUM_DMS, TVO_ENUM_RADS, TVO_ENUM_USER, &Units::angular,
-     &Units::angularFactor, offsetof(UnitsRecord, angularFactor)},
-    {TVO_FIELD_LINEAR, TVO_ENUM_METRE, TVO_ENUM_LINKS, TVO_ENUM_USER_LINEAR, &Units::linear,
-     &Units::linearFactor, offsetof(UnitsRecord, linearFactor)},
-    {TVO_FIELD_GEOCRD, TVO_ENUM_DMS, TVO_ENUM_RADS, TVO_ENUM_USER_GEOGRAPHIC, &Units::geographic,
-     &Units::geographicFactor, offsetof(UnitsRecord, geographicFactor)},
-    {TVO_FIELD_TEMP, TVO_ENUM_CELSIUS, TVO_ENUM_FAHRENHEIT, 0, &Units::temperature, nullptr, 0},
-    {TVO_FIELD_PRESS, TVO_ENUM_MMHG, TVO_ENUM_HPA, 0, &Units::pressure, nullptr, 0},
-    {TVO_FIELD_Date, TVO_ENUM_MJD, TVO_ENUM_YMD, 0, &Units::dateOrder, nullptr, 0},
-};
-
 struct OffsetItem {
   FieldId item;
   double Units::*setting;
@@ -72,7 +49,7 @@ class ItemBlock {
   ItemBlock(Run& run, const schema::BlockDef& block)
       : run_(run),
         block_(block),
-        table_(schema::recordDef(block.data).fields),
+        table_(block.layout.fields),
         subSections_(schema::hasSubSections(block.keyword)) {}
 
   int read() {
@@ -105,7 +82,7 @@ class ItemBlock {
     if (status != reader::kGoOn || !counts) return {status};
     std::memcpy(record_ + field.offset, value, schema::storedSize(field.type, field.width));
     // Items beyond the list's room are stored but not listed.
-    if (count_ < TVO_COLUMNS_ROOM - 1) listed_[count_++] = field.id;
+    if (count_ < schema::kMaxListed) listed_[count_++] = field.id;
     return {};
   }
 
@@ -131,7 +108,7 @@ class ItemBlock {
   int applyUnit(FieldId item, uint8_t* value, bool* counts) {
     EnumId unit = 0;
     std::memcpy(&unit, value, sizeof unit);
-    for (const UnitItem& row : kUnitItems) {
+    for (const schema::UnitItem& row : schema::kUnitItems) {
       if (row.item != item) continue;
       if (row.user != 0 && schema::isUserUnit(unit)) {
         double factor = 0;

@@ -16,7 +16,7 @@ namespace {
 using reader::Cursor;
 using reader::Run;
 
-constexpr size_t kMaxPoints = 10;
+using schema::kMaxOperationPoints;
 constexpr int kNoColumns = 11;
 constexpr int kWrongCount = 7;
 
@@ -94,7 +94,7 @@ class OperationReader {
     }
     OperationPointsRecord points = {};
     Cursor cursor(run_.line);
-    for (size_t count = 1; count <= kMaxPoints; ++count) {
+    for (size_t count = 1; count <= kMaxOperationPoints; ++count) {
       const int status = takePoint(cursor, &points.points[count - 1]);
       if (status != reader::kGoOn) return status;
       if (!cursor.atEnd() && *cursor.at == run_.settings.terminator) {

@@ -5,7 +5,7 @@
 #pragma once
 
 #include "reader/run.h"
-#include "schema/blocks.h"
+#include "schema/catalogue.h"
 
 namespace tavo::sections {
 

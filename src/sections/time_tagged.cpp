@@ -13,7 +13,7 @@ namespace {
 using reader::Cursor;
 using reader::Run;
 
-constexpr size_t kMaxEntries = 20;
+using schema::kMaxCodeValues;
 
 class TimeTaggedLine {
  public:
@@ -60,7 +60,7 @@ class TimeTaggedLine {
   // Text behind the last entry that there is room for is ignored.
   int readEntries() {
     bool bad = false;
-    while (!atTerminator() && count_ < kMaxEntries) {
+    while (!atTerminator() && count_ < kMaxCodeValues) {
       cursor_.skipBlanks();
       if (cursor_.atEnd()) {
         const int status = run_.readLine();
@@ -99,7 +99,7 @@ class TimeTaggedLine {
   Cursor cursor_;
   uint16_t count_ = 0;
   TimeTaggedRecord record_ = {};
-  TimeTaggedEntry entries_[kMaxEntries] = {};
+  TimeTaggedEntry entries_[kMaxCodeValues] = {};
 };
 
 }  // namespace

@@ -35,8 +35,8 @@ class Check {
   }
 
   void record(int32_t number, uint8_t type, const uint8_t* packed, size_t size) {
-    if (type <= schema::kLastRecordType) ++statistics_.recordsByType[type];
-    const uint16_t wanted = sortCodeOf(type);
+    ++statistics_.recordsByType[type];
+    const uint16_t wanted = schema::recordDef(type).sortCode;
     const std::string name = "record " + std::to_string(number) + ": ";
     if (wanted == 0) {
       return finding(name + "type " + std::to_string(type) + " is not a storable record type");

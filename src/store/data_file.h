@@ -8,7 +8,7 @@
 #include <string>
 
 #include "platform/file.h"
-#include "schema/fields.h"
+#include "schema/limits.h"
 
 namespace tavo::store {
 
@@ -26,7 +26,7 @@ struct DataFileStatistics {
   double fillFactor = 0;  // bytes used of the room in those pages, 0 to 1
   uint32_t records = 0;
   uint32_t freeNumbers = 0;  // record numbers waiting for reuse
-  std::array<uint32_t, schema::kLastRecordType + 1> recordsByType{};
+  std::array<uint32_t, schema::kRecordTypes> recordsByType{};
   uint32_t findings = 0;
 };
 

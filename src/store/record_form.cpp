@@ -1,8 +1,10 @@
-// Sort codes, write checks, keys and field lists of the storable record types.
+// Keys and field lists of the storable record types.
 #include "store/record_form.h"
 
 #include <algorithm>
 #include <cstring>
+
+#include "schema/fields.h"
 
 namespace tavo::store {
 
@@ -10,177 +12,13 @@ namespace {
 
 using schema::DataType;
 using schema::FieldDef;
-using schema::kLastRecordType;
-
-// Record types first to last, whose sort codes begin with `code` and go up by `step`. Columns
-// records come right before the data records of their block.
-struct SortCodes {
-  RecordType first, last;
-  uint16_t code, step;
-};
-
-constexpr SortCodes kSortCodes[] = {
-    {1, 4, 1, 20},
-    {5, 8, 2, 20},
-    {9, 15, 2001, 20},
-    {16, 22, 2002, 20},
-    {64, 64, 3001, 0},
-    {65, 71, 3101, 2},
-    {102, 102, 3115, 0},
-    {99, 99, 3117, 0},
-    {98, 98, 3119, 0},
-    {100, 101, 3121, 2},
-    {72, 75, 4001, 20},
-    {76, 76, 4501, 0},
-    {23, 32, 10001, 20},
-    {33, 42, 10002, 20},
-    {58, 59, 10071, 1},
-    {60, 60, 10131, 0},
-    {62, 62, 10132, 0},
-    {61, 61, 10191, 0},
-    {63, 63, 10192, 0},
-    {43, 44, 15001, 1},
-    {45, 47, 20001, 20},
-    {50, 52, 20002, 20},
-    // One code, so that setups and the slopes measured from them stay in the order written.
-    {48, 49, 20061, 0},
-    {53, 54, 20061, 0},
-    {55, 55, 50001, 0},
-    // One code: an operation and its points follow each other.
-    {56, 57, 50002, 0},
-    {90, 91, 50100, 1},
-};
-
-struct TypeRange {
-  RecordType first, last;
-};
-
-constexpr TypeRange kNotStorable[] = {{77, 89}, {92, 97}, {103, 107}};
-
-// Columns records that stand in a file once. The projections added later (98 to 102) and the
-// time-tagged codes (90) have never been looked up, so they may be stored again; hosts rely on it.
-// So may setups and slopes (48, 49), which repeat in every file.
-constexpr TypeRange kOncePerFile[] = {{1, 4},   {9, 15},  {23, 32}, {43, 43}, {45, 47},
-                                      {55, 55}, {58, 58}, {60, 61}, {64, 76}};
-
-constexpr auto kSortCodeOf = [] {
-  std::array<uint16_t, kLastRecordType + 1> table{};
-  for (const SortCodes& row : kSortCodes) {
-    uint16_t code = row.code;
-    for (RecordType type = row.first; type <= row.last; ++type) {
-      table[type] = code;
-      code = static_cast<uint16_t>(code + row.step);
-    }
-  }
-  return table;
-}();
-
-constexpr auto kWriteCheckOf = [] {
-  std::array<WriteCheck, kLastRecordType + 1> table{};
-  std::fill(table.begin() + 1, table.end(), WriteCheck::kNone);
-  for (const TypeRange& range : kNotStorable) {
-    for (RecordType type = range.first; type <= range.last; ++type) {
-      table[type] = WriteCheck::kNotStorable;
-    }
-  }
-  for (const TypeRange& range : kOncePerFile) {
-    for (RecordType type = range.first; type <= range.last; ++type) {
-      table[type] = WriteCheck::kOncePerFile;
-    }
-  }
-  table[TVO_RECORD_POINTS] = WriteCheck::kUniquePoint;
-  return table;
-}();
-
-static_assert(
-    [] {
-      for (RecordType type = 1; type <= kLastRecordType; ++type) {
-        if ((kSortCodeOf[type] == 0) != (kWriteCheckOf[type] == WriteCheck::kNotStorable)) {
-          return false;
-        }
-      }
-      return true;
-    }(),
-    "a sort code for every storable type and for no other");
-
-// The member of a record type that is the key of an index. Types that share a structure share the
-// keys of the first of them.
-struct KeyMember {
-  RecordType type;
-  Lookup lookup;
-  size_t offset, size;
-};
-
-#define KEY(type, lookup, Record, member) \
-  KeyMember { type, lookup, offsetof(Record, member), sizeof(Record::member) }
-
-constexpr KeyMember kKeyMembers[] = {
-    KEY(TVO_RECORD_SUBJECTS, kByListNo, SubjectRecord, SubjectNo),
-    KEY(TVO_RECORD_LAYERS, kByListNo, LayerRecord, LayerNo),
-    KEY(TVO_RECORD_CHOICELIST, kByListNo, ChoiceRecord, ListNo),
-    KEY(TVO_RECORD_CODES, kByListNo, CodeRecord, CodeNo),
-    KEY(TVO_RECORD_JOBS, kByListNo, JobRecord, JobNo),
-    KEY(TVO_RECORD_CONFIGS, kByListNo, ConfigRecord, CfgNo),
-    KEY(TVO_RECORD_POINTS, kByNumber, PointRecord, PointNo),
-    KEY(TVO_RECORD_POINTS, kById, PointRecord, PointID),
-    KEY(TVO_RECORD_PNT_ACCURACY, kByNumber, PointAccuracyRecord, PointNo),
-    KEY(TVO_RECORD_PNT_ACCURACY, kById, PointAccuracyRecord, PointID),
-    KEY(TVO_RECORD_POINT_THEMINFO, kByNumber, ThemInfoRecord, OwnerNo),
-    KEY(TVO_RECORD_POINT_THEMINFO, kById, ThemInfoRecord, PointID),
-    KEY(TVO_RECORD_LINES, kByNumber, LineRecord, LineNo),
-    KEY(TVO_RECORD_LINES, kById, LineRecord, LineID),
-    KEY(TVO_RECORD_LINE_EDGES, kByNumber, EdgeRecord, LineNo),
-    KEY(TVO_RECORD_POLYGONS, kByNumber, PolygonRecord, PolygonNo),
-    KEY(TVO_RECORD_POLYGONS, kById, PolygonRecord, PolygonID),
-    KEY(TVO_RECORD_ELEMENTS, kByNumber, ElementsRecord, StnNo),
-    KEY(TVO_RECORD_ELEMENTS, kById, ElementsRecord, StnID),
-    KEY(TVO_RECORD_SETUP, kByNumber, SetupRecord, STN_NO),
-    KEY(TVO_RECORD_SETUP, kById, SetupRecord, STN_ID),
-    KEY(TVO_RECORD_SLOPE, kByNumber, SlopeRecord, TgtNo),
-    KEY(TVO_RECORD_SLOPE, kById, SlopeRecord, TgtID),
-    KEY(TVO_RECORD_POINT_ANNOTATIONS, kByNumber, AnnotationRecord, PointNo),
-    KEY(TVO_RECORD_POINT_ANNOTATIONS, kById, AnnotationRecord, PointID),
-};
-#undef KEY
-
-constexpr size_t kIdSize = sizeof(PointRecord::PointID);
-
-static_assert(std::ranges::all_of(kKeyMembers,
-                                  [](const KeyMember& key) {
-                                    const size_t wanted = key.lookup == kByListNo   ? 2
-                                                          : key.lookup == kByNumber ? 4
-                                                                                    : kIdSize;
-                                    return key.size == wanted && kSortCodeOf[key.type] != 0;
-                                  }),
-              "a key must have its index's type");
-static_assert(std::ranges::all_of(kKeyMembers,
-                                  [](const KeyMember& key) {
-                                    return std::ranges::count_if(
-                                               kKeyMembers, [&key](const KeyMember& other) {
-                                                 return other.type == key.type &&
-                                                        other.lookup == key.lookup;
-                                               }) == 1;
-                                  }),
-              "at most one key per index");
 
 // What stands around the fields of a packed record: its head, then number and value of the sort
 // code, and the end mark; and around each value at most its number and a count.
 constexpr size_t kPackedFrame = 5 + 4 + 2;
 constexpr size_t kPerField = 4;
 constexpr size_t kWorkBuffer = 1024;
-constexpr size_t kMaxMembers = 40;
-constexpr size_t kLargestRecord =
-    std::max({sizeof(ColumnsRecord),    sizeof(HeaderRecord),       sizeof(UnitsRecord),
-              sizeof(OffsetsRecord),    sizeof(ProjectRecord),      sizeof(SubjectRecord),
-              sizeof(LayerRecord),      sizeof(SubjectLayerRecord), sizeof(ChoiceRecord),
-              sizeof(CodeListRecord),   sizeof(CodeRecord),         sizeof(AttributeRecord),
-              sizeof(JobRecord),        sizeof(PointRecord),        sizeof(PointAccuracyRecord),
-              sizeof(ThemInfoRecord),   sizeof(LineRecord),         sizeof(EdgeRecord),
-              sizeof(PolygonRecord),    sizeof(ElementsRecord),     sizeof(InstrumentRecord),
-              sizeof(ConfigRecord),     sizeof(AprioriErrorRecord), sizeof(SetupRecord),
-              sizeof(SlopeRecord),      sizeof(OperationRecord),    sizeof(OperationPointsRecord),
-              sizeof(AnnotationRecord), sizeof(TimeTaggedRecord)});
-static_assert(kPackedFrame + kLargestRecord + kMaxMembers * kPerField <= kWorkBuffer,
+static_assert(kPackedFrame + schema::kRecordRoom + schema::kMaxMembers * kPerField <= kWorkBuffer,
               "every packed record must fit the work buffer");
 
 using Member = RecordForm::Member;
@@ -253,6 +91,16 @@ void appendField(std::vector<Member>& list, const FieldDef& field) {
   list.push_back(member(letterOf(field.type, size), field.offset, size));
 }
 
+void setKeys(std::vector<Member>& list, const schema::KeyMembers& keys) {
+  const auto set = [&list](uint16_t offset, Lookup lookup) {
+    const auto found = std::ranges::find(list, offset, &Member::offset);
+    if (found != list.end()) found->index = static_cast<uint8_t>(lookup);
+  };
+  set(keys.listNo, kByListNo);
+  set(keys.number, kByNumber);
+  set(keys.identifier, kById);
+}
+
 // The index's key type as a field list states it.
 uint8_t keyRoleOf(uint8_t index) {
   switch (index) {
@@ -275,12 +123,6 @@ const engine::IndexDef kIndexes[5] = {{kBySortCode, 10, nullptr},
                                       {kById, 0, nullptr},
                                       {0, 0, nullptr}};
 
-WriteCheck writeCheckOf(RecordType type) {
-  return type <= kLastRecordType ? kWriteCheckOf[type] : WriteCheck::kUnknownType;
-}
-
-uint16_t sortCodeOf(RecordType type) { return type <= kLastRecordType ? kSortCodeOf[type] : 0; }
-
 std::vector<Member> RecordForm::membersOf(RecordType type) {
   std::vector<Member> list;
   const schema::RecordDef& record = schema::recordDef(type);
@@ -301,10 +143,7 @@ std::vector<Member> RecordForm::membersOf(RecordType type) {
   // Columns that name one member share its offset.
   const auto sameMember = [](const Member& a, const Member& b) { return a.offset == b.offset; };
   list.erase(std::unique(list.begin(), list.end(), sameMember), list.end());
-  for (const KeyMember& key : kKeyMembers) {
-    const auto found = std::ranges::find(list, key.offset, &Member::offset);
-    if (key.type == type && found != list.end()) found->index = static_cast<uint8_t>(key.lookup);
-  }
+  if (!record.columns && record.fields != nullptr) setKeys(list, record.block->layout.keys);
   return list;
 }
 
@@ -350,7 +189,7 @@ size_t RecordForm::packedLimit() const {
 
 void RecordForm::load(RecordType type, const void* record) {
   memmove(values_.data(), record, size_);
-  const uint16_t code = sortCodeOf(type);
+  const uint16_t code = schema::recordDef(type).sortCode;
   memcpy(values_.data() + size_, &code, sizeof(code));
   for (const Run& run : runs_) {
     const unsigned char* bytes = values_.data() + run.offset;
@@ -382,10 +221,10 @@ void RecordForm::finishRead() {
 
 RecordForms::RecordForms() {
   formOf_.fill(kNoForm);
-  std::array<RecordType, kLastRecordType + 1> owner{};
-  for (RecordType type = 1; type <= kLastRecordType; ++type) {
-    if (sortCodeOf(type) == 0) continue;
+  std::array<RecordType, schema::kRecordTypes> owner{};
+  for (RecordType type = 1; type <= schema::kLastRecordType; ++type) {
     const schema::RecordDef& record = schema::recordDef(type);
+    if (record.sortCode == 0) continue;
     size_t form = 0;
     for (; form < forms_.size(); ++form) {
       const schema::RecordDef& other = schema::recordDef(owner[form]);
@@ -404,13 +243,13 @@ RecordForms::RecordForms() {
 }
 
 RecordForm* RecordForms::of(RecordType type) {
-  if (type > kLastRecordType || formOf_[type] == kNoForm) return nullptr;
+  if (type >= formOf_.size() || formOf_[type] == kNoForm) return nullptr;
   return &forms_[formOf_[type]];
 }
 
 RecordForm* RecordForms::readable(RecordType type) {
-  // The entries of a time-tagged code are not kept, so its record can't be made again.
-  return type == TVO_RECORD_TIME_TAGGED_CODES ? nullptr : of(type);
+  const schema::BlockDef* const block = schema::recordDef(type).block;
+  return block == nullptr || type != block->data || block->odd.readBack ? of(type) : nullptr;
 }
 
 }  // namespace tavo::store

@@ -1,6 +1,6 @@
-// How records are kept in the data file: which types are storable and under which sort code, which
-// of their members are keys, and per type the field list and value buffer that the store engine
-// packs from and unpacks into. Everything is derived from the schema's record layouts.
+// How records are kept in the data file: per storable type the field list, with the members that
+// are keys, and the value buffer that the store engine packs from and unpacks into. Everything is
+// derived from the schema's catalogue.
 #pragma once
 
 #include <array>
@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "schema/fields.h"
+#include "schema/catalogue.h"
 #include "store/engine/engine.h"
 #include "tavo/records.h"
 
@@ -25,20 +25,6 @@ enum Lookup : int {
 
 // Index definitions of a data file, ended by index 0.
 extern const engine::IndexDef kIndexes[5];
-
-// What is looked up before a record of a type is stored.
-enum class WriteCheck : uint8_t {
-  kUnknownType,  // no such record type
-  kNotStorable,  // the type is not kept
-  kNone,         // stored as often as it is written
-  kOncePerFile,  // stored only when no record of the type is there
-  kUniquePoint,  // stored only when its number, or without a number its identifier, is new
-};
-
-WriteCheck writeCheckOf(RecordType type);
-
-// Decides where records of the type stand among the others; 0 for a type that is not storable.
-uint16_t sortCodeOf(RecordType type);
 
 // Field list and value buffer of one record structure. The value buffer holds the record as hosts
 // see it, then what the engine needs in another form: the sort code and the counted byte runs.
@@ -102,7 +88,7 @@ class RecordForms {
 
  private:
   std::vector<RecordForm> forms_;
-  std::array<uint8_t, schema::kLastRecordType + 1> formOf_;
+  std::array<uint8_t, schema::kRecordTypes> formOf_;
 };
 
 }  // namespace tavo::store

@@ -7,10 +7,10 @@ namespace tavo::store {
 
 namespace {
 
+using schema::WriteCheck;
+
 constexpr char kDefaultPath[] = "C:\\TMPTVODB.DAT";
 constexpr int kWriteMode = 0;  // pages stay in the cache until they are pushed out
-// Types above this one can't be searched for.
-constexpr RecordType kLastSearchable = 76;
 
 // The engine's result with its low half replaced by a code of the library.
 uint32_t coded(int result, uint16_t code) {
@@ -93,7 +93,8 @@ uint32_t RecordStore::write(RecordType type, const void* record) {
 
 uint32_t RecordStore::checkWrite(RecordType type, const void* record) {
   Lookup lookup = kBySortCode;
-  switch (writeCheckOf(type)) {
+  const schema::RecordDef& def = schema::recordDef(type);
+  switch (def.check) {
     case WriteCheck::kUnknownType:
       return TVO_ERR_RECORD_TYPE;
     case WriteCheck::kNotStorable:
@@ -102,9 +103,10 @@ uint32_t RecordStore::checkWrite(RecordType type, const void* record) {
       return TVO_OK;
     case WriteCheck::kOncePerFile:
       break;
-    case WriteCheck::kUniquePoint: {
+    case WriteCheck::kUniqueKey: {
       uint32_t number;
-      memcpy(&number, record, sizeof(number));
+      const auto* bytes = static_cast<const unsigned char*>(record);
+      memcpy(&number, bytes + def.block->layout.keys.number, sizeof(number));
       lookup = number != 0 ? kByNumber : kById;
       break;
     }
@@ -161,8 +163,9 @@ uint32_t RecordStore::scan(RecordType type, Lookup lookup) {
 uint32_t RecordStore::find(RecordType type, void* record, Lookup lookup) {
   if (record == nullptr) return static_cast<uint32_t>(engine::kBadArgument);
   if (const uint32_t status = openOnDemand(); status != TVO_OK) return status;
-  if (writeCheckOf(type) == WriteCheck::kUnknownType) return TVO_ERR_RECORD_TYPE;
-  if (type > kLastSearchable) return TVO_ERR_NOT_STORABLE;
+  const schema::RecordDef& def = schema::recordDef(type);
+  if (def.check == WriteCheck::kUnknownType) return TVO_ERR_RECORD_TYPE;
+  if (!def.searched) return TVO_ERR_NOT_STORABLE;
   if (const uint32_t status = seek(type, record, lookup); status != TVO_OK) return status;
   RecordForm& form = *forms_.of(type);
   form.clear();

@@ -6,14 +6,12 @@
 #include <memory>
 #include <new>
 
-#include "schema/blocks.h"
+#include "schema/catalogue.h"
 #include "writers/writer.h"
 
 namespace tavo::writers {
 
 namespace {
-
-constexpr RecordType kLastAccepted = 102;
 
 class FileSink final : public TextSink {
  public:
@@ -38,13 +36,14 @@ class CallbackSource final : public RecordSource {
   TVO_RecordSource callback_;
 };
 
-// The section whose writer takes a record of this type as its first; the types that open a section
-// are the columns records up to 102.
+// The section whose writer takes a record of this type as its first: any columns record.
 uint32_t sectionOf(RecordType type) {
-  const schema::BlockDef* block = type <= kLastAccepted ? schema::blockOfColumns(type) : nullptr;
+  const schema::BlockDef* block = schema::blockOfColumns(type);
   if (block == nullptr) return schema::kUnknownSection;
   uint32_t section = block->keyword;
-  for (uint32_t up = block->parent; up != schema::kUnknownSection; up = parentOf(up)) section = up;
+  for (uint32_t up = block->parent; up != schema::kUnknownSection; up = schema::parentOf(up)) {
+    section = up;
+  }
   return section;
 }
 

@@ -36,26 +36,6 @@ size_t putText(std::string_view text, char* out) {
   return text.size();
 }
 
-// A user unit's own id, the place of its factor in the record, and where both are kept.
-struct UnitItem {
-  FieldId id;
-  EnumId userUnit;
-  size_t factorOffset;
-  EnumId schema::Units::*unit;
-  double schema::Units::*factor;
-};
-constexpr UnitItem kUnitItems[] = {
-    {TVO_FIELD_ANGULAR, TVO_ENUM_USER, offsetof(UnitsRecord, angularFactor),
-     &schema::Units::angular, &schema::Units::angularFactor},
-    {TVO_FIELD_LINEAR, TVO_ENUM_USER_LINEAR, offsetof(UnitsRecord, linearFactor),
-     &schema::Units::linear, &schema::Units::linearFactor},
-    {TVO_FIELD_GEOCRD, TVO_ENUM_USER_GEOGRAPHIC, offsetof(UnitsRecord, geographicFactor),
-     &schema::Units::geographic, &schema::Units::geographicFactor},
-    {TVO_FIELD_TEMP, TVO_ENUM_UNKNOWN, 0, &schema::Units::temperature, nullptr},
-    {TVO_FIELD_PRESS, TVO_ENUM_UNKNOWN, 0, &schema::Units::pressure, nullptr},
-    {TVO_FIELD_Date, TVO_ENUM_UNKNOWN, 0, &schema::Units::dateOrder, nullptr},
-};
-
 // "%10.8lf", unless the factor vanishes or becomes too long in that form. *factor becomes the value
 // that a reader will find, so that what follows is converted with that one.
 size_t putFactor(double* factor, char* out) {
@@ -75,17 +55,18 @@ size_t putUnit(Writer& writer, const FieldDef& field, const char* record, char* 
   std::string_view name;
   schema::EnumName(value, &name);
   size_t n = putText(name, out);
-  const UnitItem* item = std::ranges::find(kUnitItems, field.id, &UnitItem::id);
+  const schema::UnitItem* item =
+      std::ranges::find(schema::kUnitItems, field.id, &schema::UnitItem::item);
   schema::Units& units = writer.state.units;
   if (item->factor != nullptr && schema::isUserUnit(value)) {
     // Another group's user unit stands without a factor and readers drop its line.
-    if (value != item->userUnit) return n;
+    if (value != item->user) return n;
     auto factor = load<double>(record, item->factorOffset);
     out[n++] = ' ';
     n += putFactor(&factor, out + n);
     units.*item->factor = factor;
   }
-  units.*item->unit = value;
+  units.*item->setting = value;
   return n;
 }
 
@@ -139,31 +120,18 @@ size_t putHeaderItem(Writer& writer, const FieldDef& field, const char* record, 
   }
 }
 
-// The HEADER's item blocks: columns record, data record, place of the values.
-struct HeaderBlock {
-  RecordType columns, data;
-  size_t column;
-  uint32_t keyword;
-};
-constexpr HeaderBlock kHeaderBlocks[] = {
-    {TVO_RECORD_HEADER_COLUMNS, TVO_RECORD_HEADER, 13, schema::kHeader},
-    {TVO_RECORD_UNITS_COLUMNS, TVO_RECORD_UNITS, 11, schema::kUnits},
-    {TVO_RECORD_OFFSETS_COLUMNS, TVO_RECORD_OFFSETS, 10, schema::kOffsets},
-    {TVO_RECORD_PROJECT_COLUMNS, TVO_RECORD_PROJECT, 15, schema::kProject},
-};
-
 // Fetches the data record and writes its items; false when another record follows.
-bool writePair(Writer& writer, const HeaderBlock& block, size_t indent) {
+bool writePair(Writer& writer, const schema::BlockDef& block, size_t indent) {
   const FieldList items = fieldsOf(writer.feed.record());
   writer.feed.next();
   if (!writer.feed.at(block.data)) return false;
-  const ItemBlock form{schema::recordDef(block.data).fields, block.column, true};
+  const ItemBlock form{block.layout.fields, valueColumn(block), true};
   writeItems(writer, indent, form, items, writer.feed.record());
   writer.feed.next();
   return true;
 }
 
-void writeHeaderBlock(Writer& writer, const HeaderBlock& block) {
+void writeHeaderBlock(Writer& writer, const schema::BlockDef& block) {
   const std::string_view keyword = keywordName(block.keyword);
   writeComments(writer.output, writer.state, 2, writer.feed.record());
   writeKeywordLine(writer.output, 2, keyword);
@@ -172,6 +140,15 @@ void writeHeaderBlock(Writer& writer, const HeaderBlock& block) {
 }
 
 }  // namespace
+
+size_t valueColumn(const schema::BlockDef& block) {
+  if (block.odd.valuesAt != 0) return block.odd.valuesAt;
+  size_t longest = 0;
+  for (const FieldDef& field : schema::rows(block.layout.fields)) {
+    longest = std::max(longest, std::string_view(field.name).size());
+  }
+  return longest + 2;
+}
 
 void writeItems(Writer& writer, size_t indent, const ItemBlock& block, const FieldList& items,
                 const char* record) {
@@ -203,12 +180,11 @@ uint16_t writeHeader(Writer& writer) {
   }
   writeKeywordLine(writer.output, 0, keyword);
   while (writer.goesOn()) {
-    const HeaderBlock* block =
-        std::ranges::find(kHeaderBlocks, writer.feed.type(), &HeaderBlock::columns);
-    if (block == std::end(kHeaderBlocks)) break;
-    if (block->columns != TVO_RECORD_HEADER_COLUMNS) {
+    const schema::BlockDef* block = schema::blockOfColumns(writer.feed.type());
+    if (block == nullptr) break;
+    if (block->parent == schema::kHeader) {
       writeHeaderBlock(writer, *block);
-    } else if (!writePair(writer, *block, 2)) {
+    } else if (block->keyword != schema::kHeader || !writePair(writer, *block, 2)) {
       break;
     }
   }

@@ -14,12 +14,12 @@
 namespace tavo::writers {
 
 // A line is broken before it reaches this many characters.
-inline constexpr size_t kBreak = 127;
+inline constexpr size_t kBreak = schema::kLineBreak;
 
 // Widths of the data lines' columns; columns beyond the last entry have width 0.
 class ColumnWidths {
  public:
-  static constexpr size_t kMeasured = 40;
+  static constexpr size_t kMeasured = schema::kMaxListed;
 
   void clear() { widths_.fill(0); }
   void raise(size_t column, size_t width) {

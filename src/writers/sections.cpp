@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 
-#include "schema/blocks.h"
+#include "schema/catalogue.h"
 #include "writers/writer.h"
 
 namespace tavo::writers {
@@ -14,14 +14,7 @@ using schema::BlockDef;
 using schema::BlockKind;
 using schema::KeywordId;
 
-constexpr size_t kMaxDepth = 4;  // DATABASE, TEXT, BOXES, BOX_ON_POINT
-
-// Blocks that continue the one written just before them: no empty line stands in front.
-constexpr bool continuesBlock(KeywordId keyword) {
-  return keyword == schema::kPntAccuracy || keyword == schema::kThemInfo ||
-         keyword == schema::kEdges || keyword == schema::kAprioriErrors ||
-         keyword == schema::kAnnotations || keyword == schema::kExtraInfo;
-}
+using schema::kMaxDepth;
 
 class SectionWriter {
  public:
@@ -43,7 +36,7 @@ class SectionWriter {
   void openWrapper(uint32_t keyword);
   void open(KeywordId keyword, RecordType data);
   void closeTo(size_t depth);
-  void separate(KeywordId keyword);
+  void separate(const BlockDef& block);
 
   void writeItemBlock(const BlockDef& block);
   void writeCodeListItems(const BlockDef& block);
@@ -120,7 +113,7 @@ bool SectionWriter::enter(const BlockDef& block) {
   Path path{};
   size_t length = 0;
   for (uint32_t keyword = block.parent; keyword != schema::kUnknownSection && length < kMaxDepth;
-       keyword = parentOf(keyword)) {
+       keyword = schema::parentOf(keyword)) {
     path[length++] = keyword;
   }
   std::reverse(path.begin(), path.begin() + static_cast<std::ptrdiff_t>(length));
@@ -136,12 +129,12 @@ bool SectionWriter::enter(const BlockDef& block) {
 // data lines declares its key column and takes no lines.
 void SectionWriter::openWrapper(uint32_t keyword) {
   const BlockDef& block = *schema::findBlock(top().keyword, keyword);
-  separate(block.keyword);
+  separate(block);
   if (block.kind == BlockKind::kContainer || block.kind == BlockKind::kItemLines) {
     writeKeywordLine(w_.output, indent(), keywordName(keyword));
   } else {
     FieldList key;
-    key.ids[key.count++] = schema::recordDef(block.data).fields[0].id;
+    key.ids[key.count++] = block.layout.fields[0].id;
     writeDefinition(w_.output, w_.state, indent(), keywordName(keyword),
                     columnsOf(block.columns, block.data, key, w_.state));
   }
@@ -165,12 +158,12 @@ void SectionWriter::closeTo(size_t depth) {
   }
 }
 
-void SectionWriter::separate(KeywordId keyword) {
-  if (written_ && !continuesBlock(keyword)) writeBlankLine(w_.output);
+void SectionWriter::separate(const BlockDef& block) {
+  if (written_ && !block.odd.continues) writeBlankLine(w_.output);
 }
 
 void SectionWriter::writeItemBlock(const BlockDef& block) {
-  separate(block.keyword);
+  separate(block);
   writeComments(w_.output, w_.state, indent(), w_.feed.record());
   writeKeywordLine(w_.output, indent(), keywordName(block.keyword));
   open(block.keyword, 0);
@@ -209,22 +202,18 @@ bool SectionWriter::belongsToNextCodeList() {
 }
 
 void SectionWriter::writeListedItems(const BlockDef& block) {
-  const schema::FieldDef* fields = schema::recordDef(block.data).fields;
-  size_t longest = 0;
-  for (const schema::FieldDef& field : schema::rows(fields)) {
-    longest = std::max(longest, std::string_view(field.name).size());
-  }
   const FieldList items = fieldsOf(w_.feed.record());
   w_.feed.next();
   if (!w_.feed.at(block.data)) return;
-  writeItems(w_, indent(), {fields, longest + 2, false}, items, w_.feed.record());
+  writeItems(w_, indent(), {block.layout.fields, valueColumn(block), false}, items,
+             w_.feed.record());
   w_.feed.next();
 }
 
 void SectionWriter::writeDataBlock(const BlockDef& block) {
   const ColumnList columns =
       columnsOf(block.columns, block.data, fieldsOf(w_.feed.record()), w_.state);
-  separate(block.keyword);
+  separate(block);
   writeComments(w_.output, w_.state, indent(), w_.feed.record());
   writeDefinition(w_.output, w_.state, indent(), keywordName(block.keyword), columns);
   open(block.keyword, block.data);
@@ -262,17 +251,6 @@ void SectionWriter::measureRun() {
 }
 
 }  // namespace
-
-uint32_t parentOf(uint32_t keyword) {
-  if (schema::findBlock(schema::kUnknownSection, keyword) != nullptr) {
-    return schema::kUnknownSection;
-  }
-  uint32_t parent = 0;
-  while (parent < schema::kUnknownSection && schema::findBlock(parent, keyword) == nullptr) {
-    ++parent;
-  }
-  return parent;
-}
 
 uint16_t writeSection(Writer& writer, KeywordId section) {
   return SectionWriter(writer, section).write();

@@ -12,8 +12,8 @@ namespace tavo::writers {
 namespace {
 
 constexpr size_t kIndent = 2;
-constexpr size_t kMaxEntries = 20;  // that a reader takes from a line
-constexpr size_t kMaxPoints = std::size(OperationPointsRecord{}.points);
+using schema::kMaxCodeValues;
+using schema::kMaxOperationPoints;
 
 template <class T>
 T load(const char* bytes) {
@@ -92,7 +92,7 @@ void writeTimeTaggedLine(Writer& writer, const char* record) {
   const OutputState& state = writer.state;
   const auto codes = load<TimeTaggedRecord>(record);
   const size_t count =
-      codes.entries == nullptr ? 0 : std::min<size_t>(codes.EntryCount, kMaxEntries);
+      codes.entries == nullptr ? 0 : std::min<size_t>(codes.EntryCount, kMaxCodeValues);
   PackedLine line(writer, kIndent);
   line.add(putQuoted(codes.Code, sizeof codes.Code - 1, kLineLimit, line.slot()));
   line.addMark(false);
@@ -122,7 +122,7 @@ size_t pointCount(uint32_t operation, const OperationPointsRecord& record) {
   const schema::Operation* row = schema::operation(operation);
   if (row != nullptr && row->points > 0) return row->points;
   size_t used = 1;
-  for (size_t i = 0; i < kMaxPoints; ++i) {
+  for (size_t i = 0; i < kMaxOperationPoints; ++i) {
     if (record.points[i].PointNo != 0 || record.points[i].PointID[0] != '\0') used = i + 1;
   }
   return used;

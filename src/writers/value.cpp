@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "schema/catalogue.h"
 #include "schema/enums.h"
 #include "schema/fields.h"
 #include "schema/mjd.h"

@@ -13,7 +13,7 @@
 namespace tavo::writers {
 
 // A reader refuses longer lines (without their line feed).
-inline constexpr size_t kLineLimit = 129;
+inline constexpr size_t kLineLimit = schema::kMaxLine;
 // Room that any value needs.
 inline constexpr size_t kValueSize = 320;
 

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 
+#include "schema/catalogue.h"
 #include "schema/fields.h"
 #include "writers/feed.h"
 #include "writers/lines.h"
@@ -23,10 +24,6 @@ uint16_t writeSection(Writer& writer, schema::KeywordId section);
 uint16_t writeTimeTaggedCodes(Writer& writer);
 uint16_t writeOperations(Writer& writer);
 
-// The keyword of the block that a keyword stands in by default: kUnknownSection for a section, else
-// the first block that may hold it.
-uint32_t parentOf(uint32_t keyword);
-
 // Item lines of the block with this field table, one for each listed item; values begin `column`
 // characters behind the item word. Tables of the HEADER also change the writer's state.
 struct ItemBlock {
@@ -34,6 +31,8 @@ struct ItemBlock {
   size_t column;
   bool markUnknown;  // an item that the block does not have gives a line that says so
 };
+// The column in which the values of a block's items begin.
+size_t valueColumn(const schema::BlockDef& block);
 void writeItems(Writer& writer, size_t indent, const ItemBlock& block, const FieldList& items,
                 const char* record);
 

@@ -4,7 +4,7 @@
 #include <cstring>
 #include <string>
 
-#include "schema/blocks.h"
+#include "schema/catalogue.h"
 #include "schema/enums.h"
 #include "schema/fields.h"
 #include "schema/keywords.h"
@@ -101,26 +101,6 @@ TEST(Fields, FoundInTheTableOfTheirBlock) {
   for (const RecordType type : {0U, 34U, 55U, 90U, 108U, ~0U}) {
     EXPECT_EQ(FieldTableFor(type, "PointNo", &field), kNoTable) << type;
   }
-}
-
-// Every field of a record that a host sees is told apart by its number.
-TEST(Fields, TablesAreConsistent) {
-  int tables = 0;
-  for (RecordType type = 1; type <= kLastRecordType; ++type) {
-    const RecordDef& def = recordDef(type);
-    if (!def.columns || def.fields == nullptr) continue;
-    ++tables;
-    ASSERT_NE(blockOfColumns(type), nullptr);
-    EXPECT_EQ(columnsOf(blockOfColumns(type)->data), type);
-    for (const FieldDef& field : rows(def.fields)) {
-      FieldDef found;
-      if (field.name[0] == '\0') continue;
-      EXPECT_EQ(FindField(def.fields, field.name, &found), 0);
-      EXPECT_EQ(found.id, field.id) << type << field.name;
-      EXPECT_EQ(findId(def.fields, field.id)->offset, field.offset) << type << field.name;
-    }
-  }
-  EXPECT_EQ(tables, 51);
 }
 
 TEST(Enums, Lookups) {

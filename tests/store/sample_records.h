@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "schema/catalogue.h"
 #include "schema/fields.h"
 #include "store/record_store.h"
 
@@ -14,25 +15,15 @@ namespace tavo::store {
 
 using Bytes = std::vector<unsigned char>;
 
-// The storable types in the order in which a data file returns them, with their sort codes.
-struct TypeOrder {
-  RecordType type;
-  uint16_t sortCode;
-};
-inline constexpr TypeOrder kTypesInOrder[] = {
-    {1, 1},      {5, 2},      {2, 21},     {6, 22},     {3, 41},     {7, 42},     {4, 61},
-    {8, 62},     {9, 2001},   {16, 2002},  {10, 2021},  {17, 2022},  {11, 2041},  {18, 2042},
-    {12, 2061},  {19, 2062},  {13, 2081},  {20, 2082},  {14, 2101},  {21, 2102},  {15, 2121},
-    {22, 2122},  {64, 3001},  {65, 3101},  {66, 3103},  {67, 3105},  {68, 3107},  {69, 3109},
-    {70, 3111},  {71, 3113},  {102, 3115}, {99, 3117},  {98, 3119},  {100, 3121}, {101, 3123},
-    {72, 4001},  {73, 4021},  {74, 4041},  {75, 4061},  {76, 4501},  {23, 10001}, {33, 10002},
-    {24, 10021}, {34, 10022}, {25, 10041}, {35, 10042}, {26, 10061}, {36, 10062}, {58, 10071},
-    {59, 10072}, {27, 10081}, {37, 10082}, {28, 10101}, {38, 10102}, {29, 10121}, {39, 10122},
-    {60, 10131}, {62, 10132}, {30, 10141}, {40, 10142}, {31, 10161}, {41, 10162}, {32, 10181},
-    {42, 10182}, {61, 10191}, {63, 10192}, {43, 15001}, {44, 15002}, {45, 20001}, {50, 20002},
-    {46, 20021}, {51, 20022}, {47, 20041}, {52, 20042}, {48, 20061}, {49, 20061}, {53, 20061},
-    {54, 20061}, {55, 50001}, {56, 50002}, {57, 50002}, {90, 50100}, {91, 50101},
-};
+// The storable types in the order in which a data file returns them.
+inline std::vector<RecordType> typesInOrder() {
+  std::vector<RecordType> types;
+  for (RecordType type = 1; type <= schema::kLastRecordType; ++type) {
+    if (schema::recordDef(type).sortCode != 0) types.push_back(type);
+  }
+  std::ranges::stable_sort(types, {}, [](RecordType t) { return schema::recordDef(t).sortCode; });
+  return types;
+}
 
 inline size_t sizeOf(RecordType type) { return schema::recordDef(type).size; }
 

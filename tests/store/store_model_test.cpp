@@ -32,7 +32,8 @@ class Model {
       number = *free_.begin();
       free_.erase(free_.begin());
     }
-    const auto at = records.emplace(Place{sortCodeOf(type), number}, Kept{type, bytes}).first;
+    const auto at =
+        records.emplace(Place{schema::recordDef(type).sortCode, number}, Kept{type, bytes}).first;
     current = &at->first;
   }
 
@@ -92,7 +93,7 @@ class Session {
     DataFileStatistics statistics;
     const auto report = [](const std::string& finding) { ADD_FAILURE() << finding; };
     ASSERT_EQ(verifyDataFile(kPath, report, &statistics), 0);
-    std::array<uint32_t, schema::kLastRecordType + 1> byType{};
+    std::array<uint32_t, schema::kRecordTypes> byType{};
     for (const auto& [place, record] : model_.records) ++byType[record.type];
     EXPECT_EQ(statistics.recordsByType, byType);
     EXPECT_EQ(statistics.records, model_.records.size());

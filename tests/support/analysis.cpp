@@ -11,7 +11,7 @@
 #include <memory>
 #include <sstream>
 
-#include "schema/blocks.h"
+#include "schema/catalogue.h"
 #include "schema/enums.h"
 #include "schema/fields.h"
 

@@ -11,7 +11,7 @@
 #include <string_view>
 #include <vector>
 
-#include "schema/fields.h"
+#include "schema/catalogue.h"
 #include "tavo/tavo.h"
 #include "writers/build.h"
 

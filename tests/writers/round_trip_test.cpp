@@ -10,7 +10,7 @@
 #include <random>
 
 #include "reader/run.h"
-#include "schema/blocks.h"
+#include "schema/catalogue.h"
 #include "schema/enums.h"
 #include "sections/sections.h"
 #include "support/replay.h"
@@ -65,17 +65,15 @@ class Generator {
 
   Replay generate() {
     header();
-    for (const RecordType columns : {9, 10, 11, 12, 14, 15}) block(columns);
-    codeList();
-    for (const RecordType columns :
-         {64, 65, 66, 67, 68, 69, 70, 71, 98, 99, 100, 101, 102, 72, 73, 74, 75,
-          76, 23, 24, 25, 26, 58, 27, 28, 29, 60, 30,  31,  32,  61, 92, 93, 94}) {
-      block(columns);
-      if (columns == 26 || columns == 29) more();
+    for (const schema::BlockDef& row : schema::blocks()) {
+      const bool lines = row.kind == schema::BlockKind::kDataLines;
+      if (lines || row.kind == schema::BlockKind::kCollected) block(row.columns);
+      if (row.columns == 26 || row.columns == 29) more();
+      // The items of a code list come behind its codes.
+      if (row.keyword == schema::kAttributes) pair(TVO_RECORD_CODELIST_COLUMNS);
+      if (row.keyword == schema::kSetup) pair(row.columns);
     }
-    for (const RecordType columns : {43, 45, 46, 47}) block(columns);
-    pair(48);
-    for (const RecordType columns : {49, 47}) block(columns);
+    block(TVO_RECORD_APRIORI_ERRORS_COLUMNS);
     operations();
     timeTaggedCodes();
     return std::move(records_);
@@ -242,8 +240,6 @@ class Generator {
     addData(dataOf(columns), ids);
     alone_ = false;
   }
-
-  void codeList() { pair(13); }
 
   void header() {
     addColumns(2, {14, 15, 16, 17, 18, 19});

@@ -7,6 +7,7 @@
 #include <limits>
 
 #include "record_json.h"
+#include "schema/catalogue.h"
 #include "schema/fields.h"
 
 namespace tavo::tool {

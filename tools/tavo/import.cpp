@@ -14,7 +14,7 @@ namespace tavo::tool {
 
 namespace {
 
-using TypeCounts = std::array<uint64_t, schema::kLastRecordType + 1>;
+using TypeCounts = std::array<uint64_t, schema::kRecordTypes>;
 
 // What the store did with the records of an analysis.
 struct Storing {

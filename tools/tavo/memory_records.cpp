@@ -3,7 +3,7 @@
 
 #include <cstring>
 
-#include "schema/fields.h"
+#include "schema/catalogue.h"
 
 namespace tavo::tool {
 

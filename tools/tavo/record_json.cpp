@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-#include "schema/blocks.h"
+#include "schema/catalogue.h"
 #include "schema/enums.h"
 #include "text.h"
 #include "writers/writer.h"
@@ -156,7 +156,7 @@ const schema::BlockDef* blockOf(RecordType type) {
 
 void appendPath(uint32_t keyword, std::string* path) {
   if (keyword == schema::kUnknownSection) return;
-  appendPath(writers::parentOf(keyword), path);
+  appendPath(schema::parentOf(keyword), path);
   *path += writers::keywordName(keyword);
   *path += '/';
 }

@@ -5,7 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <vector>
 
-#include "schema/fields.h"
+#include "schema/catalogue.h"
 
 namespace tavo::tool {
 
@@ -38,8 +38,8 @@ class RecordPrinter {
   Order order_;
   bool allFields_;
   // Per columns record type what it declared. A type that is not there shows all fields.
-  std::array<std::vector<FieldId>, schema::kLastRecordType + 1> declared_;
-  std::array<bool, schema::kLastRecordType + 1> known_{};
+  std::array<std::vector<FieldId>, schema::kRecordTypes> declared_;
+  std::array<bool, schema::kRecordTypes> known_{};
 };
 
 }  // namespace tavo::tool

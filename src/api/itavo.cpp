@@ -193,12 +193,17 @@ class Tavo final : public ITavo {
  public:
   uint16_t Analyse(const char* inputPath, const char* logPath, uint32_t flags, uint16_t* errors,
                    uint16_t* warnings) override {
-    Library* const state = library();
-    if (state == nullptr) return 0;
     AnalysisRequest request;
     request.inputPath = inputPath;
     request.logPath = logPath;
     request.maxErrors = static_cast<uint16_t>(flags);
+    run(request, errors, warnings);
+    return 0;
+  }
+
+  void run(AnalysisRequest& request, uint16_t* errors, uint16_t* warnings) {
+    Library* const state = library();
+    if (state == nullptr) return;
     request.sink = {&Tavo::collect, &collection_};
     AnalysisCounts counts;
     if (state->analyse(request, &counts) != TVO_ERR_OPEN) {
@@ -206,7 +211,6 @@ class Tavo final : public ITavo {
       if (warnings != nullptr) *warnings = counts.warnings;
     }
     Sort();
-    return 0;
   }
 
   TimeCursor* CreateCursor() override try {
@@ -260,6 +264,15 @@ class Tavo final : public ITavo {
 };
 
 }  // namespace
+
+void analyseInput(ITavo& timeline, platform::TextInput& input) {
+  platform::NoOutput log;
+  AnalysisRequest request;
+  request.inputPath = "";
+  request.input = &input;
+  request.log = &log;
+  static_cast<Tavo&>(timeline).run(request, nullptr, nullptr);
+}
 
 }  // namespace tavo::api
 

@@ -1,23 +1,18 @@
 // Analysis and build over the library's state.
 #include "api/library.h"
 
-#include <filesystem>
 #include <memory>
 #include <new>
-#include <system_error>
 
+#include "platform/text_file.h"
 #include "sections/sections.h"
 
 namespace tavo::api {
 
 namespace {
 
-// Opening the log would destroy an input of the same name.
-bool isSameFile(const char* input, const char* log) try {
-  std::error_code error;
-  return input != nullptr && log != nullptr && std::filesystem::equivalent(input, log, error);
-} catch (const std::exception&) {
-  return false;
+platform::OpenResult open(auto& file, const char* path) {
+  return path == nullptr ? platform::OpenResult::kFailed : file.open(path);
 }
 
 uint32_t resultOf(int status, const reader::Diagnostics& diagnostics) {
@@ -26,21 +21,69 @@ uint32_t resultOf(int status, const reader::Diagnostics& diagnostics) {
   return diagnostics.errorCount() > 0 ? TVO_ERR_ERRORS_FOUND : TVO_OK;
 }
 
+// Closes the data file at the end of a run, however it ends.
+class ClosingStore {
+ public:
+  explicit ClosingStore(store::RecordStore& store) : store_(store) {}
+  ClosingStore(const ClosingStore&) = delete;
+  ClosingStore& operator=(const ClosingStore&) = delete;
+  ~ClosingStore() { store_.closeDataFile(); }
+
+ private:
+  store::RecordStore& store_;
+};
+
+// The texts of an analysis: those that the request brings along, or files of our own.
+struct Texts {
+  explicit Texts(const AnalysisRequest& request) : input(request.input), log(request.log) {
+    if (input == nullptr) inputResult = open(inputFile, request.inputPath);
+    if (log == nullptr) logResult = open(logFile, request.logPath);
+    if (input == nullptr) input = &inputFile;
+    if (log == nullptr) log = &logFile;
+  }
+
+  // One of the files belongs to somebody who does not share it.
+  bool held() const {
+    return inputResult == platform::OpenResult::kHeld || logResult == platform::OpenResult::kHeld;
+  }
+  // Empties the log's file.
+  bool start(const AnalysisRequest& request) {
+    const bool started =
+        request.log != nullptr || (logResult == platform::OpenResult::kDone && logFile.start());
+    return inputResult == platform::OpenResult::kDone && started;
+  }
+
+  platform::InputFile inputFile;
+  platform::OutputFile logFile;
+  platform::TextInput* input;
+  platform::TextOutput* log;
+  platform::OpenResult inputResult = platform::OpenResult::kDone;
+  platform::OpenResult logResult = platform::OpenResult::kDone;
+};
+
+// Whether one file would serve two purposes of a run. No text may be the data file, open or closed.
+bool clash(const AnalysisRequest& request, const char* dataFile) {
+  const char* const input = request.input == nullptr ? request.inputPath : nullptr;
+  const char* const log = request.log == nullptr ? request.logPath : nullptr;
+  return platform::sameFile(input, log) || platform::sameFile(input, dataFile) ||
+         platform::sameFile(log, dataFile);
+}
+
 }  // namespace
 
 uint32_t Library::analyse(const AnalysisRequest& request, AnalysisCounts* counts) {
+  const ClosingStore closing(store);
+  if (clash(request, store.path())) return TVO_ERR_OPEN;
+  // Nothing that was there is touched before it is known that every file is ours.
+  Texts texts(request);
   const auto run = std::unique_ptr<reader::Run>(new (std::nothrow)
                                                     reader::Run(request.sink, &operationColumns_));
-  if (run == nullptr || isSameFile(request.inputPath, request.logPath)) return TVO_ERR_OPEN;
+  if (run == nullptr || texts.held()) return TVO_ERR_OPEN;
+  if (request.intoStore && store.createDefault() != TVO_OK) return TVO_ERR_OPEN;
+  if (!texts.start(request)) return TVO_ERR_OPEN;
   run->source.observe(request.progress);
-
-  bool opened = run->source.open(request.inputPath);
-  opened = run->diagnostics.open(request.logPath, request.maxErrors, request.findings) && opened;
-  if (request.intoStore && store.createDefault() != TVO_OK) opened = false;
-  if (!opened) {
-    store.closeDataFile();
-    return TVO_ERR_OPEN;
-  }
+  run->diagnostics.open(texts.log, request.maxErrors, request.findings);
+  if (!run->source.open(*texts.input)) return TVO_ERR_OPEN;
 
   const int status = sections::readSections(*run);
   // Out of memory in the middle of a block: records are missing, which must not pass for success.
@@ -55,12 +98,12 @@ uint32_t Library::analyse(const AnalysisRequest& request, AnalysisCounts* counts
 }
 
 uint16_t Library::build(const char* outputPath, TVO_RecordSource callback, bool fromStore) {
+  const ClosingStore closing(store);
   if (fromStore && !store.isOpen() && TVO_CODE(store.openExisting()) == TVO_ERR_DATA_FILE) {
     return TVO_ERR_NO_DATA_FILE;
   }
-  const uint16_t status = writers::build(outputPath, callback, settings);
-  store.closeDataFile();
-  return status;
+  if (platform::sameFile(outputPath, store.path())) return TVO_ERR_OPEN;
+  return writers::build(outputPath, callback, settings);
 }
 
 Library* library() {

@@ -20,8 +20,10 @@ struct AnalysisCounts {
 };
 
 struct AnalysisRequest {
-  const char* inputPath = nullptr;
+  const char* inputPath = nullptr;  // the log's summary names it
   const char* logPath = nullptr;
+  platform::TextInput* input = nullptr;  // read instead of a file
+  platform::TextOutput* log = nullptr;   // written, and closed at the end, instead of a file
   uint16_t maxErrors = UINT16_MAX;
   reader::RecordSink sink;
   bool intoStore = false;  // the sink writes to the library's store: begin with a new data file
@@ -31,12 +33,15 @@ struct AnalysisRequest {
 
 class Library {
  public:
-  // Reads and checks a text file and hands its records to the request's sink. The data file is
-  // closed at the end, whatever happened. counts is left alone when a file cannot be opened.
+  // Reads and checks a text and hands its records to the request's sink. The data file is closed at
+  // the end, whatever happened. counts is left alone when a file cannot be opened. One file for two
+  // purposes, the data file included, and files that others keep for themselves are TVO_ERR_OPEN
+  // with nothing created, truncated or deleted.
   uint32_t analyse(const AnalysisRequest& request, AnalysisCounts* counts);
 
   // Writes a text file from the records that a callback delivers. fromStore: it reads the library's
-  // store, which is opened when it is closed.
+  // store, which is opened when it is closed. The data file is no place for the text: TVO_ERR_OPEN.
+  // It is closed at the end, whatever happened.
   uint16_t build(const char* outputPath, TVO_RecordSource callback, bool fromStore);
 
   store::RecordStore store;

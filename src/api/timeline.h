@@ -7,6 +7,8 @@
 #include <span>
 #include <vector>
 
+#include "platform/text_file.h"
+#include "tavo/itavo.h"
 #include "tavo/records.h"
 
 namespace tavo::api {
@@ -42,5 +44,8 @@ class Chunks {
   std::vector<std::unique_ptr<Entry[]>> chunks_;
   size_t size_ = 0;
 };
+
+// ITavo::Analyse of a text that is no file, without a log. The timeline is one of GetITavo.
+void analyseInput(ITavo& timeline, platform::TextInput& input);
 
 }  // namespace tavo::api

@@ -2,6 +2,7 @@
 #include "reader/diagnostics.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
 
 namespace tavo::reader {
@@ -65,27 +66,41 @@ struct Quoted {
 
 }  // namespace
 
-bool Diagnostics::open(const char* path, uint16_t maxErrors, FindingObserver* observer) {
-  close();
+void Diagnostics::open(platform::TextOutput* log, uint16_t maxErrors, FindingObserver* observer) {
+  if (!buffer_) buffer_ = std::make_unique<char[]>(kBuffer);
+  log_ = log;
+  used_ = 0;
   observer_ = observer;
   maxErrors_ = maxErrors;
   errorCount_ = warningCount_ = 0;
   ioError_ = 0;
-#ifdef _WIN32
-  log_ = path == nullptr ? nullptr : std::fopen(path, "wt");
-#else
-  log_ = path == nullptr ? nullptr : std::fopen(path, "w");
-#endif
-  return log_ != nullptr;
+}
+
+bool Diagnostics::open(const char* path, uint16_t maxErrors, FindingObserver* observer) {
+  close();
+  const bool opened =
+      path != nullptr && file_.open(path) == platform::OpenResult::kDone && file_.start();
+  open(opened ? &file_ : nullptr, maxErrors, observer);
+  return opened;
 }
 
 void Diagnostics::close() {
-  if (log_ != nullptr) ioError_ |= std::fclose(log_);
+  if (log_ == nullptr) return;
+  flush();
+  ioError_ |= log_->close() ? 0 : 1;
   log_ = nullptr;
 }
 
-void Diagnostics::write(const char* text) {
-  if (log_ != nullptr && std::fputs(text, log_) < 0) ioError_ |= 1;
+void Diagnostics::flush() {
+  if (used_ > 0 && !log_->write(buffer_.get(), used_)) ioError_ |= 1;
+  used_ = 0;
+}
+
+void Diagnostics::write(std::string_view text) {
+  if (log_ == nullptr) return;
+  if (text.size() > kBuffer - used_) flush();
+  std::memcpy(buffer_.get() + used_, text.data(), text.size());
+  used_ += text.size();
 }
 
 void Diagnostics::writeFinding(const char* kind, int number, uint32_t line, std::string_view text,
@@ -126,12 +141,9 @@ void Diagnostics::summary(std::string_view inputPath) {
   constexpr size_t kPiece = 127;
   constexpr size_t kShort = 98;
   while (inputPath.size() >= kShort) {
-    char piece[kPiece + 1];
-    const size_t n = std::min(inputPath.size(), kPiece);
-    std::memcpy(piece, inputPath.data(), n);
-    piece[n] = '\0';
+    const std::string_view piece = inputPath.substr(0, kPiece);
     write(piece);
-    inputPath.remove_prefix(n);
+    inputPath.remove_prefix(piece.size());
   }
   char buffer[kShort + 80];
   std::snprintf(buffer, sizeof buffer, "\n%.*s - %d error(s), %d warning(s)\n",

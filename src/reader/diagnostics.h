@@ -1,11 +1,13 @@
-// Diagnostics of an analysis: writes each finding as one line to the log file, counts errors
+// Diagnostics of an analysis: writes each finding as one line to the log, counts errors
 // against their limit, and closes the log with a summary.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
-#include <cstdio>
+#include <memory>
 #include <string_view>
 
+#include "platform/text_file.h"
 #include "schema/types.h"
 
 namespace tavo::reader {
@@ -62,9 +64,11 @@ class Diagnostics {
   Diagnostics& operator=(const Diagnostics&) = delete;
   ~Diagnostics() { close(); }
 
-  // Creates or truncates the log, in the platform's text mode; false when that fails.
+  // Begins a run whose log goes to an output that must outlive it; without one no log is kept.
+  void open(platform::TextOutput* log, uint16_t maxErrors, FindingObserver* observer);
+  // The same with a file of its own, made or emptied; false when that fails.
   bool open(const char* path, uint16_t maxErrors, FindingObserver* observer);
-  // Closes the log; a failure raises ioError.
+  // Hands over what is still to be written and closes the log; a failure raises ioError.
   void close();
 
   // 0, or kStop when the error limit had been reached, in which case nothing is written.
@@ -83,9 +87,15 @@ class Diagnostics {
  private:
   void writeFinding(const char* kind, int number, uint32_t line, std::string_view text,
                     std::string_view message);
-  void write(const char* text);
+  void write(std::string_view text);
+  void flush();
 
-  std::FILE* log_ = nullptr;
+  static constexpr size_t kBuffer = 1U << 14;
+
+  platform::OutputFile file_;
+  platform::TextOutput* log_ = nullptr;
+  std::unique_ptr<char[]> buffer_;
+  size_t used_ = 0;
   FindingObserver* observer_ = nullptr;
   uint16_t maxErrors_ = 0;
   uint16_t errorCount_ = 0;

@@ -10,21 +10,24 @@ namespace tavo::reader {
 
 bool LineSource::open(const char* path) {
   close();
-  file_ = path == nullptr ? nullptr : std::fopen(path, "rb");
-  if (file_ == nullptr) return false;
-  std::setvbuf(file_, nullptr, _IONBF, 0);
+  if (path == nullptr || file_.open(path) != platform::OpenResult::kDone) return false;
+  return open(file_);
+}
+
+bool LineSource::open(platform::TextInput& input) {
   if (!buffer_) buffer_ = std::make_unique<char[]>(kSpan + kBlock + kScanSlack);
+  input_ = &input;
   at_ = end_ = buffer_.get();
   filled_ = 0;
   atEnd_ = zeros_ = failed_ = false;
-  fill();  // a directory opens on some systems, but cannot be read
+  fill();
   if (failed_) close();
-  return file_ != nullptr;
+  return input_ != nullptr;
 }
 
 void LineSource::close() {
-  if (file_ != nullptr) std::fclose(file_);
-  file_ = nullptr;
+  file_.close();
+  input_ = nullptr;
   at_ = end_ = nullptr;
   atEnd_ = true;
 }
@@ -34,10 +37,10 @@ void LineSource::fill() {
   const size_t rest = static_cast<size_t>(end_ - at_);
   char* const front = buffer_.get();
   std::memmove(front, at_, rest);
-  size_t n = std::fread(front + rest, 1, kBlock, file_);
+  size_t n = input_->read(front + rest, kBlock);
   if (n < kBlock) {
     atEnd_ = true;
-    failed_ = std::ferror(file_) != 0;
+    failed_ = input_->failed();
   }
   if (const void* mark = std::memchr(front + rest, 26, n); mark != nullptr) {
     n = static_cast<size_t>(static_cast<const char*>(mark) - (front + rest));

@@ -1,13 +1,13 @@
-// Reads a text file in large blocks and hands out pieces of lines in place: at most 129 characters,
+// Reads a text in large blocks and hands out pieces of lines in place: at most 129 characters,
 // CR LF turned into LF, input ended by a byte 26, the same on every platform.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
 #include <memory>
 #include <string_view>
 
+#include "platform/text_file.h"
 #include "schema/limits.h"
 
 namespace tavo::reader {
@@ -31,7 +31,9 @@ class LineSource {
   LineSource& operator=(const LineSource&) = delete;
   ~LineSource() { close(); }
 
-  // False when the path is no readable file.
+  // Begins with an input that must outlive the reading; false when its first block fails.
+  bool open(platform::TextInput& input);
+  // The same with a file of its own; false when the path is no readable file.
   bool open(const char* path);
   void close();
 
@@ -51,13 +53,14 @@ class LineSource {
 
   void fill();
 
-  std::FILE* file_ = nullptr;
+  platform::InputFile file_;
+  platform::TextInput* input_ = nullptr;
   std::unique_ptr<char[]> buffer_;
   const char* at_ = nullptr;
   const char* end_ = nullptr;
   ProgressObserver* progress_ = nullptr;
   uint64_t filled_ = 0;  // bytes read so far
-  bool atEnd_ = false;   // nothing more to read from the file
+  bool atEnd_ = false;   // nothing more to read from the input
   bool zeros_ = false;   // the buffer may hold zero bytes
   bool failed_ = false;
 };

@@ -1,8 +1,7 @@
 // Recognition and check of data files, on top of the engine's walk through all pages.
 #include "store/data_file.h"
 
-#include <cstdio>
-
+#include "platform/text_file.h"
 #include "store/engine/format.h"
 #include "store/engine/verify.h"
 #include "store/record_form.h"
@@ -14,15 +13,6 @@ namespace {
 // Head of a packed record, then field number and value of its first field.
 constexpr size_t kPackedHead = 5;
 constexpr size_t kSortCodeEnd = kPackedHead + 4;
-
-uint64_t sizeOf(const char* path) {
-  FILE* file = fopen(path, "rb");
-  if (file == nullptr) return 0;
-  const bool atEnd = fseek(file, 0, SEEK_END) == 0;
-  const long size = atEnd ? ftell(file) : 0;
-  fclose(file);
-  return size > 0 ? static_cast<uint64_t>(size) : 0;
-}
 
 // Collects the findings of one check.
 class Check {
@@ -74,7 +64,7 @@ bool isDataFile(const char* path, platform::FileSystem& files) {
 int verifyDataFile(const char* path, const FindingReport& report, DataFileStatistics* statistics,
                    platform::FileSystem& files) {
   *statistics = {};
-  statistics->fileSize = sizeOf(path);
+  statistics->fileSize = platform::fileInfo(path).size;
   RecordForms forms;
   Check check(report, *statistics);
   engine::VerifyHooks hooks;

@@ -2,7 +2,6 @@
 // current record opens.
 #include "writers/build.h"
 
-#include <cstdio>
 #include <memory>
 #include <new>
 
@@ -13,17 +12,6 @@ namespace tavo::writers {
 
 namespace {
 
-class FileSink final : public TextSink {
- public:
-  explicit FileSink(FILE* file) : file_(file) {}
-  bool write(const char* bytes, size_t size) override {
-    return fwrite(bytes, 1, size, file_) == size;
-  }
-  bool close() override { return fclose(file_) == 0; }
-
- private:
-  FILE* file_;
-};
 
 class CallbackSource final : public RecordSource {
  public:
@@ -93,11 +81,13 @@ uint16_t writeText(TextSink& sink, RecordSource& source, const BuildSettings& se
 }
 
 uint16_t build(const char* outputPath, RecordSource& source, const BuildSettings& settings) {
-  FILE* file = outputPath == nullptr ? nullptr : fopen(outputPath, "wt");
-  if (file == nullptr) return TVO_ERR_OPEN;
-  FileSink sink(file);
-  const uint16_t status = writeText(sink, source, settings);
-  if (status == TVO_ERR_WRITE || status == TVO_ERR_ABORTED) remove(outputPath);
+  platform::OutputFile file;
+  if (outputPath == nullptr || file.open(outputPath) != platform::OpenResult::kDone ||
+      !file.start()) {
+    return TVO_ERR_OPEN;
+  }
+  const uint16_t status = writeText(file, source, settings);
+  if (status == TVO_ERR_WRITE || status == TVO_ERR_ABORTED) platform::removeFile(outputPath);
   return status;
 }
 

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "platform/text_file.h"
 #include "tavo/tavo.h"
 
 namespace tavo::writers {
@@ -23,15 +24,8 @@ class RecordSource {
   ~RecordSource() = default;
 };
 
-// Takes the text in blocks. Both calls return false on failure.
-class TextSink {
- public:
-  virtual bool write(const char* bytes, size_t size) = 0;
-  virtual bool close() = 0;
-
- protected:
-  ~TextSink() = default;
-};
+// Takes the text in blocks.
+using TextSink = platform::TextOutput;
 
 // Writes the text to a file in the platform's text mode. TVO_OK; TVO_ERR_OPEN when the file cannot
 // be opened; TVO_ERR_NO_RECORD at a record that begins no section, with the text so far kept;

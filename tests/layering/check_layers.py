@@ -2,7 +2,8 @@
 """Checks the include graph against the layers: check_layers.py ROOT, or --self-test.
 
 A module may include headers of itself, of include/tavo where it may see the public types, and of
-the modules listed for it; anything else of ours is a fault. Faults are printed, exit code 1.
+the modules listed for it; anything else of ours is a fault. Files are opened, renamed and deleted
+by the platform module alone. Faults are printed, exit code 1.
 """
 import pathlib
 import re
@@ -21,6 +22,15 @@ LAYERS = {
     "api": {"tavo", "schema", "platform", "reader", "sections", "store", "store/engine", "writers"},
 }
 INCLUDE = re.compile(r'^\s*#\s*include\s*["<]([^">]+)[">]')
+# What opens, renames or deletes a file; only OWNER may. A member or function of ours of such a name
+# is written otherwise (`store.remove(`, `tavo::platform::removeFile(`).
+OWNER = "platform"
+FILE_CALL = re.compile(
+    r"\bstd::(?:filesystem|i?o?fstream|basic_\w*fstream|filebuf|freopen|fopen|tmpfile|remove|rename)\b"
+    r"|(?<![\w:.>])(?:::)?_?w?(?:f|fre|fd|s|p)open(?:_s)?\s*\("
+    r"|(?<![\w:])::_?(?:open(?:at)?|creat|unlink|remove|rename|mkstemp)\s*\("
+    r"|\b(?:CreateFile|DeleteFile|MoveFile\w*|ReplaceFile|OpenFile|_l?open|_creat|_sopen\w*)[AW2]?\s*\("
+    r"|#\s*include\s*<(?:fstream|filesystem|fcntl\.h|sys/stat\.h|io\.h)>")
 SOURCES = {".h", ".hpp", ".cpp", ".c", ".inc"}
 
 
@@ -62,6 +72,9 @@ def faults_in(root):
             continue
         allowed = {module} | (set() if public else LAYERS[module])
         for number, line in enumerate(source.read_text(encoding="utf-8").splitlines(), 1):
+            code = line.split("//")[0]
+            if module != OWNER and (call := FILE_CALL.search(code)):
+                faults.append(f"{where}:{number}: only {OWNER} opens files ({call.group(0)})")
             match = INCLUDE.match(line)
             target = target_of(root, source, match.group(1)) if match else None
             if target is not None and target not in allowed:
@@ -77,12 +90,18 @@ def self_test():
         "src/reader/b.cpp": '#include "schema/a.h"\n#include "sections/c.h"\n',
         "src/sections/c.h": '#include "reader/b.h"\n',
         "src/store/engine/d.cpp": '#include "platform/file.h"\n#include "tavo/records.h"\n',
+        "src/store/f.cpp": "FILE* f = fopen(path);\nfiles.open(path);  // or fopen(path)\n"
+                           "int g = ::open(path, 0);\nh = CreateFileA(path);\n"
+                           "#include <filesystem>\nbool Store::open(const char* path) {\n"
+                           "std::ofstream(path);\nstd::remove(path);\nstore::remove(record);\n",
         "src/platform/file.h": '  #  include "../schema/a.h"\n',
         "src/stray/e.cpp": "",
         "include/tavo/tavo.h": '#include "schema/a.h"\n',
     }
     expected = ["include/tavo/tavo.h:1", "src/platform/file.h:1", "src/reader/b.cpp:2",
-                "src/store/engine/d.cpp:2", "src/stray/e.cpp"]
+                "src/store/engine/d.cpp:2", "src/store/f.cpp:1", "src/store/f.cpp:3",
+                "src/store/f.cpp:4", "src/store/f.cpp:5", "src/store/f.cpp:7", "src/store/f.cpp:8",
+                "src/stray/e.cpp"]
     with tempfile.TemporaryDirectory() as folder:
         root = pathlib.Path(folder)
         for name, text in seeds.items():

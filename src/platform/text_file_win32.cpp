@@ -1,0 +1,172 @@
+// Text files on Windows. The system's own sharing keeps texts and data files apart.
+#ifdef _WIN32
+
+#include <windows.h>
+
+#include <array>
+#include <cstring>
+
+#include "platform/text_file.h"
+#include "platform/text_file_native.h"
+
+namespace tavo::platform {
+
+namespace {
+
+constexpr DWORD kShare = FILE_SHARE_READ | FILE_SHARE_WRITE;
+
+OpenResult resultOf(DWORD error, const char* path) {
+  switch (error) {
+    case ERROR_FILE_NOT_FOUND:
+    case ERROR_PATH_NOT_FOUND:
+    case ERROR_INVALID_NAME:
+    case ERROR_BAD_NETPATH:
+    case ERROR_BAD_PATHNAME:
+      return OpenResult::kMissing;
+    case ERROR_SHARING_VIOLATION:
+    case ERROR_LOCK_VIOLATION:
+      return OpenResult::kHeld;
+    case ERROR_ACCESS_DENIED:
+      return fileInfo(path).kind == FileKind::kFolder ? OpenResult::kFolder : OpenResult::kDenied;
+    default:
+      return OpenResult::kFailed;
+  }
+}
+
+bool writeAll(HANDLE file, const char* bytes, size_t size) {
+  DWORD done = 0;
+  return WriteFile(file, bytes, static_cast<DWORD>(size), &done, nullptr) != 0 && done == size;
+}
+
+}  // namespace
+
+OpenResult InputFile::open(const char* path) {
+  close();
+  file_ = CreateFileA(path, GENERIC_READ, kShare, nullptr, OPEN_EXISTING,
+                      FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN, nullptr);
+  if (file_ == INVALID_HANDLE_VALUE) return resultOf(GetLastError(), path);
+  open_ = owned_ = true;
+  return OpenResult::kDone;
+}
+
+void InputFile::openStandard() {
+  close();
+  file_ = GetStdHandle(STD_INPUT_HANDLE);
+  open_ = true;
+}
+
+void InputFile::close() {
+  if (owned_) CloseHandle(file_);
+  open_ = owned_ = failed_ = false;
+}
+
+size_t InputFile::read(char* bytes, size_t size) {
+  size_t done = 0;
+  while (done < size) {
+    DWORD n = 0;
+    if (!ReadFile(file_, bytes + done, static_cast<DWORD>(size - done), &n, nullptr)) {
+      // A pipe whose writer has gone is at its end.
+      failed_ = GetLastError() != ERROR_BROKEN_PIPE;
+      break;
+    }
+    if (n == 0) break;
+    done += n;
+  }
+  return done;
+}
+
+OpenResult OutputFile::open(const char* path) {
+  abandon();
+  file_ = CreateFileA(path, GENERIC_WRITE, kShare, nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL,
+                      nullptr);
+  if (file_ == INVALID_HANDLE_VALUE) return resultOf(GetLastError(), path);
+  made_ = GetLastError() != ERROR_ALREADY_EXISTS && GetFileType(file_) == FILE_TYPE_DISK;
+  path_ = path;
+  open_ = true;
+  started_ = false;
+  return OpenResult::kDone;
+}
+
+OpenResult OutputFile::create(const char* path, const char*) {
+  abandon();
+  file_ =
+      CreateFileA(path, GENERIC_WRITE, kShare, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (file_ == INVALID_HANDLE_VALUE) return resultOf(GetLastError(), path);
+  path_ = path;
+  open_ = made_ = true;
+  started_ = false;
+  return OpenResult::kDone;
+}
+
+bool OutputFile::start() {
+  started_ = GetFileType(file_) != FILE_TYPE_DISK || SetEndOfFile(file_) != 0;
+  return started_;
+}
+
+// Line feeds become CR LF, by way of a small buffer.
+bool OutputFile::write(const char* bytes, size_t size) {
+  std::array<char, 8192> buffer;
+  size_t used = 0;
+  for (const char* const end = bytes + size; bytes != end; ++bytes) {
+    if (used + 2 > buffer.size()) {
+      if (!writeAll(file_, buffer.data(), used)) return false;
+      used = 0;
+    }
+    if (*bytes == '\n') buffer[used++] = '\r';
+    buffer[used++] = *bytes;
+  }
+  return used == 0 || writeAll(file_, buffer.data(), used);
+}
+
+bool OutputFile::close() {
+  if (!open_) return true;
+  open_ = false;
+  return CloseHandle(file_) != 0;
+}
+
+FileInfo fileInfo(const char* path) {
+  // Asking for no access opens what others keep for themselves, too.
+  const HANDLE file = CreateFileA(path, 0, kShare | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
+                                  FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+  if (file == INVALID_HANDLE_VALUE) return {};
+  FileInfo info;
+  info.kind = FileKind::kOther;
+  BY_HANDLE_FILE_INFORMATION found;
+  if (GetFileType(file) == FILE_TYPE_DISK && GetFileInformationByHandle(file, &found) != 0) {
+    const bool folder = (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+    info.kind = folder ? FileKind::kFolder : FileKind::kRegular;
+    if (!folder) info.size = uint64_t{found.nFileSizeHigh} << 32 | found.nFileSizeLow;
+    info.volume = found.dwVolumeSerialNumber;
+    info.index = uint64_t{found.nFileIndexHigh} << 32 | found.nFileIndexLow;
+  }
+  CloseHandle(file);
+  return info;
+}
+
+bool removeFile(const char* path) { return DeleteFileA(path) != 0; }
+
+namespace native {
+
+unsigned long processId() { return GetCurrentProcessId(); }
+
+std::string linkTarget(const char* path) { return path; }
+
+bool replace(const char* from, const char* to) {
+  return MoveFileExA(from, to, MOVEFILE_REPLACE_EXISTING) != 0;
+}
+
+Name nameOf(const char* path) {
+  char whole[MAX_PATH];
+  char* file = nullptr;
+  const DWORD length = GetFullPathNameA(path, MAX_PATH, whole, &file);
+  if (length == 0 || length >= MAX_PATH || file == nullptr) return {".", path};
+  return {std::string(whole, file), file};
+}
+
+bool sameName(const char* a, const char* b) { return lstrcmpiA(a, b) == 0; }
+
+}  // namespace native
+
+}  // namespace tavo::platform
+
+#endif

@@ -116,6 +116,12 @@ uint32_t RecordStore::checkWrite(RecordType type, const void* record) {
   return TVO_CODE(status) == TVO_ERR_NOT_FOUND ? uint32_t{TVO_OK} : status;
 }
 
+// A search that came to no record: there is none, or nobody knows.
+uint32_t RecordStore::searchFailed(int result) const {
+  const bool none = result == engine::kNotFound && !file_.systemFailed();
+  return coded(result, none ? TVO_ERR_NOT_FOUND : TVO_ERR_NO_RECORD);
+}
+
 // Looks for a record of the type with the key that `record` has, and makes it the current one.
 uint32_t RecordStore::seek(RecordType type, const void* record, Lookup lookup) {
   RecordForm& form = *forms_.of(type);
@@ -126,9 +132,7 @@ uint32_t RecordStore::seek(RecordType type, const void* record, Lookup lookup) {
   form.terminateTexts();
   const int result =
       file_.find(lookup, key->value, static_cast<uint32_t>(key->length), engine::kEqual);
-  if (result == engine::kNotFound) return coded(result, TVO_ERR_NOT_FOUND);
-  if (result != engine::kOk) return coded(result, TVO_ERR_NO_RECORD);
-  return scan(type, lookup);
+  return result == engine::kOk ? scan(type, lookup) : searchFailed(result);
 }
 
 // Several types may have the key that the index is positioned on: goes on to the first record of
@@ -155,8 +159,7 @@ uint32_t RecordStore::scan(RecordType type, Lookup lookup) {
     } else if (result == engine::kOk && file_.currentRecord() <= number) {
       return coded(engine::kCorrupt, TVO_ERR_NO_RECORD);
     }
-    if (result == engine::kNotFound) return coded(result, TVO_ERR_NOT_FOUND);
-    if (result != engine::kOk) return coded(result, TVO_ERR_NO_RECORD);
+    if (result != engine::kOk) return searchFailed(result);
   }
 }
 

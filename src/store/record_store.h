@@ -72,6 +72,7 @@ class RecordStore {
  private:
   uint32_t openOnDemand();
   uint32_t checkWrite(RecordType type, const void* record);
+  uint32_t searchFailed(int result) const;
   uint32_t seek(RecordType type, const void* record, Lookup lookup);
   uint32_t scan(RecordType type, Lookup lookup);
   uint32_t currentForm(RecordType* type, RecordForm** form);

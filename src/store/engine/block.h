@@ -2,12 +2,14 @@
 // files of an owner share, and the transfers and transactions that connect the two.
 #pragma once
 
+#include <cassert>
 #include <cstdint>
 #include <memory>
 
 #include "platform/file.h"
 #include "store/engine/engine.h"
 #include "store/engine/format.h"
+#include "store/engine/images.h"
 
 namespace tavo::engine {
 
@@ -17,6 +19,25 @@ constexpr std::size_t kMaxPath = 1023;
 constexpr int kMaxHeight = 32;
 // A page that claims too many entries or whose entries do not fit it: nothing can be found in it.
 constexpr int kUnreadable = -1000;
+// A read, a flush or another call of the system failed outright. Nothing was found out by it, so it
+// must not be taken for kNotFound.
+constexpr int kSystemFailed = -1001;
+// The file cannot be extended.
+constexpr int kNoRoom = -1002;
+
+// What an operation returns for a result from inside.
+inline int publicCode(int code) {
+  switch (code) {
+    case kSystemFailed:
+      return kNotFound;
+    case kUnreadable:
+      return kCorrupt;
+    case kNoRoom:
+      return kWriteFailed;
+    default:
+      return code;
+  }
+}
 
 // A page being worked on. Its entries are found through the offsets, which follow every change.
 struct WorkPage {
@@ -27,6 +48,7 @@ struct WorkPage {
   bool dirty = false;  // changed, and not yet in its buffer
   int count = 0;
   std::uint64_t used = 0;  // when it was last asked for
+  std::uint64_t kept = 0;  // the change that has its old image
   std::uint16_t offsets[kMaxEntries + 3] = {};
   std::uint8_t bytes[kPageSize + 275] = {};  // with room for one entry too many
 
@@ -38,15 +60,6 @@ struct WorkPage {
   std::int32_t previous() const { return page::previous(bytes); }
   // Finds the entries; kCorrupt or kUnreadable when the page cannot be right.
   int parse();
-};
-
-struct PageBuffer {
-  ControlBlock* owner = nullptr;
-  std::uint32_t openId = 0;
-  std::int32_t page = kNoPage;
-  bool dirty = false;
-  PageBuffer* next = nullptr;
-  std::uint8_t image[kPageSize];
 };
 
 // The buffers form a list in most-recently-used order. Above them a few work pages hold the pages
@@ -68,46 +81,60 @@ struct PageCache::Impl {
   int prepare();
   // The page in a work page, read through the buffers if it is not there yet.
   int load(ControlBlock& file, std::int32_t number, WorkPage*& out);
-  // A work page for a new page, empty and without neighbours.
-  WorkPage& claim(ControlBlock& file, std::int32_t number, int level);
-  // Takes the changes of a work page. Whatever the result, memory holds the page from now on;
-  // errors are also kept in ioError.
+  // A work page for a page from the reserve, empty and without neighbours.
+  int claim(ControlBlock& file, std::int32_t number, int level, WorkPage*& out);
+  // Before a page is changed: keeps its old image for the change that is open.
+  int keep(ControlBlock& file, WorkPage& w);
+  // Makes it a page of another level; leaves and inner pages are counted by it.
+  int setLevel(WorkPage& w, int level);
+  // Takes the changes of a work page, whose old image is kept. Whatever the result, memory holds
+  // the page from now on; errors are also kept in ioError.
   int store(ControlBlock& file, WorkPage& w);
   void touch(WorkPage& w) { w.used = ++tick_; }
   // The same when the page was last seen in `w`, which is corrected if it is elsewhere now.
   int reload(ControlBlock& file, std::int32_t number, WorkPage*& w);
-  // Gives up a new page that was not stored.
-  static void forget(WorkPage& w) { w.owner = nullptr; }
+  // A page as the file has it or will have it, without making it one worked on.
+  int readReserve(ControlBlock& file, std::int32_t number, std::uint8_t* image);
 
   bool anyDirty(const ControlBlock& file) const;
   int writeDirty(ControlBlock& file);
-  // Retries the writes that failed before; no change may start before they are done.
-  int settle();
+  // Retries the writes that the file is owed; no change may start before they are done.
+  int settle(ControlBlock& file);
+  // Puts the old images of the open change back, without reading.
+  void undo(ControlBlock& file);
   // Frees everything of a file without writing.
-  void drop(ControlBlock& file);
+  void drop(const ControlBlock& file);
 
   unsigned setting;
-  // Reads must not fail because another page cannot be written; set while a change is carried
-  // through or undone.
-  bool rescue = false;
+  BufferPool pool;
 
  private:
-  bool holds(const PageBuffer& b, const ControlBlock& file, std::int32_t number) const;
+  static int kindOf(int level) { return level == 0 ? 0 : 1; }
+  PageBuffer* look(const ControlBlock& file, std::int32_t number) const;
   PageBuffer* find(const ControlBlock& file, std::int32_t number);
+  WorkPage* held(const ControlBlock& file, std::int32_t number);
   int takeOldest(PageBuffer*& out);
-  PageBuffer* spare();
+  PageBuffer* oldestClean();
   void toHead(PageBuffer* before, PageBuffer* b);
+  void freeSpares(const ControlBlock& file, bool dirtyToo);
   WorkPage& unused();
-  void admit(WorkPage& w);
-  bool writesThrough(const ControlBlock& file, const WorkPage& w) const;
+  bool countsHold() const;
+  int makeRoom(int kind);
+  int admit(WorkPage& w, ControlBlock& file, std::int32_t number);
+  void release(WorkPage& w);
+  int keepImage(ControlBlock& file, WorkPage& w);
+  void putBack(ControlBlock& file, PageBuffer* old);
+  bool writesThrough(const ControlBlock& file, int level) const;
   int push(WorkPage& w);
   int readImage(ControlBlock& file, std::int32_t number, std::uint8_t* image);
   int writeBack(PageBuffer& b);
+  int writeOwed(ControlBlock& file);
 
   WorkPage work_[kLeafPages + kInnerPages + 1];  // one is free for the next page
+  int held_[2] = {};                             // leaves and inner pages among them
   std::unique_ptr<PageBuffer[]> buffers_;
   PageBuffer* head_ = nullptr;
-  PageBuffer* spares_ = nullptr;  // dirty pages that found no buffer
+  PageBuffer* spares_ = nullptr;  // pages that found no buffer
   std::uint64_t tick_ = 0;
 };
 
@@ -168,11 +195,14 @@ struct Store::ControlBlock {
   std::uint8_t guard3 = 'I';
 
   bool headerChanged = false;
-  bool headerStale = false;  // the file changed but the header was not read again yet
-  bool markerWritten = false;
-  bool markerHandled = false;
-  int readError = 0;  // error of the read transaction, reported at its end
-  int ioError = 0;    // first failed page write of the write transaction
+  bool headerStale = false;        // the file changed but the header was not read again yet
+  bool safe = false;               // the write transaction is one of write mode 4
+  bool markerWritten = false;      // the modified marker in the file is ours
+  bool markerHandled = false;      // by this transaction
+  bool owesWrites = false;         // a page that should be in the file by now could not be written
+  int readError = 0;               // error of the read transaction, reported at its end
+  int ioError = 0;                 // first failed page write of the change
+  std::uint32_t countedPages = 0;  // pages in the file by the header in the file
   FileHeader header = {};
   std::uint8_t guard4 = 'D';
 
@@ -199,8 +229,10 @@ struct Store::ControlBlock {
   std::unique_ptr<std::uint8_t[]> old;     // the stored record while it is replaced or removed
   std::uint8_t guard7 = 'E';
 
+  PageImages images;  // of the change being made
+
   ControlBlock(PageCache::Impl* pages, platform::FileSystem& system)
-      : files(system), cache(pages) {}
+      : files(system), cache(pages), images(pages == nullptr ? nullptr : &pages->pool) {}
   bool shared() const { return sharing != 'E'; }
   bool guarded() const {
     return guard0 == 'V' && guard1 == 'A' && guard2 == 'L' && guard3 == 'I' && guard4 == 'D' &&
@@ -218,6 +250,15 @@ inline int PageCache::Impl::reload(ControlBlock& file, std::int32_t number, Work
   return kOk;
 }
 
+inline int PageCache::Impl::keep(ControlBlock& file, WorkPage& w) {
+  assert(file.images.open() && w.owner == &file);
+  return w.kept == file.images.serial() ? int{kOk} : keepImage(file, w);
+}
+
+inline int PageCache::Impl::settle(ControlBlock& file) {
+  return file.owesWrites ? writeOwed(file) : int{kOk};
+}
+
 // Keeps copies of the segment lists of an index list; kNoMemory on failure.
 int keepSegments(ControlBlock& file, const IndexDef* indexes);
 
@@ -232,10 +273,15 @@ int unlockGate(ControlBlock& file);
 int enterRead(ControlBlock& file);
 int leaveRead(ControlBlock& file);
 int enterWrite(ControlBlock& file);
+// The writes that end a transaction; only the outermost one has any.
+int completeWrite(ControlBlock& file);
+// Ends it behind them.
+int releaseWrite(ControlBlock& file);
+// Both; the locks are given back whatever the result.
 int leaveWrite(ControlBlock& file);
 // Before a page is read: drops what is known of a shared file that another opener changed.
 int noticeChange(ControlBlock& file);
-// Before a page of a safe-write file is written: sets the marker, once per transaction.
+// Before a page of a safe write is written: sets the marker, once per transaction.
 int safeWriteStep(ControlBlock& file);
 
 // Keeps a read or write transaction until its end.

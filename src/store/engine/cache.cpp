@@ -1,5 +1,7 @@
 // Page buffers: least-recently-used replacement over all open files, write modes, and what happens
 // to pages that cannot be written.
+#include <cassert>
+#include <cstring>
 #include <new>
 
 #include "store/engine/block.h"
@@ -14,23 +16,34 @@ int readPage(ControlBlock& file, std::int32_t number, std::uint8_t* image) {
     case platform::Transfer::kShort:
       return kShortRead;
     default:
-      return kNotFound;
+      return kSystemFailed;
   }
 }
 
 int writePage(ControlBlock& file, std::int32_t number, const std::uint8_t* image) {
-  if (file.writeMode == 4) {
+  if (file.safe) {
     const int code = safeWriteStep(file);
     if (code != kOk) return code;
   }
+  // Whatever comes of it, the file may hold something else now than what the change found.
+  if (PageBuffer* const old = file.images.find(number)) old->dirty = true;
   switch (file.file->writeAt(pagePosition(number), image, kPageSize)) {
     case platform::Transfer::kDone:
       return kOk;
     case platform::Transfer::kSeekFailed:
-      return kNotFound;
+      return kSystemFailed;
     default:
       return kWriteFailed;
   }
+}
+
+// A page of the reserve, which is no page of the tree.
+bool isBlank(const std::uint8_t* image) {
+  return page::count(image) == 0 && page::freeBytes(image) == 0;
+}
+
+bool holds(const PageBuffer& b, const ControlBlock& file, std::int32_t number) {
+  return b.page == number && b.owner == &file && b.openId == file.openId;
 }
 
 }  // namespace
@@ -59,7 +72,7 @@ PageCache::Impl::~Impl() {
   while (spares_ != nullptr) {
     PageBuffer* const b = spares_;
     spares_ = b->next;
-    delete b;
+    pool.give(b);
   }
 }
 
@@ -72,11 +85,6 @@ int PageCache::Impl::prepare() {
   return kOk;
 }
 
-bool PageCache::Impl::holds(const PageBuffer& b, const ControlBlock& file,
-                            std::int32_t number) const {
-  return b.page == number && b.owner == &file && b.openId == file.openId;
-}
-
 // Moves a buffer, found behind `before`, to the head of the list.
 void PageCache::Impl::toHead(PageBuffer* before, PageBuffer* b) {
   if (before == nullptr) return;
@@ -85,7 +93,17 @@ void PageCache::Impl::toHead(PageBuffer* before, PageBuffer* b) {
   head_ = b;
 }
 
-// The page's buffer, which becomes the most recently used one; null when it has none.
+// The page's buffer, wherever it is; null when it has none.
+PageBuffer* PageCache::Impl::look(const ControlBlock& file, std::int32_t number) const {
+  for (PageBuffer* list : {head_, spares_}) {
+    for (PageBuffer* b = list; b != nullptr; b = b->next) {
+      if (holds(*b, file, number)) return b;
+    }
+  }
+  return nullptr;
+}
+
+// The same; it becomes the most recently used one.
 PageBuffer* PageCache::Impl::find(const ControlBlock& file, std::int32_t number) {
   PageBuffer* before = nullptr;
   for (PageBuffer* b = head_; b != nullptr; before = b, b = b->next) {
@@ -93,8 +111,12 @@ PageBuffer* PageCache::Impl::find(const ControlBlock& file, std::int32_t number)
     toHead(before, b);
     return b;
   }
-  for (PageBuffer* b = spares_; b != nullptr; b = b->next) {
-    if (holds(*b, file, number)) return b;
+  return spares_ == nullptr ? nullptr : look(file, number);
+}
+
+WorkPage* PageCache::Impl::held(const ControlBlock& file, std::int32_t number) {
+  for (WorkPage& w : work_) {
+    if (w.number == number && w.owner == &file && w.openId == file.openId) return &w;
   }
   return nullptr;
 }
@@ -106,26 +128,14 @@ int PageCache::Impl::writeBack(PageBuffer& b) {
 }
 
 // The least recently used buffer, free for another page and at the head. Null with an error when
-// its page cannot be written; a rescue then takes any clean buffer, or none without an error.
+// its page cannot be written.
 int PageCache::Impl::takeOldest(PageBuffer*& out) {
+  out = nullptr;
   PageBuffer* before = nullptr;
   PageBuffer* b = head_;
   for (; b->next != nullptr; b = b->next) before = b;
-  int code = kOk;
-  if (b->dirty) code = writeBack(*b);
-  if (code != kOk) {
-    out = nullptr;
-    if (!rescue) return code;
-    PageBuffer* previous = nullptr;
-    b = nullptr;
-    for (PageBuffer* c = head_; c != nullptr; previous = c, c = c->next) {
-      if (!c->dirty) {
-        before = previous;
-        b = c;
-      }
-    }
-    if (b == nullptr) return kOk;
-  }
+  const int code = b->dirty ? writeBack(*b) : kOk;
+  if (code != kOk) return code;
   toHead(before, b);
   b->owner = nullptr;
   b->page = kNoPage;
@@ -133,13 +143,13 @@ int PageCache::Impl::takeOldest(PageBuffer*& out) {
   return kOk;
 }
 
-// A buffer beside the list for a page that must not be lost.
-PageBuffer* PageCache::Impl::spare() {
-  PageBuffer* const b = new (std::nothrow) PageBuffer;
-  if (b == nullptr) return nullptr;
-  b->next = spares_;
-  spares_ = b;
-  return b;
+// The least recently used buffer that need not be written first, where it is; null without one.
+PageBuffer* PageCache::Impl::oldestClean() {
+  PageBuffer* clean = nullptr;
+  for (PageBuffer* b = head_; b != nullptr; b = b->next) {
+    if (!b->dirty) clean = b;
+  }
+  return clean;
 }
 
 int PageCache::Impl::readImage(ControlBlock& file, std::int32_t number, std::uint8_t* image) {
@@ -153,9 +163,8 @@ int PageCache::Impl::readImage(ControlBlock& file, std::int32_t number, std::uin
   }
   if (setting == 0) return readPage(file, number, image);
   code = takeOldest(b);
+  if (code == kOk) code = readPage(file, number, image);
   if (code != kOk) return code;
-  code = readPage(file, number, image);
-  if (code != kOk || b == nullptr) return code;
   std::memcpy(b->image, image, kPageSize);
   b->owner = &file;
   b->openId = file.openId;
@@ -164,62 +173,118 @@ int PageCache::Impl::readImage(ControlBlock& file, std::int32_t number, std::uin
   return kOk;
 }
 
+int PageCache::Impl::readReserve(ControlBlock& file, std::int32_t number, std::uint8_t* image) {
+  const PageBuffer* const b = look(file, number);
+  if (b == nullptr) return readPage(file, number, image);
+  std::memcpy(image, b->image, kPageSize);
+  return kOk;
+}
+
+bool PageCache::Impl::countsHold() const {
+  int counted[2] = {};
+  for (const WorkPage& w : work_) {
+    if (w.owner != nullptr) ++counted[kindOf(w.level())];
+  }
+  return counted[0] == held_[0] && counted[1] == held_[1] && held_[0] <= kLeafPages &&
+         held_[1] <= kInnerPages;
+}
+
 WorkPage& PageCache::Impl::unused() {
+  assert(countsHold());
   WorkPage* w = work_;
   while (w->owner != nullptr) ++w;
   return *w;
 }
 
-// Makes a page one of those worked on; the one of its kind that was not asked for longest makes
-// room for it.
-void PageCache::Impl::admit(WorkPage& w) {
-  const bool leaf = w.level() == 0;
-  int held = 0;
+// Makes sure that there may be one more page of a kind; the one that was not asked for longest
+// makes room for it.
+int PageCache::Impl::makeRoom(int kind) {
+  if (held_[kind] < (kind == 0 ? kLeafPages : kInnerPages)) return kOk;
   WorkPage* oldest = nullptr;
-  for (WorkPage& other : work_) {
-    if (other.owner == nullptr || (other.level() == 0) != leaf) continue;
-    ++held;
-    if (oldest == nullptr || other.used < oldest->used) oldest = &other;
+  for (WorkPage& w : work_) {
+    if (w.owner == nullptr || kindOf(w.level()) != kind) continue;
+    if (oldest == nullptr || w.used < oldest->used) oldest = &w;
   }
-  if (held >= (leaf ? kLeafPages : kInnerPages)) {
-    if (oldest->dirty) push(*oldest);
-    oldest->owner = nullptr;
-  }
-  w.used = ++tick_;
+  // Its owner learns of a failed write. Only a page that no memory was left for stays here.
+  const int code = oldest->dirty ? push(*oldest) : kOk;
+  if (oldest->dirty) return code;
+  release(*oldest);
+  return kOk;
 }
 
-WorkPage& PageCache::Impl::claim(ControlBlock& file, std::int32_t number, int level) {
-  WorkPage& w = unused();
-  page::clear(w.bytes, level);
-  w.parse();
-  admit(w);
+// Makes a page one of those worked on.
+int PageCache::Impl::admit(WorkPage& w, ControlBlock& file, std::int32_t number) {
+  assert(w.owner == nullptr && held(file, number) == nullptr);
+  const int kind = kindOf(w.level());
+  const int code = makeRoom(kind);
+  if (code != kOk) return code;
+  ++held_[kind];
   w.owner = &file;
   w.openId = file.openId;
   w.number = number;
   w.dirty = false;
-  return w;
+  w.kept = 0;
+  w.used = ++tick_;
+  return kOk;
+}
+
+void PageCache::Impl::release(WorkPage& w) {
+  if (w.owner == nullptr) return;
+  --held_[kindOf(w.level())];
+  w.owner = nullptr;
+  w.dirty = false;
+}
+
+int PageCache::Impl::setLevel(WorkPage& w, int level) {
+  const int from = kindOf(w.level());
+  const int to = kindOf(level);
+  if (from != to) {
+    const int code = makeRoom(to);
+    if (code != kOk) return code;
+    --held_[from];
+    ++held_[to];
+  }
+  page::setLevel(w.bytes, level);
+  assert(countsHold());
+  return kOk;
+}
+
+int PageCache::Impl::claim(ControlBlock& file, std::int32_t number, int level, WorkPage*& out) {
+  assert(file.images.open());
+  // A page that somebody came across is no reserve: a link leads to it.
+  if (held(file, number) != nullptr || file.images.find(number) != nullptr) return kCorrupt;
+  WorkPage& w = unused();
+  page::clear(w.bytes, level);
+  w.parse();
+  if (file.images.add(number, nullptr) == nullptr) return kNoMemory;
+  const int code = admit(w, file, number);
+  if (code != kOk) return code;
+  w.kept = file.images.serial();
+  out = &w;
+  return kOk;
 }
 
 int PageCache::Impl::load(ControlBlock& file, std::int32_t number, WorkPage*& out) {
   if (number < 0) return kNegativePage;
-  for (WorkPage& w : work_) {
-    if (w.number == number && w.owner == &file && w.openId == file.openId) {
-      w.used = ++tick_;
-      out = &w;
-      return kOk;
-    }
+  if (WorkPage* const w = held(file, number)) {
+    w->used = ++tick_;
+    out = w;
+    return kOk;
   }
   if (static_cast<std::uint32_t>(number) > file.header.pagesInFile) return kCorrupt;
   WorkPage& w = unused();
   int code = readImage(file, number, w.bytes);
   if (code == kOk) code = w.parse();
-  if (code != kOk) return code;
-  admit(w);
-  w.owner = &file;
-  w.openId = file.openId;
-  w.number = number;
-  w.dirty = false;
-  out = &w;
+  if (code == kOk) code = admit(w, file, number);
+  if (code == kOk) out = &w;
+  return code;
+}
+
+int PageCache::Impl::keepImage(ControlBlock& file, WorkPage& w) {
+  // A page that was pushed out and came back has its image already.
+  if (file.images.find(w.number) == nullptr && file.images.add(w.number, w.bytes) == nullptr)
+    return kNoMemory;
+  w.kept = file.images.serial();
   return kOk;
 }
 
@@ -230,12 +295,23 @@ int PageCache::Impl::push(WorkPage& w) {
   PageBuffer* b = setting == 0 && spares_ == nullptr ? nullptr : find(file, w.number);
   if (b == nullptr && setting != 0) code = takeOldest(b);
   bool dirty = true;
-  if (writesThrough(file, w)) {
+  if (writesThrough(file, w.level())) {
     const int written = writePage(file, w.number, w.bytes);
     dirty = written != kOk;
+    if (dirty) file.owesWrites = true;
     if (code == kOk) code = written;
   }
-  if (b == nullptr && dirty && (b = spare()) == nullptr) code = kNoMemory;
+  if (b == nullptr && dirty) {
+    b = pool.take();
+    if (b == nullptr) {
+      // It has no other place than this one.
+      file.ioError = kNoMemory;
+      return kNoMemory;
+    }
+    b->next = spares_;
+    spares_ = b;
+    file.owesWrites = true;
+  }
   if (b != nullptr) {
     std::memcpy(b->image, w.bytes, kPageSize);
     b->owner = &file;
@@ -248,16 +324,17 @@ int PageCache::Impl::push(WorkPage& w) {
   return code;
 }
 
-bool PageCache::Impl::writesThrough(const ControlBlock& file, const WorkPage& w) const {
-  return setting == 0 || file.writeMode == 3 || (file.writeMode == 2 && w.level() == 0);
+bool PageCache::Impl::writesThrough(const ControlBlock& file, int level) const {
+  return setting == 0 || file.writeMode == 3 || (file.writeMode == 2 && level == 0);
 }
 
 int PageCache::Impl::store(ControlBlock& file, WorkPage& w) {
+  assert(w.kept == file.images.serial() && file.images.find(w.number) != nullptr);
   int code = kOk;
   if (page::count(w.bytes) < 0 || page::freeBytes(w.bytes) < 0) return kCorrupt;
   file.headerChanged = true;
   w.dirty = true;
-  if (writesThrough(file, w)) code = push(w);
+  if (writesThrough(file, w.level())) code = push(w);
   if (static_cast<std::uint32_t>(w.number) > file.header.pagesInFile) code = kCorrupt;
   if (file.ioError == kOk) file.ioError = code;
   return code;
@@ -292,36 +369,88 @@ int PageCache::Impl::writeDirty(ControlBlock& file) {
   return first;
 }
 
-int PageCache::Impl::settle() {
-  while (spares_ != nullptr) {
-    PageBuffer* const b = spares_;
-    const int code = b->dirty ? writeBack(*b) : kOk;
-    if (code != kOk) return code;
-    spares_ = b->next;
-    delete b;
+// Writes what the write mode wants in the file by now, and the pages that found no buffer.
+int PageCache::Impl::writeOwed(ControlBlock& file) {
+  int first = kOk;
+  for (WorkPage& w : work_) {
+    if (w.owner != &file || !w.dirty || !writesThrough(file, w.level())) continue;
+    const int code = push(w);
+    if (first == kOk) first = code;
   }
-  return kOk;
+  for (PageBuffer* list : {head_, spares_}) {
+    for (PageBuffer* b = list; b != nullptr; b = b->next) {
+      if (!b->dirty || b->owner != &file) continue;
+      if (list == head_ && !writesThrough(file, page::level(b->image))) continue;
+      const int code = writeBack(*b);
+      if (first == kOk) first = code;
+    }
+  }
+  freeSpares(file, false);
+  file.owesWrites = first != kOk;
+  return first;
 }
 
-void PageCache::Impl::drop(ControlBlock& file) {
+// One old image. A page that the change took from the reserve and did not write is forgotten.
+void PageCache::Impl::putBack(ControlBlock& file, PageBuffer* old) {
+  const bool fresh = isBlank(old->image);
+  WorkPage* const w = held(file, old->page);
+  if (w != nullptr && !fresh && w->level() == page::level(old->image)) {
+    std::memcpy(w->bytes, old->image, kPageSize);
+    w->parse();
+    w->dirty = true;
+    return pool.give(old);
+  }
+  if (w != nullptr) release(*w);
+  PageBuffer* b = look(file, old->page);
+  if (b == nullptr && old->dirty) b = oldestClean();
+  if (b != nullptr) {
+    std::memcpy(b->image, old->image, kPageSize);
+    b->owner = old->dirty ? &file : nullptr;
+    b->openId = file.openId;
+    b->page = old->page;
+    b->dirty = old->dirty;
+  } else if (old->dirty) {
+    // It was pushed out and no buffer is free for it without a write: it stays as it is.
+    old->owner = &file;
+    old->openId = file.openId;
+    old->next = spares_;
+    spares_ = old;
+    file.owesWrites = true;
+    return;
+  }
+  pool.give(old);
+}
+
+void PageCache::Impl::undo(ControlBlock& file) {
+  while (PageBuffer* const old = file.images.takeFirst()) putBack(file, old);
+  assert(countsHold());
+  // What cannot be written now is owed to the file.
+  if (setting == 0 || file.writeMode == 2 || file.writeMode == 3) writeOwed(file);
+}
+
+void PageCache::Impl::freeSpares(const ControlBlock& file, bool dirtyToo) {
+  PageBuffer** link = &spares_;
+  while (*link != nullptr) {
+    PageBuffer* const b = *link;
+    if (b->owner == nullptr || (b->owner == &file && (dirtyToo || !b->dirty))) {
+      *link = b->next;
+      pool.give(b);
+    } else {
+      link = &b->next;
+    }
+  }
+}
+
+void PageCache::Impl::drop(const ControlBlock& file) {
   for (PageBuffer* b = head_; b != nullptr; b = b->next) {
     if (b->owner != &file) continue;
     b->owner = nullptr;
     b->page = kNoPage;
     b->dirty = false;
   }
-  PageBuffer** link = &spares_;
-  while (*link != nullptr) {
-    PageBuffer* const b = *link;
-    if (b->owner == &file) {
-      *link = b->next;
-      delete b;
-    } else {
-      link = &b->next;
-    }
-  }
+  freeSpares(file, true);
   for (WorkPage& w : work_) {
-    if (w.owner == &file) w.owner = nullptr;
+    if (w.owner == &file) release(w);
   }
 }
 

@@ -164,12 +164,17 @@ class Store {
 
   // --- Records. The current record is the one last inserted, found or positioned on.
 
+  // Each of these changes happens as a whole or not at all: after a failure, be it of a transfer
+  // halfway or of the writes that end it, the record, its keys and the record count are what they
+  // were. Only a lock that cannot be given back (-102) is reported behind a change that stays.
+
   // Stores a record with a byte of the caller's (its type); it becomes the current one. A unique
-  // key that exists refuses it with -1; a refused record leaves no trace.
+  // key that exists refuses it with -1; the number of a refused record waits for reuse.
   int insert(const Field* fields, std::uint8_t typeByte);
   // Gives the current record the values of the list; its type byte stays.
   int replace(const Field* fields);
-  // Reads the current record into the list, deletes it and leaves no current record.
+  // Reads the current record into the list, deletes it and leaves no current record. Its number is
+  // lost when the file has no room to keep it for reuse.
   int remove(const Field* fields);
   // Reads the current record into the list.
   int read(const Field* fields);
@@ -190,6 +195,10 @@ class Store {
   int position(int index, int how);
   // True when the entry that the index is positioned on has the key of the last find() in it.
   bool atSoughtKey(int index);
+
+  // Whether the last operation's kNotFound stands for a call of the system that failed, so that
+  // nothing is known of what was sought.
+  bool systemFailed() const { return systemFailed_; }
 
   // Number of the current record; 0 when there is none.
   std::int32_t currentRecord() const;
@@ -220,6 +229,10 @@ class Store {
   ControlBlock& block() { return *block_; }
 
  private:
+  int answer(int code);
+
+  PageCache& cache_;
+  bool systemFailed_ = false;
   std::unique_ptr<ControlBlock> block_;
 };
 

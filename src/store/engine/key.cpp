@@ -207,9 +207,10 @@ int makeSegmentKey(const ControlBlock& file, const RecordValues& values, int ind
   key.length = 1;
   for (; segment->type != 31; ++segment) {
     if (segment->field >= fieldCount) return kBadSegments;
-    const Value value =
-        plainValue(values.fields()[segment->field].type, values.get(segment->field));
-    const int code = appendSegment(file, *segment, value, key);
+    const Value value = values.get(segment->field);
+    if (value.bytes == nullptr) return values.missing();
+    const int code =
+        appendSegment(file, *segment, plainValue(values.fields()[segment->field].type, value), key);
     if (code != kOk) return code;
   }
   key.bytes[0] = static_cast<std::uint8_t>(key.length - 1);
@@ -248,7 +249,7 @@ int makeKey(const ControlBlock& file, const RecordValues& values, std::uint32_t 
   if (field.index >= kIndexNumbers) return kBadArgument;
   if (field.keyRole == kSegmentKey) return makeSegmentKey(file, values, field.index, key);
   Value value = values.get(number);
-  if (value.bytes == nullptr) return kCorrupt;
+  if (value.bytes == nullptr) return values.missing();
   if (hasLengthByte(field.keyRole)) value = plainValue(field.type, value);
   return makePlainKey(file, field.keyRole, field.index, value, key);
 }

@@ -63,8 +63,8 @@ int walkOwnLocks(ControlBlock& file, bool removeAll, bool& any) {
 int checkRecordLock(ControlBlock& file, std::int32_t record) {
   if (!file.shared()) return kOk;
   Place at;
-  const int code = seek(file, lockProbe(record), at);
-  if (code != kOk) return changeCode(code);
+  const int code = searchCode(seek(file, lockProbe(record), at));
+  if (code != kOk) return code == kNotFound ? int{kNotLocked} : code;
   return at.exact && holder(at.entry()) == file.slot ? kOk : kNotLocked;
 }
 

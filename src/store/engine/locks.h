@@ -8,7 +8,7 @@
 
 namespace tavo::engine {
 
-// All of these run inside a transaction of the caller.
+// All of these run inside a transaction of the caller; what changes locks, inside its Change.
 
 // kOk when this opener holds the lock of a record, else kNotLocked.
 int checkRecordLock(ControlBlock& file, std::int32_t record);

@@ -3,6 +3,7 @@
 #include <new>
 
 #include "store/engine/block.h"
+#include "store/engine/change.h"
 #include "store/engine/key.h"
 #include "store/engine/locks.h"
 
@@ -65,7 +66,8 @@ int prepare(ControlBlock& file, const char* path, const IndexDef* indexes, const
   file.writeNest = 0;
   file.slot = -1;
   file.queuePlace = 1;
-  file.headerChanged = file.headerStale = file.markerWritten = file.markerHandled = false;
+  file.headerChanged = file.headerStale = file.owesWrites = false;
+  file.safe = file.markerWritten = file.markerHandled = false;
   file.readError = file.ioError = kOk;
   file.endKnown = false;
   ++file.openId;
@@ -92,12 +94,12 @@ std::unique_ptr<platform::File> openShared(ControlBlock& file) {
 int openHandle(ControlBlock& file) {
   if (!file.shared()) {
     file.file = openExclusive(file);
-    return file.file != nullptr ? kOk : kNotFound;
+    return file.file != nullptr ? kOk : kSystemFailed;
   }
   file.file = openShared(file);
   if (file.file == nullptr) {
     file.file = openExclusive(file);
-    if (file.file == nullptr) return kNotFound;
+    if (file.file == nullptr) return kSystemFailed;
     file.sharing = 'E';
     return kOk;
   }
@@ -110,7 +112,8 @@ int openHandle(ControlBlock& file) {
   return file.file != nullptr ? kOk : kOpenFailed;
 }
 
-// Lets a creating opener finish; one that does not is taken for dead and its marker cleared.
+// Lets a creating opener finish; one that does not is taken for dead and its marker cleared, which
+// an opener that only reads leaves to others.
 int awaitCreator(ControlBlock& file) {
   for (int i = 0; i < kMarkerWaits; ++i) {
     std::uint8_t marker[4];
@@ -118,7 +121,7 @@ int awaitCreator(ControlBlock& file) {
         loadU32(marker) != kMarkerValue)
       return kOk;
   }
-  return writeMarker(file, kOpenMarker, 0);
+  return file.access == 2 ? writeMarker(file, kOpenMarker, 0) : kOk;
 }
 
 int claimSlot(ControlBlock& file) {
@@ -136,11 +139,7 @@ int clearStaleLocks(ControlBlock& file) {
   bool any = false;
   int code = anyRecordLock(file, any);
   if (code != kOk || !any) return code;
-  code = enterWrite(file);
-  if (code != kOk) return code;
-  code = releaseRecordLocks(file);
-  const int ended = leaveWrite(file);
-  return code != kOk ? code : ended;
+  return runChange(file, [&](Change&) { return releaseRecordLocks(file); });
 }
 
 // The open file's header, slot and locks, after its handle is had.
@@ -191,8 +190,8 @@ int writeFreshFile(ControlBlock& file, const IndexDef* indexes, int orderMode) {
 int releaseFile(ControlBlock& file) {
   int code = kOk;
   if (file.access == 2) {
-    if (file.shared()) code = releaseRecordLocks(file);
-    if (file.writeMode == 4 && file.cache->anyDirty(file) && safeWriteStep(file) != kOk)
+    if (file.shared()) code = runChange(file, [&](Change&) { return releaseRecordLocks(file); });
+    if (file.safe && file.cache->anyDirty(file) && safeWriteStep(file) != kOk)
       code = kHeaderTransfer;
     if (file.headerChanged && writeHeader(file) != kOk) code = kHeaderTransfer;
     if (file.cache->writeDirty(file) != kOk || !file.file->flush()) code = kHeaderTransfer;
@@ -215,10 +214,18 @@ int keepSegments(ControlBlock& file, const IndexDef* indexes) {
 }
 
 Store::Store(PageCache& cache, platform::FileSystem& files)
-    : block_(new (std::nothrow) ControlBlock(&cache.impl(), files)) {}
+    : cache_(cache), block_(new (std::nothrow) ControlBlock(&cache.impl(), files)) {}
 
 Store::~Store() {
-  if (isOpen()) close();
+  if (isOpen())
+    close();
+  else if (block_ != nullptr && !block_->guarded())
+    cache_.impl().drop(*block_);  // its pages must not outlive it
+}
+
+int Store::answer(int code) {
+  systemFailed_ = code == kSystemFailed;
+  return publicCode(code);
 }
 
 int Store::create(const char* path, const IndexDef* indexes, const Options& options) {
@@ -230,24 +237,24 @@ int Store::create(const char* path, const IndexDef* indexes, const Options& opti
   Options wanted = options;
   wanted.access = 2;
   int code = prepare(file, path, indexes, wanted);
-  if (code != kOk) return code;
+  if (code != kOk) return answer(code);
   file.file = file.files.create(file.path);
-  if (file.file == nullptr) return kNotFound;
+  if (file.file == nullptr) return answer(kSystemFailed);
   code = writeFreshFile(file, indexes, options.orderMode);
   if (code == kOk && file.shared()) {
     file.file.reset();
-    return openFile(file, indexes);
+    return answer(openFile(file, indexes));
   }
   if (code != kOk) {
     // What could not be set up is no store file and would only be in the way.
     file.file.reset();
     file.files.remove(file.path);
-    return code;
+    return answer(code);
   }
   file.writeMode = 3;
   file.knownZero = 0;
   file.state = 'O';
-  return kOk;
+  return answer(kOk);
 }
 
 int Store::open(const char* path, const IndexDef* indexes, const Options& options) {
@@ -257,7 +264,7 @@ int Store::open(const char* path, const IndexDef* indexes, const Options& option
   if (file.state == 'O') return kBadArgument;
   if (options.access != 1 && options.access != 2) return kBadArgument;
   const int code = prepare(file, path, indexes, options);
-  return code != kOk ? code : openFile(file, indexes);
+  return answer(code != kOk ? code : openFile(file, indexes));
 }
 
 int Store::close() {
@@ -285,14 +292,14 @@ int Store::close() {
   file.cache->drop(file);
   if (file.shared() && file.slot >= 0)
     file.file->unlock(kSlotBytes + static_cast<std::uint32_t>(file.slot), 1);
-  if (!file.file->close() && code == kOk) code = kNotFound;
+  if (!file.file->close() && code == kOk) code = kSystemFailed;
   file.file.reset();
   file.state = 'C';
   file.packed.reset();
   file.old.reset();
   for (auto& kept : file.segments) kept.reset();
   file.currentRecord = 0;
-  return code;
+  return answer(code);
 }
 
 bool Store::isOpen() const { return block_ != nullptr && block_->check() == kOk; }
@@ -300,7 +307,7 @@ bool Store::isOpen() const { return block_ != nullptr && block_->check() == kOk;
 int Store::setWriteMode(int mode) {
   const int code = block_ == nullptr ? kNotOpen : block_->check();
   if (code != kOk) return code;
-  if (mode < 0 || mode > 4) return kNotFound;
+  if (mode < 0 || mode > 4) return answer(kNotFound);
   block_->writeMode = block_->shared() && (mode == 2 || mode == 3) ? 1 : mode;
   return kOk;
 }

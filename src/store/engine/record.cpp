@@ -1,6 +1,7 @@
 // Checks, packs and unpacks records by their field lists.
 #include "store/engine/record.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 
@@ -66,8 +67,6 @@ bool allBlank(const std::uint8_t* bytes, std::uint32_t size) {
   return true;
 }
 
-constexpr std::uint8_t kEmptyText[1] = {0};
-
 // The value of a field as it stands in memory; kTooLong when it does not fit its field.
 int memoryValue(const Field& field, Value& value) {
   const auto* const bytes = static_cast<const std::uint8_t*>(field.value);
@@ -80,8 +79,7 @@ int memoryValue(const Field& field, Value& value) {
   switch (field.type) {
     case 'S':
       value.size = textLength(field) + 1;
-      if (roomOf(field) == 0) value.bytes = kEmptyText;
-      return value.size > roomOf(field) && roomOf(field) != 0 ? kTooLong : kOk;
+      return value.size > roomOf(field) ? kTooLong : kOk;
     case 'B':
     case 'M':
       value.size = 2u + loadU16(bytes);
@@ -109,6 +107,30 @@ bool isEmpty(const Field& field, const Value& value) {
       return std::memcmp(value.bytes, "\0\0\0\0\0\0\0", 8) == 0;
     default:
       return false;
+  }
+}
+
+// The value of a field that holds nothing, as far as a key can hold it. Types that always take room
+// have none.
+Value emptyValue(const Field& field) {
+  static constexpr std::array<std::uint8_t, 256> kBlanks = [] {
+    std::array<std::uint8_t, 256> blanks{};
+    blanks.fill(' ');
+    return blanks;
+  }();
+  static constexpr std::uint8_t kZero[8] = {};
+  switch (field.type) {
+    case 'B':
+      return {kZero, 2};
+    case 'C':
+    case 'N':
+      return {kBlanks.data(), std::min<std::uint32_t>(roomOf(field), kBlanks.size())};
+    case 'S':
+      return {kZero, 1};
+    case 'D':
+      return {kZero, 8};
+    default:
+      return {};
   }
 }
 
@@ -184,7 +206,7 @@ int checkFieldList(const Field* fields, const std::uint8_t keyTypes[kIndexNumber
     if (f->duplicates != 'D' && f->duplicates != 'U' && f->duplicates != 'N') return kBadDuplicates;
     if (full && (f->length < 0 || f->length > kMaxFieldLength)) return kBadFieldLength;
     if (f->index > kUserIndexes) return kBadIndexNumber;
-    if (full && f->type == 'S' && roomOf(*f) != 0 && textLength(*f) == roomOf(*f)) return kTooLong;
+    if (full && f->type == 'S' && textLength(*f) == roomOf(*f)) return kTooLong;
   }
   return kOk;
 }
@@ -263,6 +285,7 @@ Value RecordValues::get(std::uint32_t number) const {
     nextNumber_ = found + 1;
     offset_ += 2 + length;
   }
+  if (value.bytes == nullptr && fields_[number].keyRole == 'N') value = emptyValue(fields_[number]);
   return value;
 }
 

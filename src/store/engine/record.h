@@ -20,15 +20,18 @@ struct Value {
   std::uint32_t size = 0;
 };
 
-// The values of a record, taken from the field list's memory or from a packed record. Asking for
-// fields in ascending order is cheap.
+// The values of a record, taken from the field list's memory or from a packed record: the same from
+// both, so that keys can be made of either. Asking for fields in ascending order is cheap.
 class RecordValues {
  public:
   explicit RecordValues(const Field* fields) : fields_(fields) {}
   RecordValues(const Field* fields, const std::uint8_t* packed, std::uint32_t size)
       : fields_(fields), packed_(packed), size_(size) {}
   const Field* fields() const { return fields_; }
+  // A field that was left out of the packed form has the value that it is read back with.
   Value get(std::uint32_t number) const;
+  // What it means that there is no value: a text too long for its field, or a damaged record.
+  int missing() const { return packed_ == nullptr ? kTooLong : kCorrupt; }
 
  private:
   const Field* fields_;

@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "store/engine/block.h"
+#include "store/engine/change.h"
 #include "store/engine/key.h"
 #include "store/engine/locks.h"
 #include "store/engine/record.h"
@@ -32,21 +33,6 @@ Probe keyProbe(int index, const Key& key, std::int32_t record) {
   return probe;
 }
 
-// While a change is carried through or undone, reads do without pages that cannot be written.
-class Rescue {
- public:
-  explicit Rescue(ControlBlock& file) : file_(file), before_(file.cache->rescue) {
-    file.cache->rescue = true;
-  }
-  ~Rescue() { file_.cache->rescue = before_; }
-  Rescue(const Rescue&) = delete;
-  Rescue& operator=(const Rescue&) = delete;
-
- private:
-  ControlBlock& file_;
-  bool before_;
-};
-
 // --- The pieces of a packed record
 
 // Gathers the pieces of a record. One that has a single piece is left in its page, where it stays
@@ -54,9 +40,9 @@ class Rescue {
 int gatherRecord(ControlBlock& file, std::int32_t number, std::uint8_t* buffer, bool own,
                  Packed& record) {
   Place at;
-  int code = seek(file, numberProbe(kRecords, number, 0), at);
-  if (code != kOk) return changeCode(code);
-  if (!at.exact) return kRecordMissing;
+  int code = searchCode(seek(file, numberProbe(kRecords, number, 0), at));
+  if (code == kNotFound || (code == kOk && !at.exact)) return kRecordMissing;
+  if (code != kOk) return code;
   record.size = 0;
   std::int64_t hops = 0;
   for (int piece = 0;; ++piece) {
@@ -76,8 +62,8 @@ int gatherRecord(ControlBlock& file, std::int32_t number, std::uint8_t* buffer, 
     record.size += size;
     if (last) break;
     ++at.position;
-    code = settleForward(file, at, hops);
-    if (code != kOk) return code == kNotFound ? int{kRecordMissing} : changeCode(code);
+    code = searchCode(settleForward(file, at, hops));
+    if (code != kOk) return code == kNotFound ? int{kRecordMissing} : code;
   }
   return record.size < kRecordHead + 2 ? int{kCorrupt} : kOk;
 }
@@ -122,6 +108,8 @@ int replacePieces(ControlBlock& file, std::int32_t number, const Packed& record)
     if (code != kOk) return changeCode(code);
     if (where.exact && !where.page->sound) return kCorrupt;
     if (where.exact && entry::size(where.entry()) == kEntryHead + size) {
+      code = file.cache->keep(file, *where.page);
+      if (code != kOk) return code;
       std::uint8_t* const e = where.page->at(where.position);
       e[2] = static_cast<std::uint8_t>(piece | (last ? kLastPiece : 0));
       std::memcpy(e + kEntryHead, record.bytes + at, size);
@@ -163,53 +151,72 @@ int removeKey(ControlBlock& file, int index, const Key& key, std::int32_t record
   return changeCode(code);
 }
 
-bool sameKey(const Key& a, const Key& b) {
+bool sameBytes(const Key& a, const Key& b) {
   return a.length == b.length && std::memcmp(a.bytes, b.bytes, a.length) == 0;
 }
 
-// Removes the keys of the first `count` fields. With `except`, keys that those values have too
-// stay.
-int removeKeys(ControlBlock& file, const RecordValues& values, std::uint32_t count,
-               std::int32_t record, const RecordValues* except = nullptr) {
-  const Field* const fields = values.fields();
-  int first = kOk;
-  for (std::uint32_t i = 0; i < count && fields[i].type != 'E'; ++i) {
-    if (fields[i].keyRole == 'N') continue;
-    Key key;
-    Key kept;
-    int code = makeKey(file, values, i, key);
-    if (code == kOk && except != nullptr && makeKey(file, *except, i, kept) == kOk &&
-        sameKey(key, kept))
-      continue;
-    if (code == kOk) code = removeKey(file, fields[i].index, key, record);
-    if (first == kOk) first = code;
-  }
-  return first;
+// Equal keys need not have the same bytes: zero is equal to negative zero.
+bool equalKeys(const ControlBlock& file, int index, const Key& a, const Key& b) {
+  return sameBytes(a, b) || compareKeys(file, index, a.bytes, a.length, b.bytes, b.length) == 0;
 }
 
-// Inserts the keys of all fields but those that `except` has too. `done` counts the fields dealt
-// with, the failed one included.
-int insertKeys(ControlBlock& file, const RecordValues& values, std::int32_t record,
-               const RecordValues* except, std::uint32_t& done) {
+// Gives a record's key the bytes of an equal one.
+int rewriteKey(ControlBlock& file, int index, const Key& key, std::int32_t record) {
+  Place at;
+  int code = seek(file, keyProbe(index, key, record), at);
+  if (code != kOk) return changeCode(code);
+  if (!at.exact) return insertEntry(file, keyProbe(index, key, record), true, nullptr, 0);
+  std::uint8_t* const e = at.page->at(at.position);
+  if (entry::keyLength(e, true) != key.length) return kCorrupt;
+  code = file.cache->keep(file, *at.page);
+  if (code != kOk) return code;
+  std::memcpy(e + kEntryHead, key.bytes, key.length);
+  file.cache->store(file, *at.page);
+  return kOk;
+}
+
+// Removes the keys of all fields. With `except`, keys that are equal to those values' stay.
+int removeKeys(ControlBlock& file, const RecordValues& values, std::int32_t record,
+               const RecordValues* except = nullptr) {
   const Field* const fields = values.fields();
-  for (done = 0; fields[done].type != 'E';) {
-    const std::uint32_t i = done++;
+  for (std::uint32_t i = 0; fields[i].type != 'E'; ++i) {
+    if (fields[i].keyRole == 'N') continue;
+    Key key;
+    int code = makeKey(file, values, i, key);
+    if (code == kOk && except != nullptr) {
+      Key kept;
+      code = makeKey(file, *except, i, kept);
+      if (code == kOk && equalKeys(file, fields[i].index, key, kept)) continue;
+    }
+    if (code == kOk) code = removeKey(file, fields[i].index, key, record);
+    if (code != kOk) return code;
+  }
+  return kOk;
+}
+
+// Inserts the keys of all fields. With `except`, what those values have already is left as it is.
+int insertKeys(ControlBlock& file, const RecordValues& values, std::int32_t record,
+               const RecordValues* except = nullptr) {
+  const Field* const fields = values.fields();
+  for (std::uint32_t i = 0; fields[i].type != 'E'; ++i) {
     if (fields[i].keyRole == 'N') continue;
     if (fields[i].index > kLastIndex) return kBadArgument;
     Key& key = file.newKeys[fields[i].index];
-    Key old;
     int code = makeKey(file, values, i, key);
     if (code == kOk && except != nullptr) {
+      Key old;
       code = makeKey(file, *except, i, old);
-      if (code == kOk && sameKey(key, old)) continue;
+      if (code != kOk) return code;
+      if (sameBytes(key, old)) continue;
+      if (equalKeys(file, fields[i].index, key, old)) {
+        code = rewriteKey(file, fields[i].index, key, record);
+        if (code != kOk) return code;
+        continue;
+      }
     }
     if (code == kOk) code = insertKey(file, fields[i], key, record);
     if (code == kOk) code = file.ioError;
-    if (code != kOk) {
-      // A refused unique key is another record's; it is not ours to remove.
-      if (code == kNotFound) --done;
-      return code;
-    }
+    if (code != kOk) return code;
   }
   return kOk;
 }
@@ -239,14 +246,22 @@ int takeNumber(ControlBlock& file, std::int32_t& number) {
   if (header.nextRecord == 0 || header.nextRecord >= 0x7FFFFFFF) return kHeaderTransfer;
   number = static_cast<std::int32_t>(header.nextRecord++);
   file.headerChanged = true;
-  return !file.shared() && file.writeMode >= 1 && file.writeMode <= 3 ? writeHeader(file) : kOk;
+  return file.writeMode >= 1 && file.writeMode <= 3 ? writeHeader(file) : kOk;
 }
 
-// A number that cannot be kept for reuse is lost and nothing else.
-void giveBackNumber(ControlBlock& file, std::int32_t number) {
-  if (!file.reuseNumbers) return;
-  if (insertEntry(file, numberProbe(kFreeNumbers, number, 0), true, nullptr, 0) == kOk)
-    ++file.header.freeCount;
+int keepNumber(ControlBlock& file, std::int32_t number) {
+  if (!file.reuseNumbers) return kOk;
+  const int code = insertEntry(file, numberProbe(kFreeNumbers, number, 0), true, nullptr, 0);
+  if (code == kOk) ++file.header.freeCount;
+  return code == kNotFound ? int{kOk} : code;  // it waits there already
+}
+
+// After an insert was undone: the new number that it had waits for reuse. Where that is impossible,
+// it is as if it had never been taken, as is one from the free numbers in any case.
+void giveBackNumber(ControlBlock& file, Change& change, std::int32_t number) {
+  if (number == 0 || static_cast<std::uint32_t>(number) < file.header.nextRecord) return;
+  file.header.nextRecord = static_cast<std::uint32_t>(number) + 1;
+  if (keepNumber(file, number) != kOk) change.undo();
 }
 
 // --- Operations
@@ -257,7 +272,7 @@ int reserveFor(ControlBlock& file, const Field* fields) {
   for (const Field* f = fields; f->type != 'E'; ++f) indexed += f->index != 0 ? 1 : 0;
   std::uint32_t height = 0;
   const int code = treeHeight(file, height);
-  return code != kOk ? changeCode(code) : reservePages(file, (height + 1) * (indexed + 1));
+  return code != kOk ? code : reservePages(file, (height + 1) * (indexed + 1));
 }
 
 // The indexes of a new record are positioned on it.
@@ -275,47 +290,26 @@ void positionOn(ControlBlock& file, const Field* fields, std::int32_t record) {
   }
 }
 
-int insertRecord(ControlBlock& file, const Field* fields, std::uint8_t typeByte) {
+int insertRecord(ControlBlock& file, const Field* fields, std::uint8_t typeByte,
+                 std::int32_t& number) {
   Packed record;
   record.bytes = file.packed.get();
-  // Packed and provided for before it gets a number, so that a refusal here leaves everything as it
-  // was.
-  int code = file.cache->settle();
-  if (code == kOk)
-    code = packRecord(fields, typeByte, file.packed.get(), file.bufferSize, record.size);
+  // Packed and provided for before it gets a number, so that a refusal here takes none.
+  int code = packRecord(fields, typeByte, file.packed.get(), file.bufferSize, record.size);
   if (code == kOk) code = reserveFor(file, fields);
-  std::int32_t number = 0;
   if (code == kOk) code = takeNumber(file, number);
-  if (code != kOk) return code;
-
-  const RecordValues values(fields);
-  std::uint32_t done = 0;
-  code = insertKeys(file, values, number, nullptr, done);
-  bool pieces = false;
-  if (code == kOk) {
-    pieces = true;
-    code = insertPieces(file, number, record);
-    if (code == kRecordMissing) pieces = false;
-  }
-  if (code == kOk) code = file.ioError;
-  if (code != kOk) {
-    const Rescue rescue(file);
-    removeKeys(file, values, done, number);
-    if (pieces) removePieces(file, number, 0);
-    giveBackNumber(file, number);
-    return code;
-  }
-  ++file.header.recordCount;
-  file.currentRecord = number;
-  positionOn(file, fields, number);
-  return kOk;
+  if (code == kOk) code = insertKeys(file, RecordValues(fields), number);
+  if (code == kOk) code = insertPieces(file, number, record);
+  if (code == kOk) ++file.header.recordCount;
+  return code;
 }
 
 int replaceRecord(ControlBlock& file, const Field* fields) {
   const std::int32_t number = file.currentRecord;
   int code = checkRecordLock(file, number);
-  if (code == kOk) code = file.cache->settle();
   if (code == kOk) code = reserveFor(file, fields);
+  // In a tree without a readable root no record is found.
+  if (code == kUnreadable) code = kRecordMissing;
   Packed before;
   if (code == kOk) code = gatherRecord(file, number, file.old.get(), true, before);
   Packed after;
@@ -323,58 +317,36 @@ int replaceRecord(ControlBlock& file, const Field* fields) {
   if (code == kOk)
     code = packRecord(fields, before.bytes[kRecordType], file.packed.get(), file.bufferSize,
                       after.size);
-  if (code == kOk && pieceCount(after.size) > kMaxPieces) code = kBadArgument;
   if (code != kOk) return code;
-
   const RecordValues oldValues(fields, before.bytes, before.size);
   const RecordValues newValues(fields);
-  std::uint32_t done = 0;
-  code = insertKeys(file, newValues, number, &oldValues, done);
-  bool replaced = false;
-  if (code == kOk) {
-    replaced = true;
-    code = replacePieces(file, number, after);
-  }
-  if (code == kOk) code = file.ioError;
-  if (code == kOk) code = removeKeys(file, oldValues, 0xFFFFFFFF, number, &newValues);
-  if (code == kOk) return file.ioError;
-  const Rescue rescue(file);
-  if (replaced) {
-    replacePieces(file, number, before);
-    std::uint32_t restored = 0;
-    insertKeys(file, oldValues, number, &newValues, restored);
-  }
-  removeKeys(file, newValues, done, number, &oldValues);
+  code = insertKeys(file, newValues, number, &oldValues);
+  if (code == kOk) code = replacePieces(file, number, after);
+  return code == kOk ? removeKeys(file, oldValues, number, &newValues) : code;
+}
+
+int removeEntries(ControlBlock& file, const RecordValues& values, std::int32_t number) {
+  int code = removeKeys(file, values, number);
+  if (code == kOk) code = removePieces(file, number, 0);
+  if (code == kOk && file.shared()) code = releaseRecordLock(file, number);
+  if (code == kOk && file.header.recordCount != 0) --file.header.recordCount;
   return code;
 }
 
-int removeRecord(ControlBlock& file, const Field* fields) {
+int removeRecord(ControlBlock& file, const Field* fields, Change& change) {
   const std::int32_t number = file.currentRecord;
   int code = checkRecordLock(file, number);
-  if (code == kOk) code = file.cache->settle();
   Packed before;
   if (code == kOk) code = gatherRecord(file, number, file.old.get(), true, before);
   if (code == kOk) code = unpackRecord(fields, before.bytes, before.size);
   if (code != kOk) return code;
-  const Rescue rescue(file);
-  code = removeKeys(file, RecordValues(fields, before.bytes, before.size), 0xFFFFFFFF, number);
-  if (code == kOk) code = removePieces(file, number, 0);
-  if (code != kOk) return code;
-  if (file.shared()) releaseRecordLock(file, number);
-  if (file.header.recordCount != 0) --file.header.recordCount;
-  giveBackNumber(file, number);
-  file.currentRecord = 0;
-  return file.ioError;
-}
-
-// Opens and closes the write transaction around a change.
-template <typename Change>
-int change(ControlBlock& file, Change&& body) {
-  int code = enterWrite(file);
-  if (code != kOk) return code;
-  code = body();
-  const int ended = leaveWrite(file);
-  return ended != kOk ? ended : code;
+  const RecordValues values(fields, before.bytes, before.size);
+  code = removeEntries(file, values, number);
+  if (code == kOk) code = keepNumber(file, number);
+  if (code != kNoRoom) return code;
+  // Records can be removed from a full disk, too, at the price of their numbers.
+  change.undo();
+  return removeEntries(file, values, number);
 }
 
 // What every change of a record requires.
@@ -402,23 +374,35 @@ int useRecord(ControlBlock& file, Use&& use) {
 
 int Store::insert(const Field* fields, std::uint8_t typeByte) {
   if (block_ == nullptr) return kNotOpen;
-  const int code = checkChange(*block_, fields, true, false);
+  ControlBlock& file = *block_;
+  int code = checkChange(file, fields, true, false);
   if (code != kOk) return code;
-  return change(*block_, [&] { return insertRecord(*block_, fields, typeByte); });
+  std::int32_t number = 0;
+  code = runChange(
+      file, [&](Change&) { return insertRecord(file, fields, typeByte, number); },
+      [&](Change& change) { giveBackNumber(file, change, number); });
+  if (code == kOk) {
+    file.currentRecord = number;
+    positionOn(file, fields, number);
+  }
+  return answer(code);
 }
 
 int Store::replace(const Field* fields) {
   if (block_ == nullptr) return kNotOpen;
   const int code = checkChange(*block_, fields, true, true);
   if (code != kOk) return code;
-  return change(*block_, [&] { return replaceRecord(*block_, fields); });
+  return answer(runChange(*block_, [&](Change&) { return replaceRecord(*block_, fields); }));
 }
 
 int Store::remove(const Field* fields) {
   if (block_ == nullptr) return kNotOpen;
-  const int code = checkChange(*block_, fields, false, true);
+  ControlBlock& file = *block_;
+  int code = checkChange(file, fields, false, true);
   if (code != kOk) return code;
-  return change(*block_, [&] { return removeRecord(*block_, fields); });
+  code = runChange(file, [&](Change& change) { return removeRecord(file, fields, change); });
+  if (code == kOk) file.currentRecord = 0;
+  return answer(code);
 }
 
 int Store::read(const Field* fields) {
@@ -427,18 +411,18 @@ int Store::read(const Field* fields) {
   if (code == kOk && block_->checkFields)
     code = checkFieldList(fields, block_->header.keyType, false);
   if (code != kOk) return code;
-  return useRecord(*block_, [&](const Packed& record) {
+  return answer(useRecord(*block_, [&](const Packed& record) {
     return unpackRecord(fields, record.bytes, record.size);
-  });
+  }));
 }
 
 int Store::typeByte(std::uint8_t* type) {
   const int code = block_ == nullptr ? int{kNotOpen} : block_->check();
   if (code != kOk) return code;
-  return useRecord(*block_, [&](const Packed& record) {
+  return answer(useRecord(*block_, [&](const Packed& record) {
     *type = record.bytes[kRecordType];
     return int{kOk};
-  });
+  }));
 }
 
 int Store::lockRecord() {
@@ -448,7 +432,7 @@ int Store::lockRecord() {
   if (code == kOk && file.access != 2) code = kReadOnly;
   if (code == kOk && file.currentRecord == 0) code = kNoCurrentRecord;
   if (code != kOk || !file.shared()) return code;
-  return change(file, [&] { return takeRecordLock(file, file.currentRecord); });
+  return answer(runChange(file, [&](Change&) { return takeRecordLock(file, file.currentRecord); }));
 }
 
 int Store::unlockRecord() {
@@ -458,7 +442,8 @@ int Store::unlockRecord() {
   if (code == kOk && file.access != 2) code = kReadOnly;
   if (code == kOk && file.currentRecord == 0) code = kNoCurrentRecord;
   if (code != kOk || !file.shared()) return code;
-  return change(file, [&] { return releaseRecordLock(file, file.currentRecord); });
+  return answer(
+      runChange(file, [&](Change&) { return releaseRecordLock(file, file.currentRecord); }));
 }
 
 int Store::setUserArea(const void* bytes, std::uint32_t length) {
@@ -468,12 +453,16 @@ int Store::setUserArea(const void* bytes, std::uint32_t length) {
   if (code == kOk && file.access != 2) code = kReadOnly;
   if (code == kOk && length > sizeof file.header.user) code = kBadArgument;
   if (code != kOk) return code;
-  return change(file, [&] {
+  const FileHeader before = file.header;
+  const auto set = [&file](const void* area, std::uint32_t size) {
     std::memset(file.header.user, 0, sizeof file.header.user);
-    if (length != 0) std::memcpy(file.header.user, bytes, length);
-    file.header.userLength = length;
+    if (size != 0) std::memcpy(file.header.user, area, size);
+    file.header.userLength = size;
     return int{kOk};
-  });
+  };
+  return answer(runChange(
+      file, [&](Change&) { return set(bytes, length); },
+      [&](Change&) { set(before.user, before.userLength); }));
 }
 
 PageCache::PageCache(unsigned buffers) : impl_(new (std::nothrow) Impl(buffers)) {}

@@ -180,7 +180,7 @@ int Store::find(int index, const void* value, std::uint32_t length, int mode) {
   int code = checkFind(*block_, index, mode);
   Key key;
   if (code == kOk) code = makeKey(*block_, index, value, length, key);
-  return code == kOk ? findKey(*block_, index, key, mode) : code;
+  return answer(code == kOk ? findKey(*block_, index, key, mode) : code);
 }
 
 int Store::find(int index, const Field* fields, int mode) {
@@ -193,7 +193,7 @@ int Store::find(int index, const Field* fields, int mode) {
     if (fields[i].index != index || fields[i].keyRole == 'N') continue;
     Key key;
     code = makeKey(*block_, RecordValues(fields), i, key);
-    return code == kOk ? findKey(*block_, index, key, mode) : code;
+    return answer(code == kOk ? findKey(*block_, index, key, mode) : code);
   }
   return kBadKeyRole;
 }
@@ -211,7 +211,7 @@ int Store::position(int index, int how) {
   code = transaction.code();
   if (code == kOk) code = transaction.end(move(file, index, how));
   if (code != kOk) file.currentRecord = 0;
-  return code;
+  return answer(code);
 }
 
 bool Store::atSoughtKey(int index) {
@@ -233,25 +233,24 @@ int Store::setCurrentRecord(std::int32_t number) {
 
 int Store::beginRead() {
   const int code = block_ == nullptr ? kNotOpen : block_->check();
-  return code == kOk ? enterRead(*block_) : code;
+  return answer(code == kOk ? enterRead(*block_) : code);
 }
 
 int Store::endRead() {
   const int code = block_ == nullptr ? kNotOpen : block_->check();
-  if (code != kOk) return code;
-  return block_->readNest == 0 ? int{kNoTransaction} : leaveRead(*block_);
+  return answer(code == kOk ? leaveRead(*block_) : code);
 }
 
 int Store::beginWrite() {
   const int code = block_ == nullptr ? kNotOpen : block_->check();
   if (code != kOk) return code;
-  return block_->access != 2 ? int{kReadOnly} : enterWrite(*block_);
+  return answer(block_->access != 2 ? int{kReadOnly} : enterWrite(*block_));
 }
 
 int Store::endWrite() {
   const int code = block_ == nullptr ? kNotOpen : block_->check();
   if (code != kOk) return code;
-  return block_->writeNest == 0 ? int{kNoTransaction} : leaveWrite(*block_);
+  return answer(block_->writeNest == 0 ? int{kNoTransaction} : leaveWrite(*block_));
 }
 
 std::uint32_t Store::recordCount() const { return isOpen() ? block_->header.recordCount : 0; }

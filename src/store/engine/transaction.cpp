@@ -1,5 +1,7 @@
 // Read and write transactions: the byte-range locks between processes, the change check, and the
 // writes that end a change. An exclusive file locks nothing.
+#include <cassert>
+
 #include "store/engine/block.h"
 
 namespace tavo::engine {
@@ -76,21 +78,21 @@ int checkChange(ControlBlock& file) {
 // Writes everything that is pending: header, pages, system buffers.
 int writePending(ControlBlock& file) {
   int code = kOk;
-  if (file.writeMode == 4 && file.cache->anyDirty(file)) code = safeWriteStep(file);
+  if (file.safe && file.cache->anyDirty(file)) code = safeWriteStep(file);
   if (code == kOk && file.headerChanged) {
     if (file.header.changeCounter == 0) file.header.changeCounter = 1;
     code = writeHeader(file);
   }
   if (code == kOk) code = file.cache->writeDirty(file);
-  if (code == kOk && !file.file->flush()) code = kNotFound;
+  if (code == kOk && !file.file->flush()) code = kSystemFailed;
   return code;
 }
 
 int clearModifiedMarker(ControlBlock& file) {
   const int code = writeMarker(file, kModifiedMarker, 0);
   if (code != kOk) return code;
-  file.markerWritten = false;
-  return file.file->flush() ? kOk : kNotFound;
+  file.markerWritten = file.markerHandled = false;
+  return file.file->flush() ? kOk : kSystemFailed;
 }
 
 // A safe-write file must not be in the middle of a write, be it another opener's or an earlier one
@@ -101,8 +103,8 @@ int checkModifiedMarker(ControlBlock& file) {
     return code != kOk ? code : clearModifiedMarker(file);
   }
   std::uint8_t marker[2];
-  const int code =
-      headerCode(file.file->readAt(kModifiedMarker, marker, sizeof marker), kNotFound, kShortRead);
+  const int code = headerCode(file.file->readAt(kModifiedMarker, marker, sizeof marker),
+                              kSystemFailed, kShortRead);
   if (code != kOk) return code;
   return loadU16(marker) == kMarkerValue ? kInterrupted : kOk;
 }
@@ -152,9 +154,11 @@ void Store::ControlBlock::invalidatePositions() {
 
 int readHeader(ControlBlock& file) {
   std::uint8_t bytes[kHeaderSize];
-  const int code = headerCode(file.file->readAt(0, bytes, kHeaderSize), kNotFound, kShortRead);
+  const int code = headerCode(file.file->readAt(0, bytes, kHeaderSize), kSystemFailed, kShortRead);
   if (code != kOk) return code;
-  return decodeHeader(bytes, file.header) ? kOk : kBadSignature;
+  if (!decodeHeader(bytes, file.header)) return kBadSignature;
+  file.countedPages = file.header.pagesInFile;
+  return kOk;
 }
 
 int writeHeader(ControlBlock& file) {
@@ -162,8 +166,10 @@ int writeHeader(ControlBlock& file) {
   encodeHeader(file.header, bytes);
   const int code =
       headerCode(file.file->writeAt(0, bytes, kHeaderSize), kWriteFailed, kWriteFailed);
-  if (code == kOk) file.headerChanged = false;
-  return code;
+  if (code != kOk) return code;
+  file.headerChanged = false;
+  file.countedPages = file.header.pagesInFile;
+  return kOk;
 }
 
 int writeMarker(ControlBlock& file, std::uint32_t position, std::uint16_t value) {
@@ -206,7 +212,7 @@ int safeWriteStep(ControlBlock& file) {
   if (code == kOk && !file.markerWritten) {
     code = writeMarker(file, kModifiedMarker, kMarkerValue);
     if (code == kOk) file.markerWritten = true;
-    if (code == kOk && !file.file->flush()) code = kNotFound;
+    if (code == kOk && !file.file->flush()) code = kSystemFailed;
   }
   if (code == kOk) file.markerHandled = true;
   return code;
@@ -228,6 +234,12 @@ int enterRead(ControlBlock& file) {
 }
 
 int leaveRead(ControlBlock& file) {
+  if (file.readNest == 0) {
+    // The count is one byte and begins anew behind 255; what its end does not match stays locked no
+    // longer.
+    if (file.writeNest != 0 || file.readerState != 2) return kNoTransaction;
+    return unlockReaders(file);
+  }
   --file.readNest;
   if (file.readNest != 0 || file.writeNest != 0) return kOk;
   if (file.shared() && unlockReaders(file) != kOk) return kNoTransaction;
@@ -242,15 +254,18 @@ int enterWrite(ControlBlock& file) {
   int code = kOk;
   if (file.shared() && file.gate == 'U') code = lockForWrite(file);
   if (code != kOk) return code;
-  if (file.writeMode == 4) {
+  file.safe = file.writeMode == 4;
+  if (file.safe) {
     code = checkModifiedMarker(file);
   } else if (file.shared()) {
     code = lockAllReaders(file);
   }
   if (code != kOk) {
+    file.safe = file.markerHandled = false;
     if (file.shared()) unlockAfterWrite(file);
     return code;
   }
+  assert(!file.markerHandled);
   ++file.header.changeCounter;
   file.headerChanged = true;
   file.ioError = kOk;
@@ -258,22 +273,24 @@ int enterWrite(ControlBlock& file) {
   return kOk;
 }
 
+int completeWrite(ControlBlock& file) {
+  if (file.writeNest > 1) return kOk;
+  if (!file.shared() && !file.safe && !file.markerWritten)
+    return file.writeMode == 0 || file.file->flush() ? kOk : kSystemFailed;
+  const int code = writePending(file);
+  return code == kOk && file.markerWritten ? clearModifiedMarker(file) : code;
+}
+
+int releaseWrite(ControlBlock& file) {
+  if (--file.writeNest != 0) return kOk;
+  file.safe = file.markerHandled = false;
+  return file.shared() ? unlockAfterWrite(file) : kOk;
+}
+
 int leaveWrite(ControlBlock& file) {
-  if (file.writeNest > 1) {
-    --file.writeNest;
-    return kOk;
-  }
-  int code = kOk;
-  if (file.shared() || file.writeMode == 4) {
-    code = writePending(file);
-    if (code == kOk && file.markerWritten) code = clearModifiedMarker(file);
-  } else if (file.writeMode != 0 && !file.file->flush()) {
-    code = kNotFound;
-  }
-  file.markerHandled = false;
-  if (file.shared() && unlockAfterWrite(file) != kOk && code == kOk) code = kNoTransaction;
-  file.writeNest = 0;
-  return code;
+  const int code = completeWrite(file);
+  const int left = releaseWrite(file);
+  return code != kOk ? code : left;
 }
 
 }  // namespace tavo::engine

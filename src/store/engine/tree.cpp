@@ -2,6 +2,8 @@
 // ever.
 #include "store/engine/tree.h"
 
+#include <cassert>
+
 #include "store/engine/key.h"
 
 namespace tavo::engine {
@@ -199,10 +201,9 @@ bool isZeroPage(const std::uint8_t* image) {
 int checkReserve(ControlBlock& file, std::uint32_t number) {
   if (number >= file.knownZero) return kOk;
   std::uint8_t image[kPageSize];
-  const auto transfer =
-      file.file->readAt(pagePosition(static_cast<std::int32_t>(number)), image, kPageSize);
-  if (transfer != platform::Transfer::kDone) return kCorrupt;
-  return isZeroPage(image) ? kOk : kNotFound;
+  const int code = file.cache->readReserve(file, static_cast<std::int32_t>(number), image);
+  if (code == kOk) return isZeroPage(image) ? kOk : kNotFound;
+  return code == kShortRead ? int{kCorrupt} : code;
 }
 
 // Before the file is extended: what stands behind its last page must not be a page that a crash
@@ -214,7 +215,7 @@ int checkEnd(ControlBlock& file) {
   const auto transfer =
       file.file->readAt(pagePosition(static_cast<std::int32_t>(end)), image, kPageSize);
   if (transfer == platform::Transfer::kDone) return isZeroPage(image) ? kOk : kCorrupt;
-  if (transfer != platform::Transfer::kShort) return kNotFound;
+  if (transfer != platform::Transfer::kShort) return kSystemFailed;
   // Only an exclusive opener knows that nobody else extends the file.
   file.endKnown = !file.shared();
   return kOk;
@@ -225,14 +226,17 @@ int checkEnd(ControlBlock& file) {
 int takePage(ControlBlock& file, std::int32_t& number) {
   FileHeader& header = file.header;
   while (header.pagesInUse < header.pagesInFile) {
-    const int code = checkReserve(file, header.pagesInUse);
+    int code = checkReserve(file, header.pagesInUse);
     // Pages that the header counts but the file has not would be passed over by the million.
-    if (code == kCorrupt) return code;
+    if (code != kOk && code != kNotFound) return code;
     const std::uint32_t taken = header.pagesInUse++;
     file.headerChanged = true;
     if (code != kOk) continue;
+    // Should this opener of a shared file die, the next one must not find a page of the tree behind
+    // the counted ones.
+    if (file.shared() && !file.safe && taken >= file.countedPages) code = writeHeader(file);
     number = static_cast<std::int32_t>(taken);
-    return kOk;
+    return code;
   }
   return kNoReserve;
 }
@@ -246,20 +250,23 @@ int splitPoint(const WorkPage& w) {
   return kept;
 }
 
-// Splits an overfull page that is not the root. Nothing is changed when it fails.
+// Splits an overfull page that is not the root.
 int splitPage(ControlBlock& file, WorkPage& w, Entry& separator) {
   WorkPage* neighbour = nullptr;
   const std::int32_t oldNext = w.next();
   int code = oldNext == kNoPage ? kOk : file.cache->load(file, oldNext, neighbour);
   if (code == kOk && neighbour != nullptr && neighbour->level() != w.level()) code = kCorrupt;
+  if (code == kOk && neighbour != nullptr) code = file.cache->keep(file, *neighbour);
   std::int32_t number = kNoPage;
   if (code == kOk) code = takePage(file, number);
+  WorkPage* claimed = nullptr;
+  if (code == kOk) code = file.cache->claim(file, number, w.level(), claimed);
   if (code != kOk) return code;
 
   const bool leaf = w.level() == 0;
   const int kept = splitPoint(w);
   const int moved = leaf ? kept : kept + 1;
-  WorkPage& right = file.cache->claim(file, number, w.level());
+  WorkPage& right = *claimed;
   separator.size = makeSeparator(w.at(kept), leaf, number, separator.bytes);
   if (!leaf) page::setFirstChild(right.bytes, entry::child(w.at(kept)));
   std::memcpy(right.bytes + kPageHead, w.at(moved), w.offsets[w.count] - w.offsets[moved]);
@@ -286,14 +293,17 @@ int splitPage(ControlBlock& file, WorkPage& w, Entry& separator) {
 // Moves the root's entries to a new page and makes the root its parent. Nothing is stored yet, so
 // that in the file the old root is whole until both halves are there.
 int growRoot(ControlBlock& file, WorkPage& root, WorkPage*& child) {
-  if (root.level() + 1 >= kMaxHeight || root.next() != kNoPage) return kCorrupt;
+  const int level = root.level();
+  if (level + 1 >= kMaxHeight || root.next() != kNoPage) return kCorrupt;
   std::int32_t number = kNoPage;
-  const int code = takePage(file, number);
+  int code = takePage(file, number);
+  if (code == kOk) code = file.cache->claim(file, number, level, child);
   if (code != kOk) return code;
-  child = &file.cache->claim(file, number, root.level());
   copyPage(root, *child);
   page::setPrevious(child->bytes, kNoPage);
-  page::clear(root.bytes, child->level() + 1);
+  code = file.cache->setLevel(root, level + 1);
+  if (code != kOk) return code;
+  page::clear(root.bytes, level + 1);
   page::setFirstChild(root.bytes, static_cast<std::uint32_t>(number));
   root.parse();
   for (Hint& hint : file.hints) {
@@ -302,36 +312,13 @@ int growRoot(ControlBlock& file, WorkPage& root, WorkPage*& child) {
   return kOk;
 }
 
-// Reads what a split may need before anything is changed: the pages of the path that could split,
-// and their right-hand neighbours.
-int readSplitPages(ControlBlock& file, const Path& path) {
-  for (int level = 0; level < path.height; ++level) {
-    WorkPage* w = nullptr;
-    int code = file.cache->load(file, path.pages[level], w);
-    if (code != kOk) return code;
-    if (!w->sound) return kCorrupt;
-    if (level > 0 && w->freeBytes() >= static_cast<int>(kMaxEntrySize)) break;
-    WorkPage* neighbour = nullptr;
-    if (w->next() != kNoPage) code = file.cache->load(file, w->next(), neighbour);
-    if (code != kOk) return code;
-  }
-  return kOk;
-}
-
 // Puts an entry into a page that has no room for it and splits the page, the root after its entries
-// moved down. When that fails, the page is as it was.
+// moved down.
 int placeAndSplit(ControlBlock& file, WorkPage& w, int position, const Entry& e, Entry& separator) {
   place(w, position, e);
-  WorkPage* child = nullptr;
-  int code = w.number == 0 ? growRoot(file, w, child) : kOk;
-  if (code == kOk) code = splitPage(file, child != nullptr ? *child : w, separator);
-  if (code == kOk) return kOk;
-  if (child != nullptr) {
-    copyPage(*child, w);
-    PageCache::Impl::forget(*child);
-  }
-  displace(w, position);
-  return code;
+  WorkPage* child = &w;
+  const int code = w.number == 0 ? growRoot(file, w, child) : kOk;
+  return code == kOk ? splitPage(file, *child, separator) : code;
 }
 
 // Inserts an entry into the first page of the path and carries separators up until one fits.
@@ -340,6 +327,8 @@ int insertUpward(ControlBlock& file, const Path& path, const Entry& first) {
   for (int level = 0; level < path.height; ++level) {
     WorkPage* w = nullptr;
     int code = file.cache->load(file, path.pages[level], w);
+    if (code == kOk && !w->sound) code = kCorrupt;
+    if (code == kOk) code = file.cache->keep(file, *w);
     if (code != kOk) return code;
     bool exact = false;
     const int position = searchPage(file, *w, probeOf(e.bytes, level == 0), exact);
@@ -355,8 +344,10 @@ int insertUpward(ControlBlock& file, const Path& path, const Entry& first) {
   }
   // The root was split: it is now the parent of its own halves.
   WorkPage* root = nullptr;
-  const int code = file.cache->load(file, 0, root);
+  int code = file.cache->load(file, 0, root);
+  if (code == kOk) code = file.cache->keep(file, *root);
   if (code != kOk) return code;
+  assert(root->count == 0 && root->level() == path.height);
   place(*root, 0, e);
   file.cache->store(file, *root);
   return kOk;
@@ -370,13 +361,7 @@ int insertWithSplit(ControlBlock& file, const Probe& probe, const Entry& e) {
   // The pages reserved for the record can only run short when it has many pieces.
   if (code == kOk) code = reservePages(file, height + 1);
   if (code == kOk) code = descend(file, probe, leaf, file.hints[probe.index], &path);
-  if (code == kOk) code = readSplitPages(file, path);
-  if (code != kOk) return code;
-  const bool rescue = file.cache->rescue;
-  file.cache->rescue = true;
-  code = insertUpward(file, path, e);
-  file.cache->rescue = rescue;
-  return code;
+  return code == kOk ? insertUpward(file, path, e) : code;
 }
 
 // A neighbouring leaf.
@@ -441,7 +426,7 @@ int stepBack(ControlBlock& file, Place& place, std::int64_t& hops) {
 int insertEntry(ControlBlock& file, const Probe& probe, bool lastPiece, const std::uint8_t* data,
                 std::uint32_t size) {
   Place where;
-  const int code = seek(file, probe, where);
+  int code = seek(file, probe, where);
   if (code != kOk) return changeCode(code);
   if (where.exact) return kNotFound;
   if (!where.page->sound) return kCorrupt;
@@ -456,6 +441,8 @@ int insertEntry(ControlBlock& file, const Probe& probe, bool lastPiece, const st
   ++file.stamp;
   if (where.page->freeBytes() < static_cast<int>(e.size))
     return changeCode(insertWithSplit(file, probe, e));
+  code = file.cache->keep(file, *where.page);
+  if (code != kOk) return code;
   place(*where.page, where.position, e);
   file.cache->store(file, *where.page);
   return kOk;
@@ -464,6 +451,8 @@ int insertEntry(ControlBlock& file, const Probe& probe, bool lastPiece, const st
 int removeEntry(ControlBlock& file, const Place& place) {
   WorkPage& w = *place.page;
   if (!w.sound) return kCorrupt;
+  const int code = file.cache->keep(file, w);
+  if (code != kOk) return code;
   ++file.stamp;
   displace(w, place.position);
   file.cache->store(file, w);
@@ -479,11 +468,11 @@ int reservePages(ControlBlock& file, std::uint32_t pages) {
   static constexpr std::uint8_t kZero[kPageSize] = {};
   bool extended = false;
   while (header.pagesInFile - header.pagesInUse < pages) {
-    code = header.pagesInFile < kMaxPages ? checkEnd(file) : int{kWriteFailed};
+    code = header.pagesInFile < kMaxPages ? checkEnd(file) : kNoRoom;
     if (code != kOk) break;
     if (file.file->writeAt(pagePosition(static_cast<std::int32_t>(header.pagesInFile)), kZero,
                            kPageSize) != platform::Transfer::kDone) {
-      code = kWriteFailed;
+      code = kNoRoom;
       break;
     }
     ++header.pagesInFile;

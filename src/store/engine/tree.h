@@ -41,13 +41,15 @@ int settleForward(ControlBlock& file, Place& place, std::int64_t& hops);
 // To the entry before.
 int stepBack(ControlBlock& file, Place& place, std::int64_t& hops);
 
+// What changes entries runs inside a Change, which takes it back when it fails halfway.
+
 // Inserts an entry with `size` bytes of data; kNotFound when it is there already.
 int insertEntry(ControlBlock& file, const Probe& probe, bool lastPiece, const std::uint8_t* data,
                 std::uint32_t size);
 // Removes the entry at a place that seek() found.
 int removeEntry(ControlBlock& file, const Place& place);
 
-// Makes sure that so many zeroed pages are in reserve.
+// Makes sure that so many zeroed pages are in reserve; kNoRoom when the file cannot be extended.
 int reservePages(ControlBlock& file, std::uint32_t pages);
 // Levels of the tree.
 int treeHeight(ControlBlock& file, std::uint32_t& height);

@@ -384,7 +384,7 @@ int verify(const char* path, VerifyReport& report, const VerifyHooks& hooks,
            const IndexDef* indexes, platform::FileSystem& files) {
   try {
     Verifier verifier(report, hooks, files);
-    return verifier.run(path, indexes);
+    return publicCode(verifier.run(path, indexes));
   } catch (const std::bad_alloc&) {
     return kNoMemory;
   }

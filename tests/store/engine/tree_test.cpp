@@ -5,6 +5,7 @@
 #include <random>
 
 #include "engine_fixture.h"
+#include "store/engine/change.h"
 #include "store/engine/key.h"
 #include "store/engine/tree.h"
 
@@ -21,6 +22,7 @@ class TreeTest : public ::testing::Test {
     probe.index = kRecords;
     probe.record = record;
     ControlBlock& block = store_.block();
+    const Change change(block);
     int code = reservePages(block, 20);
     if (code == kOk) code = insertEntry(block, probe, true, data.data(), size);
     return code;
@@ -86,7 +88,8 @@ TEST_F(TreeTest, NothingIsSplitWithoutReserve) {
   probe.index = kRecords;
   probe.record = 11;
   const std::uint8_t data[93] = {};
-  EXPECT_EQ(insertEntry(block, probe, true, data, sizeof data), kWriteFailed);
+  const Change change(block);
+  EXPECT_EQ(insertEntry(block, probe, true, data, sizeof data), kNoRoom);
   EXPECT_EQ(page(0).count, 10);
   EXPECT_EQ(page(0).level(), 0);
 }

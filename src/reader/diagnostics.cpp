@@ -65,6 +65,8 @@ struct Quoted {
 
 }  // namespace
 
+void FindingObserver::onLoss(Loss /*loss*/, uint32_t /*line*/, std::string_view /*text*/) {}
+
 bool Diagnostics::open(const char* path, uint16_t maxErrors, FindingObserver* observer) {
   close();
   observer_ = observer;

@@ -3,7 +3,6 @@
 
 #include <filesystem>
 #include <memory>
-#include <new>
 #include <system_error>
 
 #include "sections/sections.h"
@@ -26,27 +25,46 @@ uint32_t resultOf(int status, const reader::Diagnostics& diagnostics) {
   return diagnostics.errorCount() > 0 ? TVO_ERR_ERRORS_FOUND : TVO_OK;
 }
 
+// Closes the data file at the end of a run, however it ends.
+class ClosingStore {
+ public:
+  explicit ClosingStore(store::RecordStore& store) : store_(store) {}
+  ClosingStore(const ClosingStore&) = delete;
+  ClosingStore& operator=(const ClosingStore&) = delete;
+  ~ClosingStore() { store_.closeDataFile(); }
+
+ private:
+  store::RecordStore& store_;
+};
+
+// An exception, of the sink too, ends the reading as memory that runs out does.
+int readAll(reader::Run& run) try { return sections::readSections(run); } catch (...) {
+  return reader::kOutOfMemory;
+}
+
 }  // namespace
 
 uint32_t Library::analyse(const AnalysisRequest& request, AnalysisCounts* counts) {
-  const auto run = std::unique_ptr<reader::Run>(new (std::nothrow)
-                                                    reader::Run(request.sink, &operationColumns_));
-  if (run == nullptr || isSameFile(request.inputPath, request.logPath)) return TVO_ERR_OPEN;
+  const ClosingStore closing(store);
+  const auto run = std::make_unique<reader::Run>(request.sink, &operationColumns_);
+  if (isSameFile(request.inputPath, request.logPath)) return TVO_ERR_OPEN;
   run->source.observe(request.progress);
 
   bool opened = run->source.open(request.inputPath);
   opened = run->diagnostics.open(request.logPath, request.maxErrors, request.findings) && opened;
   if (request.intoStore && store.createDefault() != TVO_OK) opened = false;
-  if (!opened) {
-    store.closeDataFile();
-    return TVO_ERR_OPEN;
-  }
+  if (!opened) return TVO_ERR_OPEN;
 
-  const int status = sections::readSections(*run);
-  // Out of memory in the middle of a block: records are missing, which must not pass for success.
-  if (status == reader::kOutOfMemory) run->diagnostics.raiseIoError();
-  *counts = {run->diagnostics.errorCount(), run->diagnostics.warningCount(), run->lineNumber,
-             run->recordCount};
+  const int status = readAll(*run);
+  // Records are missing, which must not pass for success.
+  const bool incomplete = status == reader::kOutOfMemory;
+  if (incomplete) run->diagnostics.raiseIoError();
+  *counts = {run->diagnostics.errorCount(),
+             run->diagnostics.warningCount(),
+             run->lineNumber,
+             run->recordCount,
+             run->commentCount,
+             incomplete};
   run->diagnostics.summary(request.inputPath);
   run->source.close();
   run->diagnostics.close();
@@ -55,17 +73,17 @@ uint32_t Library::analyse(const AnalysisRequest& request, AnalysisCounts* counts
 }
 
 uint16_t Library::build(const char* outputPath, TVO_RecordSource callback, bool fromStore) {
+  const ClosingStore closing(store);
+  if (outputPath == nullptr || callback == nullptr) return TVO_ERR_OPEN;
   if (fromStore && !store.isOpen() && TVO_CODE(store.openExisting()) == TVO_ERR_DATA_FILE) {
     return TVO_ERR_NO_DATA_FILE;
   }
-  const uint16_t status = writers::build(outputPath, callback, settings);
-  store.closeDataFile();
-  return status;
+  return writers::build(outputPath, callback, settings);
 }
 
-Library* library() {
-  static const std::unique_ptr<Library> instance(new (std::nothrow) Library);
-  return instance.get();
+Library& library() {
+  static Library instance;
+  return instance;
 }
 
 }  // namespace tavo::api

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <memory>
 #include <new>
+#include <utility>
 
 #include "schema/blocks.h"
 #include "writers/writer.h"
@@ -18,10 +19,15 @@ constexpr RecordType kLastAccepted = 102;
 class FileSink final : public TextSink {
  public:
   explicit FileSink(FILE* file) : file_(file) {}
+  FileSink(const FileSink&) = delete;
+  FileSink& operator=(const FileSink&) = delete;
+  ~FileSink() {
+    if (file_ != nullptr) fclose(file_);
+  }
   bool write(const char* bytes, size_t size) override {
     return fwrite(bytes, 1, size, file_) == size;
   }
-  bool close() override { return fclose(file_) == 0; }
+  bool close() override { return fclose(std::exchange(file_, nullptr)) == 0; }
 
  private:
   FILE* file_;
@@ -96,8 +102,13 @@ uint16_t writeText(TextSink& sink, RecordSource& source, const BuildSettings& se
 uint16_t build(const char* outputPath, RecordSource& source, const BuildSettings& settings) {
   FILE* file = outputPath == nullptr ? nullptr : fopen(outputPath, "wt");
   if (file == nullptr) return TVO_ERR_OPEN;
-  FileSink sink(file);
-  const uint16_t status = writeText(sink, source, settings);
+  uint16_t status = TVO_ERR_WRITE;
+  try {
+    FileSink sink(file);
+    status = writeText(sink, source, settings);
+  } catch (...) {
+    // An exception of a host's callback ends the build as a failed write does.
+  }
   if (status == TVO_ERR_WRITE || status == TVO_ERR_ABORTED) remove(outputPath);
   return status;
 }

@@ -215,7 +215,7 @@ int keepSegments(ControlBlock& file, const IndexDef* indexes) {
 }
 
 Store::Store(PageCache& cache, platform::FileSystem& files)
-    : block_(new (std::nothrow) ControlBlock(&cache.impl(), files)) {}
+    : block_(std::make_unique<ControlBlock>(&cache.impl(), files)) {}
 
 Store::~Store() {
   if (isOpen()) close();

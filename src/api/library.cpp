@@ -68,7 +68,8 @@ uint32_t Library::analyse(const AnalysisRequest& request, AnalysisCounts* counts
   run->diagnostics.summary(request.inputPath);
   run->source.close();
   run->diagnostics.close();
-  if (store.close() != 0 && request.intoStore) run->diagnostics.raiseIoError();
+  // Also a sink of the host's own may have filled it.
+  if (store.isOpen() && store.close() != 0) run->diagnostics.raiseIoError();
   return resultOf(status, run->diagnostics);
 }
 

@@ -1,8 +1,10 @@
 // The exported functions: thin shells over the library-wide instance.
 #include "api/callbacks.h"
+#include "api/guard.h"
 #include "api/library.h"
 #include "tavo/tavo.h"
 
+using tavo::api::guarded;
 using tavo::api::Library;
 using tavo::api::library;
 
@@ -41,8 +43,13 @@ uint32_t callSink(void* context, uint32_t recordType, const void* record) {
   return callback == nullptr ? 0 : callback(recordType, record);
 }
 
-// Answer of the store functions when there is no memory for the library's state.
-constexpr uint32_t kNoLibrary = TVO_ERR_DATA_FILE;
+// An operation of the library's store.
+template <class Operation>
+uint32_t onStore(uint32_t failure, Operation operation) {
+  return guarded(failure, [&] { return operation(library().store); });
+}
+
+using Store = tavo::store::RecordStore;
 
 }  // namespace
 
@@ -50,83 +57,73 @@ extern "C" {
 
 uint32_t TVO_CALL TVO_Analyse(const char* inputPath, const char* logPath, TVO_RecordSink callback,
                               uint16_t maxErrors, uint16_t* errors, uint16_t* warnings) {
-  Library* const state = library();
-  if (state == nullptr) return TVO_ERR_OPEN;
-  tavo::api::AnalysisRequest request;
-  request.inputPath = inputPath;
-  request.logPath = logPath;
-  request.maxErrors = maxErrors;
-  request.sink = {&callSink, &callback};
-  request.intoStore = isWrite(callback);
-  tavo::api::AnalysisCounts counts;
-  const uint32_t status = state->analyse(request, &counts);
-  if (status == TVO_ERR_OPEN) return status;
-  if (errors != nullptr) *errors = counts.errors;
-  if (warnings != nullptr) *warnings = counts.warnings;
-  return status;
+  return guarded(TVO_ERR_WRITE, [&] {
+    tavo::api::AnalysisRequest request;
+    request.inputPath = inputPath;
+    request.logPath = logPath;
+    request.maxErrors = maxErrors;
+    request.sink = {&callSink, &callback};
+    request.intoStore = isWrite(callback);
+    tavo::api::AnalysisCounts counts;
+    const uint32_t status = library().analyse(request, &counts);
+    if (status == TVO_ERR_OPEN) return status;
+    if (errors != nullptr) *errors = counts.errors;
+    if (warnings != nullptr) *warnings = counts.warnings;
+    return status;
+  });
 }
 
 uint16_t TVO_CALL TVO_Build(const char* outputPath, TVO_RecordSource callback) {
-  Library* const state = library();
-  if (state == nullptr || outputPath == nullptr || callback == nullptr) return TVO_ERR_OPEN;
-  return state->build(outputPath, callback, isRead(callback));
+  return guarded(TVO_ERR_WRITE,
+                 [&] { return library().build(outputPath, callback, isRead(callback)); });
 }
 
 uint32_t TVO_CALL TVO_SetColumns(uint8_t flag) {
-  if (Library* const state = library()) state->settings.alignColumns = flag != 0;
+  Library::settings.alignColumns = flag != 0;
   return TVO_OK;
 }
 
 uint32_t TVO_CALL TVO_SetDecimals(const TVO_Decimals* decimals) {
-  Library* const state = library();
-  if (state != nullptr && decimals != nullptr) state->settings.decimals = *decimals;
+  if (decimals != nullptr) Library::settings.decimals = *decimals;
   return TVO_OK;
 }
 
 uint32_t TVO_CALL TVO_GetDecimals(TVO_Decimals* decimals) {
-  Library* const state = library();
-  if (state != nullptr && decimals != nullptr) *decimals = state->settings.decimals;
+  if (decimals != nullptr) *decimals = Library::settings.decimals;
   return TVO_OK;
 }
 
 uint32_t TVO_CALL TVO_Find(uint32_t recordType, void* record) {
-  Library* const state = library();
-  return state == nullptr ? kNoLibrary : state->store.find(recordType, record);
+  return onStore(TVO_ERR_DATA_FILE, [&](Store& store) { return store.find(recordType, record); });
 }
 
 uint32_t TVO_CALL TVO_Update(const void* record) {
-  Library* const state = library();
-  return state == nullptr ? kNoLibrary : state->store.update(record);
+  return onStore(TVO_ERR_DATA_FILE, [&](Store& store) { return store.update(record); });
 }
 
 uint32_t TVO_CALL TVO_Delete(void* record) {
-  Library* const state = library();
-  return state == nullptr ? kNoLibrary : state->store.remove(record);
+  return onStore(TVO_ERR_DATA_FILE, [&](Store& store) { return store.remove(record); });
 }
 
 uint16_t TVO_CALL TVO_Read(uint32_t move, uint32_t* recordType, void** record) {
-  Library* const state = library();
-  return TVO_CODE(state == nullptr ? kNoLibrary : state->store.read(move, recordType, record));
+  return TVO_CODE(onStore(TVO_ERR_DATA_FILE,
+                          [&](Store& store) { return store.read(move, recordType, record); }));
 }
 
 uint32_t TVO_CALL TVO_Write(uint32_t recordType, const void* record) {
-  Library* const state = library();
-  return state == nullptr ? kNoLibrary : state->store.write(recordType, record);
+  return onStore(TVO_ERR_DATA_FILE, [&](Store& store) { return store.write(recordType, record); });
 }
 
 uint32_t TVO_CALL TVO_SetDataFile(const char* path) {
-  Library* const state = library();
-  return state == nullptr ? uint32_t{TVO_ERR_OPEN} : state->store.setDataFile(path);
+  return onStore(TVO_ERR_OPEN, [&](Store& store) { return store.setDataFile(path); });
 }
 
 uint32_t TVO_CALL TVO_OpenDataFile(const char* path) {
-  Library* const state = library();
-  return state == nullptr ? kNoLibrary : state->store.openDataFile(path);
+  return onStore(TVO_ERR_DATA_FILE, [&](Store& store) { return store.openDataFile(path); });
 }
 
 uint32_t TVO_CALL TVO_CloseDataFile(void) {
-  if (Library* const state = library()) state->store.closeDataFile();
-  return TVO_OK;
+  return onStore(TVO_OK, [](Store& store) { return store.closeDataFile(); });
 }
 
 }  // extern "C"

@@ -5,10 +5,10 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
-#include <new>
 #include <utility>
 #include <vector>
 
+#include "api/guard.h"
 #include "api/library.h"
 #include "api/timeline.h"
 #include "tavo/records.h"
@@ -182,8 +182,8 @@ class Cursor final : public TimeCursor {
   Walk* current_ = nullptr;
 };
 
-// There is no way to tell a host that records are missing, so a collection that cannot grow ends
-// the program as the language run-time's own failure would.
+// There is no way to tell a host that records are missing, so a collection that memory does not
+// suffice for ends the program as the language run-time's own failure would.
 [[noreturn]] void outOfMemory() {
   std::fputs("out of memory\n", stderr);
   std::abort();
@@ -192,32 +192,33 @@ class Cursor final : public TimeCursor {
 class Tavo final : public ITavo {
  public:
   uint16_t Analyse(const char* inputPath, const char* logPath, uint32_t flags, uint16_t* errors,
-                   uint16_t* warnings) override {
+                   uint16_t* warnings) override try {
     AnalysisRequest request;
     request.inputPath = inputPath;
     request.logPath = logPath;
     request.maxErrors = static_cast<uint16_t>(flags);
     run(request, errors, warnings);
     return 0;
+  } catch (...) {
+    outOfMemory();
   }
 
   void run(AnalysisRequest& request, uint16_t* errors, uint16_t* warnings) {
-    Library* const state = library();
-    if (state == nullptr) return;
     request.sink = {&Tavo::collect, &collection_};
     AnalysisCounts counts;
-    if (state->analyse(request, &counts) != TVO_ERR_OPEN) {
+    if (library().analyse(request, &counts) != TVO_ERR_OPEN) {
       if (errors != nullptr) *errors = counts.errors;
       if (warnings != nullptr) *warnings = counts.warnings;
     }
+    if (counts.incomplete) outOfMemory();
     Sort();
   }
 
-  TimeCursor* CreateCursor() override try {
-    cursors_.push_back(std::make_unique<Cursor>(collection_));
-    return cursors_.back().get();
-  } catch (const std::bad_alloc&) {
-    return nullptr;
+  TimeCursor* CreateCursor() override {
+    return guarded(nullptr, [this]() -> TimeCursor* {
+      cursors_.push_back(std::make_unique<Cursor>(collection_));
+      return cursors_.back().get();
+    });
   }
 
   void Delete() override { delete this; }
@@ -255,7 +256,7 @@ class Tavo final : public ITavo {
         break;
     }
     return 0;
-  } catch (const std::bad_alloc&) {
+  } catch (...) {
     outOfMemory();
   }
 
@@ -276,4 +277,6 @@ void analyseInput(ITavo& timeline, platform::TextInput& input) {
 
 }  // namespace tavo::api
 
-extern "C" ITavo* TVO_CALL GetITavo() { return new (std::nothrow) tavo::api::Tavo; }
+extern "C" ITavo* TVO_CALL GetITavo() {
+  return tavo::api::guarded(nullptr, []() -> ITavo* { return new tavo::api::Tavo; });
+}

@@ -2,7 +2,6 @@
 #include "api/library.h"
 
 #include <memory>
-#include <new>
 
 #include "platform/text_file.h"
 #include "sections/sections.h"
@@ -69,6 +68,11 @@ bool clash(const AnalysisRequest& request, const char* dataFile) {
          platform::sameFile(log, dataFile);
 }
 
+// An exception, of the sink too, ends the reading as memory that runs out does.
+int readAll(reader::Run& run) try { return sections::readSections(run); } catch (...) {
+  return reader::kOutOfMemory;
+}
+
 }  // namespace
 
 uint32_t Library::analyse(const AnalysisRequest& request, AnalysisCounts* counts) {
@@ -76,29 +80,35 @@ uint32_t Library::analyse(const AnalysisRequest& request, AnalysisCounts* counts
   if (clash(request, store.path())) return TVO_ERR_OPEN;
   // Nothing that was there is touched before it is known that every file is ours.
   Texts texts(request);
-  const auto run = std::unique_ptr<reader::Run>(new (std::nothrow)
-                                                    reader::Run(request.sink, &operationColumns_));
-  if (run == nullptr || texts.held()) return TVO_ERR_OPEN;
+  const auto run = std::make_unique<reader::Run>(request.sink, &operationColumns_);
+  if (texts.held()) return TVO_ERR_OPEN;
   if (request.intoStore && store.createDefault() != TVO_OK) return TVO_ERR_OPEN;
   if (!texts.start(request)) return TVO_ERR_OPEN;
   run->source.observe(request.progress);
   run->diagnostics.open(texts.log, request.maxErrors, request.findings);
   if (!run->source.open(*texts.input)) return TVO_ERR_OPEN;
 
-  const int status = sections::readSections(*run);
-  // Out of memory in the middle of a block: records are missing, which must not pass for success.
-  if (status == reader::kOutOfMemory) run->diagnostics.raiseIoError();
-  *counts = {run->diagnostics.errorCount(), run->diagnostics.warningCount(), run->lineNumber,
-             run->recordCount};
+  const int status = readAll(*run);
+  // Records are missing, which must not pass for success.
+  const bool incomplete = status == reader::kOutOfMemory;
+  if (incomplete) run->diagnostics.raiseIoError();
+  *counts = {run->diagnostics.errorCount(),
+             run->diagnostics.warningCount(),
+             run->lineNumber,
+             run->recordCount,
+             run->commentCount,
+             incomplete};
   run->diagnostics.summary(request.inputPath);
   run->source.close();
   run->diagnostics.close();
-  if (store.close() != 0 && request.intoStore) run->diagnostics.raiseIoError();
+  // Also a sink of the host's own may have filled it.
+  if (store.isOpen() && store.close() != 0) run->diagnostics.raiseIoError();
   return resultOf(status, run->diagnostics);
 }
 
 uint16_t Library::build(const char* outputPath, TVO_RecordSource callback, bool fromStore) {
   const ClosingStore closing(store);
+  if (outputPath == nullptr || callback == nullptr) return TVO_ERR_OPEN;
   if (fromStore && !store.isOpen() && TVO_CODE(store.openExisting()) == TVO_ERR_DATA_FILE) {
     return TVO_ERR_NO_DATA_FILE;
   }
@@ -106,9 +116,9 @@ uint16_t Library::build(const char* outputPath, TVO_RecordSource callback, bool 
   return writers::build(outputPath, callback, settings);
 }
 
-Library* library() {
-  static const std::unique_ptr<Library> instance(new (std::nothrow) Library);
-  return instance.get();
+Library& library() {
+  static Library instance;
+  return instance;
 }
 
 }  // namespace tavo::api

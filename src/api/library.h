@@ -17,6 +17,8 @@ struct AnalysisCounts {
   uint16_t warnings = 0;
   uint32_t lines = 0;
   uint64_t records = 0;
+  uint64_t comments = 0;    // comment lines, and comments behind other text
+  bool incomplete = false;  // memory ran out, or the sink threw: records are missing
 };
 
 struct AnalysisRequest {
@@ -36,7 +38,8 @@ class Library {
   // Reads and checks a text and hands its records to the request's sink. The data file is closed at
   // the end, whatever happened. counts is left alone when a file cannot be opened. One file for two
   // purposes, the data file included, and files that others keep for themselves are TVO_ERR_OPEN
-  // with nothing created, truncated or deleted.
+  // with nothing created, truncated or deleted. An exception of the sink ends the run as memory that
+  // runs out does: TVO_ERR_WRITE, with a summary of what was read so far.
   uint32_t analyse(const AnalysisRequest& request, AnalysisCounts* counts);
 
   // Writes a text file from the records that a callback delivers. fromStore: it reads the library's
@@ -45,14 +48,16 @@ class Library {
   uint16_t build(const char* outputPath, TVO_RecordSource callback, bool fromStore);
 
   store::RecordStore store;
-  writers::BuildSettings settings;  // kept between builds
+  // Kept between builds. One for all instances, so that setting them needs no memory.
+  static inline constinit writers::BuildSettings settings;
 
  private:
   // Kept for the library's life, over all analyses.
   reader::OperationColumns operationColumns_;
 };
 
-// The instance behind the exported functions, made at first use. Null when memory runs out.
-Library* library();
+// The instance behind the exported functions, made at first use. std::bad_alloc when there is no
+// memory for it; the next call tries again.
+Library& library();
 
 }  // namespace tavo::api

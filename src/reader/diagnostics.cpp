@@ -66,6 +66,8 @@ struct Quoted {
 
 }  // namespace
 
+void FindingObserver::onLoss(Loss /*loss*/, uint32_t /*line*/, std::string_view /*text*/) {}
+
 void Diagnostics::open(platform::TextOutput* log, uint16_t maxErrors, FindingObserver* observer) {
   if (!buffer_) buffer_ = std::make_unique<char[]>(kBuffer);
   log_ = log;

@@ -50,11 +50,20 @@ struct Finding {
   std::string_view message;  // empty for a note
 };
 
-// Receives every finding that is logged, for tools that show more than the log does.
+// What a record may not keep of a number although nothing is wrong with its text.
+enum class Loss {
+  kNumber,  // a whole number that its type cannot hold: another number is kept
+  kDigits,  // a real number with more digits than its type holds
+};
+
+// Receives every finding that is logged, for tools that show more than the log does, and what is
+// lost in silence, which is neither logged nor counted.
 class FindingObserver {
  public:
   virtual ~FindingObserver() = default;
   virtual void onFinding(const Finding& finding) = 0;
+  // text is the number as the file has it.
+  virtual void onLoss(Loss loss, uint32_t line, std::string_view text);
 };
 
 class Diagnostics {
@@ -75,6 +84,11 @@ class Diagnostics {
   int reportError(int number, uint32_t line, std::string_view text);
   // Always 0. kNote writes the text as it stands and counts nothing.
   int reportWarning(int number, uint32_t line, std::string_view text);
+  // To be told of losses only when somebody listens, since finding them costs time.
+  bool observed() const { return observer_ != nullptr; }
+  void noteLoss(Loss loss, uint32_t line, std::string_view text) {
+    if (observer_ != nullptr) observer_->onLoss(loss, line, text);
+  }
   // The closing line with the input path and the counts.
   void summary(std::string_view inputPath);
   // A failure of the run's files that is no finding.

@@ -27,11 +27,22 @@ void Settings::setTerminator(char c) {
   numericDelimiters = writesNumbers(separator) || writesNumbers(terminator);
 }
 
+// The current line's terminator, or null. What stands behind it is a comment.
+const char* Run::findEnd() {
+  const char* const end = line.data() + line.size();
+  const char* const cut = findTerminator(line.data(), end, settings.terminator);
+  if (cut != nullptr && cut + 1 != end &&
+      !schema::skipBlanks({cut + 1, static_cast<size_t>(end - cut) - 1}).empty()) {
+    ++commentCount;
+  }
+  return cut;
+}
+
 // Cuts leading blanks and what follows the terminator.
 void Run::trim(bool keepTerminatorLine) {
   line = schema::skipBlanks(line);
   const char* const begin = line.data();
-  const char* const cut = findTerminator(begin, begin + line.size(), settings.terminator);
+  const char* const cut = findEnd();
   if (cut == begin && !keepTerminatorLine) {
     line = {};
   } else if (cut != nullptr) {
@@ -63,7 +74,10 @@ int Run::readOverlong() {
   std::string_view piece;
   bool complete = false;
   while (!complete && source.next(&piece, &complete)) line = piece;
-  if (!complete) return kGoOn;
+  if (!complete) {
+    findEnd();  // for the count of comments alone
+    return kGoOn;
+  }
   line = {overlong_, length};
   return fail(kExceedsLine, line);
 }

@@ -54,6 +54,7 @@ class Run {
   uint32_t lineNumber = 0;
   OperationColumns* operationColumns;
   uint64_t recordCount = 0;
+  uint64_t commentCount = 0;  // comment lines, and comments behind other text
 
   // Reads the next line that holds data into line. kGoOn, kEndOfInput, or the status of the report
   // on an overlong line (kExceedsLine, or kStop at the error limit), of which line then holds the
@@ -82,6 +83,7 @@ class Run {
 
  private:
   void trim(bool keepTerminatorLine);
+  const char* findEnd();
   int readOverlong();
 
   RecordSink sink_;

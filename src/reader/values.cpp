@@ -1,6 +1,7 @@
 // The field value parsers.
 #include "reader/values.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstring>
@@ -122,13 +123,47 @@ const char* scanReal(const char* p, const char* end, Real* value) {
   return behind;
 }
 
+// The first significant digit to the last one, without the point.
+size_t significantDigits(std::string_view text, char (&digits)[kMaxLine]) {
+  size_t count = 0;
+  for (const char c : text) {
+    if (c == 'e' || c == 'E') break;
+    if (isDigit(c) && (count > 0 || c != '0')) digits[count++] = c;
+  }
+  while (count > 0 && digits[count - 1] == '0') --count;
+  return count;
+}
+
+// Notes a number whose digits do not survive: written with as many digits as its text has, the
+// value is another number.
+template <class Real>
+void noteLostDigits(Run& run, std::string_view text, Real value) {
+  using Limits = std::numeric_limits<Real>;
+  if (!run.diagnostics.observed()) return;
+  if (text.size() <= Limits::digits10 && std::abs(value) >= Limits::min()) return;
+  char digits[kMaxLine];
+  const size_t count = significantDigits(text, digits);
+  if (count == 0 || (count <= Limits::digits10 && std::abs(value) >= Limits::min())) return;
+  char written[kMaxLine + 16];
+  const auto end = std::to_chars(written, written + sizeof written, std::abs(value),
+                                 std::chars_format::scientific, static_cast<int>(count) - 1);
+  char kept[kMaxLine];
+  const size_t left = significantDigits({written, static_cast<size_t>(end.ptr - written)}, kept);
+  if (left == count && std::memcmp(digits, kept, count) == 0) return;
+  run.diagnostics.noteLoss(Loss::kDigits, run.lineNumber, text);
+}
+
 template <class Real>
 int parseReal(Run& run, Cursor& cursor, Real* value) {
   *value = 0;
   cursor.skipBlanks();
   if (cursor.atDelimiter(run.settings)) return kEmptyField;
-  const char* const p = scanReal(cursor.at, numberLimit(run.settings, cursor), value);
-  if (p != nullptr && finishField(run.settings, cursor, p)) return 0;
+  const char* const start = cursor.at;
+  const char* const p = scanReal(start, numberLimit(run.settings, cursor), value);
+  if (p != nullptr && finishField(run.settings, cursor, p)) {
+    noteLostDigits(run, {start, static_cast<size_t>(p - start)}, *value);
+    return 0;
+  }
   *value = 0;
   return rejectField(run, cursor, kSyntaxError);
 }
@@ -232,11 +267,27 @@ int finishText(Run& run, Cursor& cursor, const char* start, int status) {
   return status == kStop ? kStop : second;
 }
 
+// Notes a whole number that is larger than its type's largest, so that its low bits alone are kept.
+// The number itself may have lost bits already.
+void noteWrapped(Run& run, std::string_view text, uint64_t number, uint64_t largest) {
+  constexpr size_t kSafeDigits = std::numeric_limits<uint64_t>::digits10;
+  if (!run.diagnostics.observed()) return;
+  const size_t leading = std::min(text.find_first_not_of("+-0"), text.size());
+  if (number > largest || text.size() - leading > kSafeDigits) {
+    run.diagnostics.noteLoss(Loss::kNumber, run.lineNumber, text);
+  }
+}
+
 template <class Unsigned>
 int parseNarrow(Run& run, Cursor& cursor, Unsigned* value) {
   uint64_t number = 0;
+  cursor.skipBlanks();
+  const char* const start = cursor.at;
   const int status = parseUnsigned(run, cursor, &number);
-  *value = static_cast<Unsigned>(number);  // a number too large keeps its low bits
+  *value = static_cast<Unsigned>(number);
+  if (status == 0) {
+    noteWrapped(run, cutTrailing(start, cursor.at), number, std::numeric_limits<Unsigned>::max());
+  }
   return status;
 }
 
@@ -255,10 +306,12 @@ bool toDouble(std::string_view text, double* value) {
   return scanReal(text.data(), end, value) == end && !text.empty();
 }
 
-int32_t toInt32(double value) {
+int32_t toInt32(Run& run, std::string_view text, double value) {
   constexpr double kLow = std::numeric_limits<int32_t>::min();
   constexpr double kHigh = std::numeric_limits<int32_t>::max();
-  return static_cast<int32_t>(value < kLow ? kLow : value > kHigh ? kHigh : value);
+  const auto kept = static_cast<int32_t>(value < kLow ? kLow : value > kHigh ? kHigh : value);
+  if (kept != value) run.diagnostics.noteLoss(Loss::kNumber, run.lineNumber, text);
+  return kept;
 }
 
 int parseUint16(Run& run, Cursor& cursor, uint16_t* value) {
@@ -282,6 +335,7 @@ int parseUint8(Run& run, Cursor& cursor, uint8_t* value) {
     return rejectField(run, cursor, kExceedsDatatype);
   }
   *value = static_cast<uint8_t>(number);
+  noteWrapped(run, cutTrailing(start.at, cursor.at), number, UINT8_MAX);
   return 0;
 }
 
@@ -292,12 +346,14 @@ int parseInt16(Run& run, Cursor& cursor, int16_t* value) {
   const char* const limit = numberLimit(run.settings, cursor);
   const bool negative = *cursor.at == '-';
   uint64_t number = 0;
-  const char* p = cursor.at + (negative ? 1 : 0);
+  const char* const start = cursor.at;
+  const char* p = start + (negative ? 1 : 0);
   p = negative && p != limit && *p == '+' ? nullptr : scanUnsigned(p, limit, &number);
   if (p == nullptr || !finishField(run.settings, cursor, p)) {
     return rejectField(run, cursor, kSyntaxError);
   }
   *value = static_cast<int16_t>(static_cast<uint16_t>(negative ? 0 - number : number));
+  noteWrapped(run, cutTrailing(start, cursor.at), number, INT16_MAX + (negative ? 1U : 0U));
   return 0;
 }
 
@@ -419,7 +475,7 @@ int parseFreeValue(Run& run, Cursor& cursor, FreeValue* value) {
     value->real = number;
   } else {
     value->kind = TVO_ENUM_INT;
-    value->integer = toInt32(number);
+    value->integer = toInt32(run, cutTrailing(start, cursor.at), number);
   }
   return 0;
 }

@@ -63,7 +63,8 @@ bool toDouble(std::string_view text, double* value);
 int parseField(Run& run, Cursor& cursor, schema::DataType type, uint8_t width,
                schema::UnitKind unit, uint8_t* value);
 
-// The whole number nearest to value within 32 bits, fraction dropped.
-int32_t toInt32(double value);
+// The whole number nearest to value within 32 bits, fraction dropped. When that is another number
+// than its text, a loss is noted.
+int32_t toInt32(Run& run, std::string_view text, double value);
 
 }  // namespace tavo::reader

@@ -90,7 +90,8 @@ class TimeTaggedLine {
       entry->real = number;
     } else {
       entry->kind = TVO_ENUM_INT;
-      entry->integer = reader::toInt32(number);
+      const auto length = static_cast<size_t>(cursor_.at - start);
+      entry->integer = reader::toInt32(run_, {start, length}, number);
     }
     return status == 0 || status == reader::kEmptyField;
   }

@@ -86,7 +86,13 @@ uint16_t build(const char* outputPath, RecordSource& source, const BuildSettings
       !file.start()) {
     return TVO_ERR_OPEN;
   }
-  const uint16_t status = writeText(file, source, settings);
+  uint16_t status = TVO_ERR_WRITE;
+  try {
+    status = writeText(file, source, settings);
+  } catch (...) {
+    // An exception of a host's callback ends the build as a failed write does.
+    file.close();
+  }
   if (status == TVO_ERR_WRITE || status == TVO_ERR_ABORTED) platform::removeFile(outputPath);
   return status;
 }

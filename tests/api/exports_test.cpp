@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <functional>
 #include <string>
 
 #include "support/analysis.h"
@@ -21,6 +22,8 @@ const char kJobs[] =
 
 uint32_t TVO_CALL ignore(uint32_t, const void*) { return 0; }
 uint32_t TVO_CALL refuse(uint32_t, const void*) { return 0x12340000U | TVO_ERR_ABORTED; }
+uint32_t TVO_CALL throwing(uint32_t, const void*) { throw 1; }
+uint16_t TVO_CALL throwingSource(uint32_t, uint32_t*, void**) { throw 1; }
 uint16_t TVO_CALL noRecord(uint32_t, uint32_t*, void**) { return 1; }
 uint16_t TVO_CALL aborted(uint32_t, uint32_t*, void**) { return TVO_ERR_ABORTED; }
 
@@ -115,6 +118,40 @@ TEST_F(Exports, AnalysisAnswersForItsFiles) {
 #if defined(__linux__)
   EXPECT_EQ(TVO_Analyse("jobs.tvo", "/dev/full", ignore, 10, nullptr, nullptr), TVO_ERR_WRITE);
 #endif
+}
+
+TEST_F(Exports, DataFileIsClosedHoweverARunEnds) {
+  const struct {
+    const char* what;
+    uint32_t status;
+    std::function<uint32_t()> run;
+  } cases[] = {
+      {"analyse", TVO_OK, [] { return analyse("jobs.tvo", ignore); }},
+      {"into the store", TVO_OK, [] { return analyse("jobs.tvo", TVO_Write); }},
+      {"aborted", TVO_ERR_ABORTED, [] { return analyse("jobs.tvo", refuse); }},
+      {"thrown", TVO_ERR_WRITE, [] { return analyse("jobs.tvo", throwing); }},
+      {"no input", TVO_ERR_OPEN, [] { return analyse("missing.tvo", ignore); }},
+      {"null input", TVO_ERR_OPEN, [] { return analyse(nullptr, ignore); }},
+      {"log is input", TVO_ERR_OPEN,
+       [] { return TVO_Analyse("jobs.tvo", "jobs.tvo", ignore, 10, nullptr, nullptr); }},
+      {"build", TVO_OK, [] { return TVO_Build("built.tvo", TVO_Read); }},
+      {"build aborted", TVO_ERR_ABORTED, [] { return TVO_Build("built.tvo", aborted); }},
+      {"build thrown", TVO_ERR_WRITE, [] { return TVO_Build("built.tvo", throwingSource); }},
+      {"no folder", TVO_ERR_OPEN, [] { return TVO_Build("no folder/built.tvo", TVO_Read); }},
+      {"null output", TVO_ERR_OPEN, [] { return TVO_Build(nullptr, TVO_Read); }},
+      {"null source", TVO_ERR_OPEN, [] { return TVO_Build("built.tvo", nullptr); }},
+  };
+  for (const auto& row : cases) {
+    ASSERT_EQ(TVO_OpenDataFile("exports.dat"), TVO_OK) << row.what;
+    EXPECT_EQ(row.run(), row.status) << row.what;
+    // An open data file would refuse another path.
+    EXPECT_EQ(TVO_SetDataFile("exports.dat"), TVO_OK) << row.what;
+    TVO_CloseDataFile();
+  }
+  EXPECT_EQ(std::fopen("built.tvo", "rb"), nullptr);
+  // What was read before an exception is in the log, which is complete.
+  EXPECT_EQ(TVO_Analyse("jobs.tvo", "exports.log", throwing, 10, nullptr, nullptr), TVO_ERR_WRITE);
+  EXPECT_NE(readFile("exports.log").find("jobs.tvo - 0 error(s)"), std::string::npos);
 }
 
 TEST_F(Exports, BuildAnswersForItsSource) {

@@ -105,6 +105,20 @@ TEST(Lines, SkippedLinesCountAndNumbersWrap) {
                  "23(JobNo Name)\n");
 }
 
+TEST(Lines, CommentsAreCounted) {
+  const struct {
+    const char* text;
+    uint64_t comments;
+  } rows[] = {
+      {"", 0},
+      {";\n  ; \t\n", 0},
+      {"; one\n;;\n", 2},
+      {"JOBS (JobNo) ; one\n1; two\n2;\n\"a;b\";\n;three", 3},
+      {"END DATABASE ; at the end", 1},
+  };
+  for (const auto& row : rows) EXPECT_EQ(analyse(row.text).counts.comments, row.comments);
+}
+
 TEST(Lines, EmptyInputsYieldTheSummaryAlone) {
   for (const char* text : {"", "\n", " \n\t\n", ";\n", "\x1a"}) {
     EXPECT_EQ(analyse(text).log, "\nanalysis.input - 0 error(s), 0 warning(s)\n");

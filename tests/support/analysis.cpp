@@ -185,6 +185,15 @@ std::string findingText(const std::string& line) {
   return format("%d %c%d ", number, kind, code) + text;
 }
 
+struct Losses final : reader::FindingObserver {
+  void onFinding(const reader::Finding&) override {}
+  void onLoss(reader::Loss loss, uint32_t line, std::string_view number) override {
+    text += std::to_string(line) + (loss == reader::Loss::kNumber ? " number " : " digits ") +
+            std::string(number) + '\n';
+  }
+  std::string text;
+};
+
 }  // namespace
 
 std::string recordText(RecordType type, const void* record) {
@@ -240,8 +249,11 @@ Analysed analyse(std::string_view text, const Conditions& conditions) {
   request.logPath = kLog;
   request.maxErrors = conditions.maxErrors;
   request.sink = {&Collector::deliver, &collector};
+  Losses losses;
+  if (conditions.observed) request.findings = &losses;
   result.status = library.analyse(request, &result.counts);
   result.records = collector.records;
+  result.losses = losses.text;
   EXPECT_EQ(result.counts.records, collector.count);
 
   result.log = readFile(kLog);

@@ -15,6 +15,7 @@ struct Analysed {
   std::string log;       // as written, CR LF turned into LF
   std::string findings;  // one line each: "12 E2500 ABC"; notes as "note line 3 will be ignored"
   std::string records;   // one line each, see recordText
+  std::string losses;  // with an observer, one line each: "3 number 65537", "4 digits 0.123456789"
 };
 
 struct Conditions {
@@ -23,6 +24,7 @@ struct Conditions {
   uint64_t abortAt = 0;
   // An instance that lives over several analyses; null: a new one.
   api::Library* library = nullptr;
+  bool observed = false;
 };
 
 // Analyses the bytes as they are. A finding whose line differs in any byte from what its number,

@@ -35,6 +35,45 @@ TEST_F(CheckTest, PrintsFindingsWithTheirLines) {
   EXPECT_EQ(expectOutput(1, {"check", "--quiet", "bad.tvo"}), "");
 }
 
+TEST_F(CheckTest, NotesNumbersThatAreReadAsOtherOnes) {
+  write("wrapped.tvo", "DATABASE\n  JOBS (JobNo)\n    65537;\n  END JOBS\nEND DATABASE\n");
+  EXPECT_EQ(expectOutput(0, {"check", "wrapped.tvo"}),
+            "wrapped.tvo:3: note: '65537' does not fit its field and is read as another number\n"
+            "wrapped.tvo: 0 errors, 0 warnings; 5 lines and 2 records read\n");
+}
+
+TEST_F(CheckTest, FailsOnWhatItIsAskedFor) {
+  write("good.tvo", kGood);
+  write("warned.tvo", "DATABASE\nJOBS (JobNo,Weather)\n1,2;\nEND JOBS\nEND DATABASE\n");
+  write("empty.tvo", "; nothing\n");
+  const struct {
+    std::vector<std::string> failOn;
+    int good, warned, empty;
+  } rows[] = {
+      {{}, 0, 0, 0},
+      {{"--fail-on", "warning"}, 0, 1, 0},
+      {{"--fail-on", "empty"}, 0, 0, 1},
+      {{"--fail-on", "empty,warning"}, 0, 1, 1},
+      {{"--fail-on", "warning", "--fail-on", "empty"}, 0, 1, 1},
+      {{"--fail-on", "error"}, 2, 2, 2},
+  };
+  for (const auto& row : rows) {
+    std::vector<std::string> arguments{"check", "-q"};
+    arguments.insert(arguments.end(), row.failOn.begin(), row.failOn.end());
+    arguments.push_back("");
+    const std::pair<const char*, int> files[] = {
+        {"good.tvo", row.good}, {"warned.tvo", row.warned}, {"empty.tvo", row.empty}};
+    for (const auto& [file, status] : files) {
+      arguments.back() = file;
+      EXPECT_EQ(run(arguments).status, status) << testing::PrintToString(arguments);
+    }
+  }
+  const std::string json = expectOutput(1, {"check", "--fail-on", "warning", "--fail-on", "empty",
+                                            "--format", "json", "warned.tvo", "empty.tvo"});
+  EXPECT_NE(json.find(R"("status":"warnings")"), std::string::npos) << json;
+  EXPECT_NE(json.find(R"("status":"empty")"), std::string::npos) << json;
+}
+
 TEST_F(CheckTest, ListsTheFilesThatFailed) {
   write("good.tvo", kGood);
   write("bad.tvo", kBad);

@@ -104,6 +104,7 @@ TEST_F(RecordsTest, FormattedTextKeepsItsRecordsAndItsForm) {
 TEST_F(RecordsTest, FormatRefusesWhatWouldLoseSomething) {
   const std::string lossy = "OPERATIONS\nCIRCLE_RADIUS 12.5\n7;\nEND OPERATIONS\n";
   write("lossy.tvo", lossy);
+  write("wrapped.tvo", "DATABASE\nJOBS (JobNo)\n65537;\nEND JOBS\nEND DATABASE\n");
   write("old.tvo", "old");
   std::filesystem::create_directory("folder");
   std::error_code noLinks;
@@ -115,6 +116,7 @@ TEST_F(RecordsTest, FormatRefusesWhatWouldLoseSomething) {
     const char* message;
   } cases[] = {
       {{"format", "lossy.tvo", "-o", "old.tvo"}, 1, "size of 1 operation"},
+      {{"format", "wrapped.tvo", "-o", "old.tvo"}, 1, "wrapped.tvo:3: note: '65537'"},
       {{"format", example("mistakes.tvo"), "-o", "old.tvo"}, 1, "33 errors, 6 warnings"},
       {{"format", "--force", "lossy.tvo", "-o", "lossy.tvo"}, 2, "is the input itself"},
       {{"format", "--force", "lossy.tvo", "-o", "folder/../lossy.tvo"}, 2, "is the input itself"},
@@ -134,6 +136,19 @@ TEST_F(RecordsTest, FormatRefusesWhatWouldLoseSomething) {
   EXPECT_EQ(read("old.tvo"), "old");
   EXPECT_EQ(read("lossy.tvo"), lossy);
   EXPECT_EQ(temporaryFiles(), Arguments{});
+}
+
+TEST_F(RecordsTest, FormatCountsWhatItDoesNotKeep) {
+  write("digits.tvo",
+        "; one\nDATABASE ; two\nPOINTS (PointNo,East,SymDim1)\n1,8.0000000000000015,0.5;\n"
+        "2,0.25,1234.5678;\nEND POINTS\nEND DATABASE\n");
+  const ToolResult result = run({"format", "digits.tvo", "-o", "digits-new.tvo"});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_NE(result.err.find("tavo: digits.tvo: 2 comments left out\n"
+                            "tavo: digits.tvo: 2 real numbers with more digits than are kept, "
+                            "the first on line 4: 8.0000000000000015\n"),
+            std::string::npos)
+      << result.err;
 }
 
 // A second section of operations comes without a columns record, codes come without any.

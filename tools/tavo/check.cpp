@@ -1,5 +1,6 @@
 // tavo check: reads texts and shows what is wrong with them.
 #include <cstdio>
+#include <string_view>
 
 #include "console.h"
 #include "files.h"
@@ -17,9 +18,17 @@ struct Checked {
   std::string problem;
   Analysis analysis;
 
-  ExitStatus status() const {
+  // What of it makes the file fail, in one word.
+  const char* verdict(const CheckOptions& options) const {
+    if (!problem.empty()) return "failed";
+    if (analysis.findings.errors() > 0) return "errors";
+    if (options.failOnWarning && analysis.findings.warnings() > 0) return "warnings";
+    if (options.failOnEmpty && analysis.counts.records == 0) return "empty";
+    return "ok";
+  }
+  ExitStatus status(const CheckOptions& options) const {
     if (!problem.empty()) return kFailed;
-    return analysis.findings.errors() > 0 ? kFindings : kSound;
+    return verdict(options) == std::string_view("ok") ? kSound : kFindings;
   }
   bool atLimit(const CheckOptions& options) const {
     return analysis.findings.errors() >= options.maxErrors;
@@ -67,11 +76,12 @@ Json findingJson(const Found& found) {
 
 void printJson(const std::string& path, const Checked& checked, const CheckOptions& options) {
   const Analysis& analysis = checked.analysis;
-  static constexpr const char* kNames[] = {"ok", "errors", "failed"};
-  Json file{{"file", toUtf8(path)}, {"status", kNames[checked.status()]}};
+  Json file{{"file", toUtf8(path)}, {"status", checked.verdict(options)}};
   if (!checked.problem.empty()) file["problem"] = toUtf8(checked.problem);
   file["errors"] = analysis.findings.errors();
   file["warnings"] = analysis.findings.warnings();
+  file["changedNumbers"] = analysis.findings.changedNumbers();
+  file["shortenedReals"] = analysis.findings.shortenedReals();
   file["lines"] = analysis.counts.lines;
   file["records"] = analysis.counts.records;
   file["errorLimitReached"] = checked.atLimit(options);
@@ -107,8 +117,9 @@ int check(const CheckOptions& options) {
     if (!options.quiet) {
       (options.json ? printJson : printForPerson)(path, checked, options);
     }
-    if (checked.status() != kSound) failed.push_back(path);
-    status = std::max(status, static_cast<int>(checked.status()));
+    const ExitStatus result = checked.status(options);
+    if (result != kSound) failed.push_back(path);
+    status = std::max(status, static_cast<int>(result));
   }
   if (!options.quiet && !options.json && options.files.size() > 1) {
     std::printf("%zu of %s failed%s\n", failed.size(),

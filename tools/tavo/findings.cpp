@@ -87,6 +87,17 @@ void FindingList::onFinding(const reader::Finding& finding) {
   found_.push_back(std::move(found));
 }
 
+void FindingList::onLoss(reader::Loss loss, uint32_t line, std::string_view text) {
+  Found found{reader::kNote, line, std::string(text), {}};
+  if (loss == reader::Loss::kDigits) {
+    if (shortenedReals_++ == 0) firstShortened_ = std::move(found);
+    return;
+  }
+  found.text = "'" + found.text + "' does not fit its field and is read as another number";
+  ++changedNumbers_;
+  found_.push_back(std::move(found));
+}
+
 std::string Analysis::summary() const {
   return counted(findings.errors(), "error") + ", " + counted(findings.warnings(), "warning") +
          "; " + counted(counts.lines, "line") + " and " + counted(counts.records, "record") +

@@ -25,16 +25,25 @@ struct Found {
 class FindingList final : public reader::FindingObserver {
  public:
   void onFinding(const reader::Finding& finding) override;
+  void onLoss(reader::Loss loss, uint32_t line, std::string_view text) override;
 
   const std::vector<Found>& all() const { return found_; }
   // Not wrapped, unlike the counts of the log.
   size_t errors() const { return errors_; }
   size_t warnings() const { return warnings_; }
+  // Whole numbers that were read as other ones; a note stands among the findings for each.
+  size_t changedNumbers() const { return changedNumbers_; }
+  // Real numbers with more digits than are kept, and the first of them as a note.
+  size_t shortenedReals() const { return shortenedReals_; }
+  const Found& firstShortened() const { return firstShortened_; }
 
  private:
   std::vector<Found> found_;
   size_t errors_ = 0;
   size_t warnings_ = 0;
+  size_t changedNumbers_ = 0;
+  size_t shortenedReals_ = 0;
+  Found firstShortened_{};
 };
 
 // Result of reading a text. readable is false when it, the log or the data file cannot be opened.

@@ -57,12 +57,33 @@ bool complainOfLosses(const BuildOptions& options, const Analysis& analysis,
              "; what the findings are about would be lost");
     losses = true;
   }
+  if (const size_t changed = analysis.findings.changedNumbers(); changed > 0) {
+    if (!losses) printFindings(stderr, options.file, analysis.findings, false);
+    complain(options.file + ": " + counted(changed, "number") +
+             (changed == 1 ? " does not fit its field and would be written as another one"
+                           : " do not fit their fields and would be written as other ones"));
+    losses = true;
+  }
   if (const uint64_t sizes = operationsWithSize(records); sizes > 0) {
     complain(options.file + ": the size of " + counted(sizes, "operation") +
              " (CIRCLE_RADIUS, RECTANGLE) would be lost, since records do not carry it");
     losses = true;
   }
   return losses;
+}
+
+// What is not kept although nothing is wrong with it.
+void noteSilentLosses(const std::string& path, const Analysis& analysis) {
+  if (const uint64_t comments = analysis.counts.comments; comments > 0) {
+    complain(path + ": " + counted(comments, "comment") + " left out");
+  }
+  const FindingList& findings = analysis.findings;
+  if (const size_t count = findings.shortenedReals(); count > 0) {
+    const Found& first = findings.firstShortened();
+    complain(path + ": " + counted(count, "real number") +
+             " with more digits than are kept, the first on line " + std::to_string(first.line) +
+             ": " + printable(first.text, 40));
+  }
 }
 
 // Reads the written text again and holds its records against the original ones.
@@ -115,7 +136,9 @@ int format(const BuildOptions& options) {
     return kFailed;
   }
   if (!losses && !proveWritten(output.path(), records)) return kFailed;
-  return output.commit() ? kSound : kFailed;
+  if (!output.commit()) return kFailed;
+  noteSilentLosses(options.file, analysis);
+  return kSound;
 }
 
 }  // namespace tavo::tool

@@ -4,6 +4,7 @@
 #include <exception>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "console.h"
 #include "verbs.h"
@@ -25,12 +26,15 @@ CLI::App* addVerb(CLI::App& app, const char* name, const char* description, cons
 void addCheck(CLI::App& app, Action* action) {
   const auto options = std::make_shared<CheckOptions>();
   const auto format = std::make_shared<std::string>("text");
+  const auto failOn = std::make_shared<std::vector<std::string>>();
   CLI::App* const verb = addVerb(
       app, "check", "Check texts and show what is wrong with them",
       "Prints each finding as FILE:LINE: error E2500: syntax error: 'ABC', the line of the\n"
       "file under it, and how many lines and records were read.\n"
-      "Exit status: 0 no errors (warnings do not count), 1 errors, 2 a file cannot be read.\n\n"
-      "Example: tavo check --log survey.log survey.tvo");
+      "A number that does not fit its field, and so is read as another one, gets a note.\n"
+      "Exit status: 0 no errors (warnings do not count), 1 errors, or what --fail-on names,\n"
+      "2 a file cannot be read.\n\n"
+      "Example: tavo check --fail-on warning --log survey.log survey.tvo");
   verb->add_option("FILE", options->files, "Texts to check")->required()->type_name("");
   verb->add_option("--log", options->log, "Write the library's log of the one file here")
       ->type_name("PATH");
@@ -42,9 +46,18 @@ void addCheck(CLI::App& app, Action* action) {
       ->check(CLI::IsMember({"text", "json"}).description(""))
       ->type_name("FORM")
       ->capture_default_str();
+  verb->add_option("--fail-on", *failOn,
+                   "Exit with 1 also on warnings, or on a file without any record")
+      ->delimiter(',')
+      ->allow_extra_args(false)
+      ->check(CLI::IsMember({"warning", "empty"}).description(""))
+      ->type_name("warning|empty");
   verb->add_flag("-q,--quiet", options->quiet, "Print nothing, the exit status tells");
   verb->callback([=] {
     options->json = *format == "json";
+    for (const std::string& what : *failOn) {
+      (what == "empty" ? options->failOnEmpty : options->failOnWarning) = true;
+    }
     *action = [=] { return check(*options); };
   });
 }
@@ -128,9 +141,10 @@ void addFormat(CLI::App& app, Action* action) {
   const auto options = std::make_shared<BuildOptions>();
   CLI::App* const verb = addVerb(
       app, "format", "Write a text anew, in the library's layout",
-      "COMMENTS ARE NOT KEPT, and values are rounded to the decimals (which is reported);\n"
+      "COMMENTS ARE NOT KEPT, and values are rounded to the decimals (both are reported);\n"
       "everything else is the same, which is proved by reading the new text. A text with findings\n"
-      "is refused, since lines with errors and unknown items would be lost.\n"
+      "is refused, since lines with errors and unknown items would be lost, and so is one with a\n"
+      "number that does not fit its field, such as PointNo 4294967296.\n"
       "Exit status: 0 written, 1 refused for its findings, 2 a file cannot be read or written.\n\n"
       "Example: tavo format survey.tvo -o survey-new.tvo --columns off");
   verb->add_option("FILE", options->file, "Text")->required()->type_name("");

@@ -22,6 +22,8 @@ struct CheckOptions {
   uint16_t maxErrors = UINT16_MAX;
   bool json = false;
   bool quiet = false;
+  bool failOnWarning = false;
+  bool failOnEmpty = false;  // a file without any record
 };
 int check(const CheckOptions& options);
 

@@ -114,8 +114,8 @@ class PageCache {
  public:
   static constexpr unsigned kDefaultBuffers = 10;
 
-  // With 0 buffers every page goes straight to and from the file. Nothing is allocated before the
-  // first open.
+  // With 0 buffers every page goes straight to and from the file. The buffers are not allocated
+  // before the first open. std::bad_alloc when there is no memory for the object itself.
   explicit PageCache(unsigned buffers = kDefaultBuffers);
   ~PageCache();
   PageCache(const PageCache&) = delete;
@@ -141,6 +141,7 @@ struct Options {
 // destroyed is closed first.
 class Store {
  public:
+  // std::bad_alloc when there is no memory for the object itself.
   explicit Store(PageCache& cache, platform::FileSystem& files = platform::nativeFileSystem());
   ~Store();
   Store(const Store&) = delete;

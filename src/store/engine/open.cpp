@@ -214,7 +214,7 @@ int keepSegments(ControlBlock& file, const IndexDef* indexes) {
 }
 
 Store::Store(PageCache& cache, platform::FileSystem& files)
-    : cache_(cache), block_(new (std::nothrow) ControlBlock(&cache.impl(), files)) {}
+    : cache_(cache), block_(std::make_unique<ControlBlock>(&cache.impl(), files)) {}
 
 Store::~Store() {
   if (isOpen())

@@ -465,7 +465,7 @@ int Store::setUserArea(const void* bytes, std::uint32_t length) {
       [&](Change&) { set(before.user, before.userLength); }));
 }
 
-PageCache::PageCache(unsigned buffers) : impl_(new (std::nothrow) Impl(buffers)) {}
+PageCache::PageCache(unsigned buffers) : impl_(std::make_unique<Impl>(buffers)) {}
 PageCache::~PageCache() = default;
 
 }  // namespace tavo::engine

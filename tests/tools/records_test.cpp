@@ -104,11 +104,8 @@ TEST_F(RecordsTest, FormattedTextKeepsItsRecordsAndItsForm) {
 TEST_F(RecordsTest, FormatRefusesWhatWouldLoseSomething) {
   const std::string lossy = "OPERATIONS\nCIRCLE_RADIUS 12.5\n7;\nEND OPERATIONS\n";
   write("lossy.tvo", lossy);
-  write("old.tvo", "old");
+  write("old.tvo", "HEADER\nold");
   std::filesystem::create_directory("folder");
-  std::error_code noLinks;
-  std::filesystem::remove("link.tvo");
-  std::filesystem::create_hard_link("lossy.tvo", "link.tvo", noLinks);
   const struct {
     Arguments arguments;
     int status;
@@ -116,11 +113,6 @@ TEST_F(RecordsTest, FormatRefusesWhatWouldLoseSomething) {
   } cases[] = {
       {{"format", "lossy.tvo", "-o", "old.tvo"}, 1, "size of 1 operation"},
       {{"format", example("mistakes.tvo"), "-o", "old.tvo"}, 1, "33 errors, 6 warnings"},
-      {{"format", "--force", "lossy.tvo", "-o", "lossy.tvo"}, 2, "is the input itself"},
-      {{"format", "--force", "lossy.tvo", "-o", "folder/../lossy.tvo"}, 2, "is the input itself"},
-      {{"format", "--force", "link.tvo", "-o", "lossy.tvo"},
-       2,
-       noLinks ? "" : "is the input itself"},
       {{"format", "lossy.tvo", "-o", "folder"}, 2, "not a regular file"},
       {{"format", "none.tvo", "-o", "old.tvo"}, 2, "cannot read"},
       {{"format", "lossy.tvo", "-o", "no-such-folder/a.tvo", "--force"}, 2, "cannot write"},
@@ -131,7 +123,7 @@ TEST_F(RecordsTest, FormatRefusesWhatWouldLoseSomething) {
     EXPECT_EQ(result.status, row.status) << testing::PrintToString(row.arguments) << result.err;
     EXPECT_NE(result.err.find(row.message), std::string::npos) << result.err;
   }
-  EXPECT_EQ(read("old.tvo"), "old");
+  EXPECT_EQ(read("old.tvo"), "HEADER\nold");
   EXPECT_EQ(read("lossy.tvo"), lossy);
   EXPECT_EQ(temporaryFiles(), Arguments{});
 }

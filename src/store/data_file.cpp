@@ -51,14 +51,17 @@ class Check {
 
 }  // namespace
 
+bool hasDataFileSignature(const void* bytes, size_t size) {
+  engine::FileHeader header;
+  return size >= engine::kHeaderSize &&
+         engine::decodeHeader(static_cast<const uint8_t*>(bytes), header);
+}
+
 bool isDataFile(const char* path, platform::FileSystem& files) {
   const auto file = files.open(path, platform::Access::kRead, platform::Sharing::kReadWrite);
   uint8_t bytes[engine::kHeaderSize];
-  if (file == nullptr || file->readAt(0, bytes, sizeof(bytes)) != platform::Transfer::kDone) {
-    return false;
-  }
-  engine::FileHeader header;
-  return engine::decodeHeader(bytes, header);
+  return file != nullptr && file->readAt(0, bytes, sizeof(bytes)) == platform::Transfer::kDone &&
+         hasDataFileSignature(bytes, sizeof(bytes));
 }
 
 int verifyDataFile(const char* path, const FindingReport& report, DataFileStatistics* statistics,

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -11,6 +12,9 @@
 #include "schema/limits.h"
 
 namespace tavo::store {
+
+// Whether a file that begins with these bytes carries a data file's signature words.
+bool hasDataFileSignature(const void* bytes, size_t size);
 
 // Whether the file carries a data file's signature words; false also when it can't be read.
 bool isDataFile(const char* path, platform::FileSystem& files = platform::nativeFileSystem());

@@ -94,7 +94,10 @@ TEST_F(CheckTest, RefusesWrongCalls) {
     const char* message;
   } cases[] = {
       {{}, "subcommand is required"},
-      {{"chekc", "good.tvo"}, ""},
+      {{"chek", "good.tvo"}, "'chek' is no verb; did you mean 'tavo check'?"},
+      {{"ipmort"}, "did you mean 'tavo import'?"},
+      {{"x\x9B\x1B"}, "?' is no verb; see 'tavo --help'"},
+      {{"check", "good.tvo", "--x\x9B"}, "not expected: --x?"},
       {{"check"}, "FILE is required"},
       {{"check", "none.tvo"}, "cannot read 'none.tvo'"},
       {{"check", "."}, "cannot read '.'"},
@@ -102,7 +105,9 @@ TEST_F(CheckTest, RefusesWrongCalls) {
       {{"check", "--format", "xml", "good.tvo"}, "--format"},
       {{"check", "good.tvo", "good.tvo", "--log", "a.log"}, "--log names the log of one file"},
       {{"check", "good.tvo", "--log", "good.tvo"}, "is the input itself"},
-      {{"check", "good.tvo", "--log", "no-such-folder/a.log"}, "cannot write the log"},
+      {{"check", "good.tvo", "--log", "no-such-folder/a.log"},
+       "cannot write 'no-such-folder/a.log': no such file or folder"},
+      {{"check", "good.tvo", "--log", "-", "--format", "json"}, "the same stream"},
   };
   for (const auto& row : cases) {
     const ToolResult result = run(row.arguments);

@@ -105,11 +105,8 @@ TEST_F(RecordsTest, FormatRefusesWhatWouldLoseSomething) {
   const std::string lossy = "OPERATIONS\nCIRCLE_RADIUS 12.5\n7;\nEND OPERATIONS\n";
   write("lossy.tvo", lossy);
   write("wrapped.tvo", "DATABASE\nJOBS (JobNo)\n65537;\nEND JOBS\nEND DATABASE\n");
-  write("old.tvo", "old");
+  write("old.tvo", "HEADER\nold");
   std::filesystem::create_directory("folder");
-  std::error_code noLinks;
-  std::filesystem::remove("link.tvo");
-  std::filesystem::create_hard_link("lossy.tvo", "link.tvo", noLinks);
   const struct {
     Arguments arguments;
     int status;
@@ -118,11 +115,6 @@ TEST_F(RecordsTest, FormatRefusesWhatWouldLoseSomething) {
       {{"format", "lossy.tvo", "-o", "old.tvo"}, 1, "size of 1 operation"},
       {{"format", "wrapped.tvo", "-o", "old.tvo"}, 1, "wrapped.tvo:3: note: '65537'"},
       {{"format", example("mistakes.tvo"), "-o", "old.tvo"}, 1, "33 errors, 6 warnings"},
-      {{"format", "--force", "lossy.tvo", "-o", "lossy.tvo"}, 2, "is the input itself"},
-      {{"format", "--force", "lossy.tvo", "-o", "folder/../lossy.tvo"}, 2, "is the input itself"},
-      {{"format", "--force", "link.tvo", "-o", "lossy.tvo"},
-       2,
-       noLinks ? "" : "is the input itself"},
       {{"format", "lossy.tvo", "-o", "folder"}, 2, "not a regular file"},
       {{"format", "none.tvo", "-o", "old.tvo"}, 2, "cannot read"},
       {{"format", "lossy.tvo", "-o", "no-such-folder/a.tvo", "--force"}, 2, "cannot write"},
@@ -133,7 +125,7 @@ TEST_F(RecordsTest, FormatRefusesWhatWouldLoseSomething) {
     EXPECT_EQ(result.status, row.status) << testing::PrintToString(row.arguments) << result.err;
     EXPECT_NE(result.err.find(row.message), std::string::npos) << result.err;
   }
-  EXPECT_EQ(read("old.tvo"), "old");
+  EXPECT_EQ(read("old.tvo"), "HEADER\nold");
   EXPECT_EQ(read("lossy.tvo"), lossy);
   EXPECT_EQ(temporaryFiles(), Arguments{});
 }

@@ -10,6 +10,7 @@
 #include <windows.h>
 #else
 #include <fcntl.h>
+#include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -22,13 +23,14 @@ namespace {
 
 constexpr char kOut[] = "tool.out";
 constexpr char kErr[] = "tool.err";
+constexpr char kIn[] = "tool.in";
 
 #ifdef _WIN32
 
-HANDLE createInheritable(const char* path) {
+HANDLE openInheritable(const char* path, DWORD access, DWORD how) {
   SECURITY_ATTRIBUTES inheritable{sizeof inheritable, nullptr, TRUE};
-  return CreateFileA(path, GENERIC_WRITE, FILE_SHARE_READ, &inheritable, CREATE_ALWAYS,
-                     FILE_ATTRIBUTE_NORMAL, nullptr);
+  return CreateFileA(path, access, FILE_SHARE_READ, &inheritable, how, FILE_ATTRIBUTE_NORMAL,
+                     nullptr);
 }
 
 int start(const std::vector<std::string>& arguments) {
@@ -37,8 +39,9 @@ int start(const std::vector<std::string>& arguments) {
   STARTUPINFOA startup{};
   startup.cb = sizeof startup;
   startup.dwFlags = STARTF_USESTDHANDLES;
-  startup.hStdOutput = createInheritable(kOut);
-  startup.hStdError = createInheritable(kErr);
+  startup.hStdInput = openInheritable(kIn, GENERIC_READ, OPEN_EXISTING);
+  startup.hStdOutput = openInheritable(kOut, GENERIC_WRITE, CREATE_ALWAYS);
+  startup.hStdError = openInheritable(kErr, GENERIC_WRITE, CREATE_ALWAYS);
   PROCESS_INFORMATION process{};
   DWORD status = static_cast<DWORD>(-1);
   if (CreateProcessA(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup,
@@ -48,6 +51,7 @@ int start(const std::vector<std::string>& arguments) {
     CloseHandle(process.hThread);
     CloseHandle(process.hProcess);
   }
+  CloseHandle(startup.hStdInput);
   CloseHandle(startup.hStdOutput);
   CloseHandle(startup.hStdError);
   return static_cast<int>(status);
@@ -55,7 +59,7 @@ int start(const std::vector<std::string>& arguments) {
 
 #else
 
-int start(const std::vector<std::string>& arguments) {
+pid_t spawn(const std::vector<std::string>& arguments) {
   std::vector<char*> pointers;
   for (const std::string& argument : arguments) {
     pointers.push_back(const_cast<char*>(argument.c_str()));
@@ -64,26 +68,54 @@ int start(const std::vector<std::string>& arguments) {
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
   constexpr int kCreate = O_WRONLY | O_CREAT | O_TRUNC;
+  posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, kIn, O_RDONLY, 0);
   posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, kOut, kCreate, 0666);
   posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, kErr, kCreate, 0666);
-  pid_t process = 0;
-  int status = -1;
-  if (posix_spawn(&process, pointers[0], &actions, nullptr, pointers.data(), environ) == 0) {
-    waitpid(process, &status, 0);
-    status = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+  // Whoever runs the tests may have them ignore signals.
+  posix_spawnattr_t attributes;
+  posix_spawnattr_init(&attributes);
+  sigset_t all;
+  sigfillset(&all);
+  posix_spawnattr_setsigdefault(&attributes, &all);
+  posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
+  pid_t process = -1;
+  if (posix_spawn(&process, pointers[0], &actions, &attributes, pointers.data(), environ) != 0) {
+    process = -1;
   }
+  posix_spawnattr_destroy(&attributes);
   posix_spawn_file_actions_destroy(&actions);
-  return status;
+  return process;
 }
+
+int wait(pid_t process) {
+  int status = -1;
+  if (process < 0 || waitpid(process, &status, 0) != process) return -1;
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+}
+
+int start(const std::vector<std::string>& arguments) { return wait(spawn(arguments)); }
 
 #endif
 
 }  // namespace
 
-ToolResult ToolTest::run(const std::vector<std::string>& arguments) {
+#ifndef _WIN32
+int ToolTest::runInterrupted(const std::vector<std::string>& arguments, int signal) {
+  std::vector<std::string> command{TAVO_TOOL};
+  command.insert(command.end(), arguments.begin(), arguments.end());
+  write(kIn, "");
+  const pid_t process = spawn(command);
+  for (int i = 0; i < 100000 && temporaryFiles().empty(); ++i) usleep(100);
+  EXPECT_EQ(kill(process, signal), 0);
+  return wait(process);
+}
+#endif
+
+ToolResult ToolTest::run(const std::vector<std::string>& arguments, const std::string& input) {
   std::vector<std::string> command{TAVO_TOOL};
   command.insert(command.end(), arguments.begin(), arguments.end());
   ToolResult result;
+  write(kIn, input);
   result.status = start(command);
   result.out = read(kOut);
   result.err = read(kErr);
@@ -92,8 +124,9 @@ ToolResult ToolTest::run(const std::vector<std::string>& arguments) {
   return result;
 }
 
-std::string ToolTest::expectOutput(int status, const std::vector<std::string>& arguments) {
-  const ToolResult result = run(arguments);
+std::string ToolTest::expectOutput(int status, const std::vector<std::string>& arguments,
+                                   const std::string& input) {
+  const ToolResult result = run(arguments, input);
   EXPECT_EQ(result.status, status) << testing::PrintToString(arguments) << "\n"
                                    << result.out.substr(0, 1000) << result.err;
   return result.out;

@@ -16,9 +16,14 @@ struct ToolResult {
 // Tests run in a folder of their own, so files have plain names.
 class ToolTest : public testing::Test {
  protected:
-  static ToolResult run(const std::vector<std::string>& arguments);
+  static ToolResult run(const std::vector<std::string>& arguments, const std::string& input = {});
+#ifndef _WIN32
+  // Starts the tool, sends it a signal as soon as it has a temporary file, and waits for its end.
+  static int runInterrupted(const std::vector<std::string>& arguments, int signal);
+#endif
   // run() with an expected exit status; the standard output.
-  static std::string expectOutput(int status, const std::vector<std::string>& arguments);
+  static std::string expectOutput(int status, const std::vector<std::string>& arguments,
+                                  const std::string& input = {});
 
   static std::string example(const std::string& name);
   static void write(const std::string& path, const std::string& bytes);

@@ -9,7 +9,8 @@ namespace tavo::tool {
 int build(const BuildOptions& options) {
   StoredRecords records;
   OutputFile output;
-  const std::string problem = targetProblem(options.output, options.file);
+  const std::string problem =
+      targetProblem(options.output, options.file, OutputKind::kText, options.overwrite);
   if (!problem.empty()) {
     complain(problem);
     return kFailed;

@@ -16,6 +16,7 @@ namespace {
 // Result of one file. A problem tells why it, or its log, could not be worked on.
 struct Checked {
   std::string problem;
+  InputText text;
   Analysis analysis;
 
   // What of it makes the file fail, in one word.
@@ -35,29 +36,29 @@ struct Checked {
   }
 };
 
-Checked checkFile(const std::string& path, const CheckOptions& options) {
-  Checked result;
-  result.problem = textProblem(path);
-  if (!result.problem.empty()) return result;
-  if (!options.log.empty() && sameFile(options.log, path)) {
-    result.problem = "the log '" + options.log + "' is the input itself";
-    return result;
+// Takes the place of the log's file when the analysis is over, whatever that found.
+void checkText(Checked* checked, const CheckOptions& options) {
+  OutputFile log;
+  if (!options.log.empty()) {
+    checked->problem =
+        targetProblem(options.log, checked->text.name(), OutputKind::kLog, options.overwrite);
+    if (checked->problem.empty()) checked->problem = log.tryOpen(options.log);
+    if (!checked->problem.empty()) return;
   }
   // An instance of its own, so that no file depends on the one checked before it.
   api::Library library;
   auto ignore = [](RecordType, const void*) { return uint32_t{TVO_OK}; };
   AnalysisOptions analysis;
-  analysis.log = options.log;
+  if (!options.log.empty()) analysis.log = &log;
   analysis.maxErrors = options.maxErrors;
-  result.analysis = analyse(library, path, sinkOf(ignore), analysis);
-  if (!result.analysis.readable()) {
-    result.problem = options.log.empty() ? "cannot read '" + path + "'"
-                                         : "cannot write the log '" + options.log + "'";
-  } else if (result.analysis.status == TVO_ERR_WRITE) {
-    result.problem = options.log.empty() ? "reading '" + path + "' failed"
-                                         : "writing the log '" + options.log + "' failed";
+  checked->analysis = analyse(library, checked->text, sinkOf(ignore), analysis);
+  const bool failed = checked->analysis.status == TVO_ERR_WRITE || !checked->analysis.readable();
+  if (failed) {
+    checked->problem = "reading '" + checked->text.name() + "'" +
+                       (options.log.empty() ? "" : " or writing its log") + " failed";
+  } else if (!options.log.empty() && !log.commit()) {
+    checked->problem = "writing the log '" + options.log + "' failed";
   }
-  return result;
 }
 
 Json findingJson(const Found& found) {
@@ -74,9 +75,9 @@ Json findingJson(const Found& found) {
   return finding;
 }
 
-void printJson(const std::string& path, const Checked& checked, const CheckOptions& options) {
+void printJson(Checked& checked, const CheckOptions& options) {
   const Analysis& analysis = checked.analysis;
-  Json file{{"file", toUtf8(path)}, {"status", checked.verdict(options)}};
+  Json file{{"file", toUtf8(checked.text.name())}, {"status", checked.verdict(options)}};
   if (!checked.problem.empty()) file["problem"] = toUtf8(checked.problem);
   file["errors"] = analysis.findings.errors();
   file["warnings"] = analysis.findings.warnings();
@@ -88,43 +89,58 @@ void printJson(const std::string& path, const Checked& checked, const CheckOptio
   Json findings = Json::array();
   for (const Found& found : analysis.findings.all()) findings.push_back(findingJson(found));
   file["findings"] = std::move(findings);
-  std::printf("%s\n", file.dump().c_str());
+  if (!analysis.notes.empty()) file["notes"] = analysis.notes;
+  std::printf("%s\n", oneLine(file).c_str());
 }
 
-void printForPerson(const std::string& path, const Checked& checked, const CheckOptions& options) {
+void printForPerson(Checked& checked, const CheckOptions& options) {
   if (!checked.analysis.readable()) return;
-  printFindings(stdout, path, checked.analysis.findings, colourWanted());
-  std::printf("%s: %s\n", path.c_str(), checked.analysis.summary().c_str());
+  printFindings(stdout, checked.text, checked.analysis, colourWanted());
+  const std::string name = printable(checked.text.name());
+  std::printf("%s: %s\n", name.c_str(), checked.analysis.summary().c_str());
   if (checked.atLimit(options)) {
-    std::printf("%s: the limit of %s is reached, there may be more\n", path.c_str(),
+    std::printf("%s: the limit of %s is reached, there may be more\n", name.c_str(),
                 counted(options.maxErrors, "error").c_str());
   }
+}
+
+// Why the options do not go together, or an empty text when they do.
+std::string callProblem(const CheckOptions& options) {
+  if (options.log.empty()) return {};
+  if (options.files.size() > 1) {
+    return "--log names the log of one file, but there are " +
+           std::to_string(options.files.size()) + "; check them one by one";
+  }
+  return isStream(options.log) && options.json ? "--log - and --format json print the same stream"
+                                               : "";
 }
 
 }  // namespace
 
 int check(const CheckOptions& options) {
-  if (!options.log.empty() && options.files.size() > 1) {
-    complain("--log names the log of one file, but there are " +
-             std::to_string(options.files.size()) + "; check them one by one");
+  if (const std::string problem = callProblem(options); !problem.empty()) {
+    complain(problem);
     return kFailed;
   }
+  // A log on the standard output says what would be printed there.
+  const bool quiet = options.quiet || isStream(options.log);
   int status = kSound;
   std::vector<std::string> failed;
   for (const std::string& path : options.files) {
-    const Checked checked = checkFile(path, options);
+    Checked checked;
+    checked.problem = checked.text.open(path);
+    if (checked.problem.empty()) checkText(&checked, options);
     if (!checked.problem.empty()) complain(checked.problem);
-    if (!options.quiet) {
-      (options.json ? printJson : printForPerson)(path, checked, options);
-    }
+    if (!quiet) (options.json ? printJson : printForPerson)(checked, options);
+    if (isStream(options.log)) complainOfNotes(checked.text, checked.analysis);
     const ExitStatus result = checked.status(options);
-    if (result != kSound) failed.push_back(path);
+    if (result != kSound) failed.push_back(checked.text.name());
     status = std::max(status, static_cast<int>(result));
   }
-  if (!options.quiet && !options.json && options.files.size() > 1) {
+  if (!quiet && !options.json && options.files.size() > 1) {
     std::printf("%zu of %s failed%s\n", failed.size(),
                 counted(options.files.size(), "file").c_str(), failed.empty() ? "" : ":");
-    for (const std::string& path : failed) std::printf("  %s\n", path.c_str());
+    for (const std::string& name : failed) std::printf("  %s\n", printable(name).c_str());
   }
   return flushOutput() ? status : kFailed;
 }

@@ -5,7 +5,8 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "files.h"
+#include "interrupt.h"
+#include "text.h"
 
 #ifdef _WIN32
 #include <fcntl.h>
@@ -58,8 +59,9 @@ bool colourWanted() {
 }
 
 void complain(const std::string& message) {
+  if (interrupted()) return;
   std::fflush(stdout);
-  std::fprintf(stderr, "tavo: %s\n", message.c_str());
+  std::fprintf(stderr, "tavo: %s\n", printable(message).c_str());
 }
 
 bool flushOutput() {
@@ -68,12 +70,8 @@ bool flushOutput() {
   return false;
 }
 
-ProgressBar::ProgressBar(const std::string& path) : name_(path) {
-  const int64_t size = fileSize(path);
-  if (size > static_cast<int64_t>(kLargeFile) && isTerminal(stderr)) {
-    size_ = static_cast<uint64_t>(size);
-  }
-}
+ProgressBar::ProgressBar(const std::string& name, uint64_t size)
+    : name_(printable(name)), size_(size > kLargeFile && isTerminal(stderr) ? size : 0) {}
 
 ProgressBar::~ProgressBar() {
   if (next_ == 0) return;

@@ -18,7 +18,7 @@ bool isTerminal(std::FILE* stream);
 // Whether findings are printed in colour: on a terminal, unless NO_COLOR asks for none.
 bool colourWanted();
 
-// Prints "tavo: MESSAGE" on standard error.
+// Prints "tavo: MESSAGE" on standard error, but nothing of what an interruption brings about.
 void complain(const std::string& message);
 
 // False, with a complaint, when something written to the standard output got lost.
@@ -28,7 +28,7 @@ bool flushOutput();
 // large. The bar is gone when the object is.
 class ProgressBar final : public reader::ProgressObserver {
  public:
-  explicit ProgressBar(const std::string& path);
+  ProgressBar(const std::string& name, uint64_t size);
   ProgressBar(const ProgressBar&) = delete;
   ProgressBar& operator=(const ProgressBar&) = delete;
   ~ProgressBar();

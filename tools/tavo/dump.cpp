@@ -15,12 +15,13 @@ namespace tavo::tool {
 namespace {
 
 bool printLine(const Json& line) {
-  const std::string text = line.dump() + "\n";
+  const std::string text = oneLine(line) + "\n";
   return std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
 }
 
 int dumpText(const DumpOptions& options) {
-  if (const std::string problem = textProblem(options.file); !problem.empty()) {
+  InputText text;
+  if (const std::string problem = text.open(options.file); !problem.empty()) {
     complain(problem);
     return kFailed;
   }
@@ -29,14 +30,15 @@ int dumpText(const DumpOptions& options) {
     return printLine(printer.print(type, record)) ? TVO_OK : TVO_ERR_ABORTED;
   };
   api::Library library;
-  const Analysis analysis = analyse(library, options.file, sinkOf(print));
+  const Analysis analysis = analyse(library, text, sinkOf(print));
   if (!flushOutput()) return kFailed;
   if (!analysis.readable() || analysis.status == TVO_ERR_WRITE) {
-    complain("reading '" + options.file + "' failed");
+    complain("reading '" + text.name() + "' failed");
     return kFailed;
   }
+  complainOfNotes(text, analysis);
   if (analysis.findings.errors() == 0 && analysis.findings.warnings() == 0) return kSound;
-  complain(options.file + ": " + analysis.summary() + " (see 'tavo check')");
+  complain(text.name() + ": " + analysis.summary() + " (see 'tavo check')");
   return analysis.findings.errors() > 0 ? kFindings : kSound;
 }
 

@@ -1,195 +1,165 @@
-// File questions of both platforms, asked through the C and system interfaces so that a path means
-// what it means to the library.
+// What paths name, what an existing file begins like, and output beside its target.
 #include "files.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-
-#include <cerrno>
-#include <cstdlib>
-#include <cstring>
+#include <algorithm>
+#include <cstdio>
+#include <iterator>
+#include <string_view>
 
 #include "console.h"
+#include "schema/keywords.h"
 #include "store/data_file.h"
-
-#ifdef _WIN32
-#include <io.h>
-#include <process.h>
-#include <windows.h>
-#else
-#include <unistd.h>
-#endif
 
 namespace tavo::tool {
 
 namespace {
 
-#ifdef _WIN32
-using Status = struct _stat64;
-int status(const std::string& path, Status* result) { return _stat64(path.c_str(), result); }
-int processId() { return _getpid(); }
-constexpr unsigned kTypeMask = _S_IFMT, kRegularType = _S_IFREG, kDirectoryType = _S_IFDIR;
-#else
-using Status = struct stat;
-int status(const std::string& path, Status* result) { return stat(path.c_str(), result); }
-int processId() { return getpid(); }
-constexpr unsigned kTypeMask = S_IFMT, kRegularType = S_IFREG, kDirectoryType = S_IFDIR;
-#endif
+using platform::OpenResult;
 
-#ifdef _WIN32
-bool identify(const std::string& path, BY_HANDLE_FILE_INFORMATION* information) {
-  constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-  const HANDLE file = CreateFileA(path.c_str(), 0, kShareAll, nullptr, OPEN_EXISTING,
-                                  FILE_FLAG_BACKUP_SEMANTICS, nullptr);
-  if (file == INVALID_HANDLE_VALUE) return false;
-  const bool known = GetFileInformationByHandle(file, information) != 0;
-  CloseHandle(file);
-  return known;
-}
-#endif
+constexpr const char* kNoStream = "a data file is no stream, it needs a name";
 
-// A new text file that nobody else has made, with the permissions of the file that it will replace.
-std::FILE* createNew(const std::string& path, const std::string& like) {
-#ifdef _WIN32
-  (void)like;
-  const int file =
-      _open(path.c_str(), _O_CREAT | _O_EXCL | _O_WRONLY | _O_TEXT, _S_IREAD | _S_IWRITE);
-  return file < 0 ? nullptr : _fdopen(file, "wt");
-#else
-  const int file = ::open(path.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0666);
-  if (file < 0) return nullptr;
-  Status old;
-  // Where permissions cannot be set, those of a new file have to do.
-  if (status(like, &old) == 0 && fchmod(file, old.st_mode & 07777) != 0) errno = 0;
-  return fdopen(file, "w");
-#endif
-}
-
-bool replaceFile(const std::string& from, const std::string& to) {
-#ifdef _WIN32
-  return MoveFileExA(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING) != 0;
-#else
-  return std::rename(from.c_str(), to.c_str()) == 0;
-#endif
-}
-
-// The file behind a link, so that the link stays one.
-std::string linkTarget(const std::string& path) {
-#ifdef _WIN32
-  return path;
-#else
-  char* const real = realpath(path.c_str(), nullptr);
-  if (real == nullptr) return path;
-  std::string result(real);
-  std::free(real);
-  return result;
-#endif
-}
-
-std::string readProblem(const std::string& path) {
-  Status found;
-  if (status(path, &found) != 0) return "cannot read '" + path + "': " + std::strerror(errno);
-  if ((found.st_mode & kTypeMask) == kDirectoryType) {
-    return "cannot read '" + path + "': it is a folder";
+// Calls a function with each line of a text until that returns true; whether it did.
+template <class Function>
+bool anyLine(std::string_view text, Function function) {
+  while (!text.empty()) {
+    const size_t end = std::min(text.find('\n'), text.size());
+    std::string_view line = text.substr(0, end);
+    if (line.ends_with('\r')) line.remove_suffix(1);
+    if (function(line)) return true;
+    text.remove_prefix(std::min(end + 1, text.size()));
   }
-  std::FILE* const file = std::fopen(path.c_str(), "rb");
-  if (file == nullptr) return "cannot read '" + path + "': " + std::strerror(errno);
-  std::fclose(file);
-  return {};
+  return false;
+}
+
+// A section's keyword is the first word that is no comment.
+bool beginsLikeText(std::string_view head) {
+  std::string_view word;
+  anyLine(head, [&](std::string_view line) {
+    word = schema::firstToken(schema::skipBlanks(line));
+    return !word.empty() && word.front() != ';';
+  });
+  static constexpr uint32_t kSections[] = {
+      schema::kHeader,     schema::kDefinitions, schema::kDatabase,       schema::kMeteo,
+      schema::kTheodolite, schema::kOperations,  schema::kTimeTaggedCodes};
+  uint32_t keyword = schema::kUnknownSection;
+  schema::FindKeyword(word, &keyword);
+  return std::find(std::begin(kSections), std::end(kSections), keyword) != std::end(kSections);
+}
+
+// Its first line is a finding or, perhaps behind the path, the summary.
+bool beginsLikeLog(std::string_view head) {
+  return anyLine(head, [first = true](std::string_view line) mutable {
+    if (line.empty()) return false;
+    const bool finding = first && line.starts_with("line ") &&
+                         (line.find("  : error E") < 16 || line.find("  : warning W") < 16);
+    first = false;
+    return finding || (line.ends_with(" warning(s)") && line.find(" error(s), ") != line.npos);
+  });
+}
+
+bool beginsLikeDataFile(std::string_view head) {
+  return store::hasDataFileSignature(head.data(), head.size());
+}
+
+struct KindTraits {
+  const char* name;
+  bool (*matches)(std::string_view head);
+};
+
+const KindTraits& traitsOf(OutputKind kind) {
+  static constexpr KindTraits kTraits[] = {
+      {"TAVO text", &beginsLikeText},
+      {"log of an analysis", &beginsLikeLog},
+      {"data file", &beginsLikeDataFile},
+  };
+  return kTraits[static_cast<size_t>(kind)];
 }
 
 }  // namespace
 
-FileKind fileKind(const std::string& path) {
-  Status found;
-  if (status(path, &found) != 0) return FileKind::kMissing;
-  return (found.st_mode & kTypeMask) == kRegularType ? FileKind::kRegular : FileKind::kOther;
-}
+FileKind fileKind(const std::string& path) { return platform::fileInfo(path.c_str()).kind; }
 
 int64_t fileSize(const std::string& path) {
-  Status found;
-  if (status(path, &found) != 0 || (found.st_mode & kTypeMask) != kRegularType) return -1;
-  return found.st_size;
+  const platform::FileInfo info = platform::fileInfo(path.c_str());
+  return info.kind == FileKind::kRegular ? static_cast<int64_t>(info.size) : -1;
 }
 
-bool sameFile(const std::string& a, const std::string& b) {
-#ifdef _WIN32
-  BY_HANDLE_FILE_INFORMATION first, second;
-  return identify(a, &first) && identify(b, &second) &&
-         first.dwVolumeSerialNumber == second.dwVolumeSerialNumber &&
-         first.nFileIndexHigh == second.nFileIndexHigh &&
-         first.nFileIndexLow == second.nFileIndexLow;
-#else
-  Status first, second;
-  return status(a, &first) == 0 && status(b, &second) == 0 && first.st_dev == second.st_dev &&
-         first.st_ino == second.st_ino;
-#endif
-}
-
-std::string textProblem(const std::string& path) {
-  std::string problem = readProblem(path);
-  if (problem.empty() && fileKind(path) == FileKind::kRegular && store::isDataFile(path.c_str())) {
-    problem = "'" + path + "' is a data file, not a text (see 'tavo dump' and 'tavo build')";
-  }
-  return problem;
+std::string openProblem(const std::string& path, OpenResult result) {
+  static constexpr const char* kReasons[] = {
+      "",
+      "no such file or folder",
+      "it is a folder",
+      "permission denied",
+      "another program holds it open",
+      "the system refuses it",
+  };
+  return "'" + path + "': " + kReasons[static_cast<size_t>(result)];
 }
 
 std::string dataFileProblem(const std::string& path) {
-  std::string problem = readProblem(path);
-  if (problem.empty() && !store::isDataFile(path.c_str())) {
-    problem = "'" + path + "' is not a data file, or another program holds it open";
+  if (isStream(path)) return kNoStream;
+  platform::InputFile file;
+  const OpenResult opened = file.open(path.c_str());
+  // The store's own open tells what is held and what is damaged.
+  if (opened != OpenResult::kDone && opened != OpenResult::kHeld) {
+    return "cannot read " + openProblem(path, opened);
   }
-  return problem;
+  file.close();
+  if (store::isDataFile(path.c_str())) return {};
+  return "'" + path + "' is not a data file, or another program holds it open";
 }
 
-std::string targetProblem(const std::string& target, const std::string& input) {
-  if (sameFile(target, input)) return "'" + target + "' is the input itself; it is not overwritten";
-  if (fileKind(target) == FileKind::kOther) return "'" + target + "' is not a regular file";
-  return {};
+std::string targetProblem(const std::string& target, const std::string& input, OutputKind kind,
+                          bool overwrite) {
+  if (isStream(target)) return kind == OutputKind::kDataFile ? kNoStream : "";
+  if (!input.empty() && platform::sameFile(target.c_str(), input.c_str())) {
+    return "'" + target + "' is the input itself; it is not overwritten";
+  }
+  const platform::FileInfo info = platform::fileInfo(target.c_str());
+  if (info.kind == FileKind::kMissing) return {};
+  if (info.kind != FileKind::kRegular) return "'" + target + "' is not a regular file";
+  platform::InputFile file;
+  if (const OpenResult opened = file.open(target.c_str()); opened != OpenResult::kDone) {
+    return "cannot replace " + openProblem(target, opened);
+  }
+  std::string head(1U << 16, '\0');
+  head.resize(file.read(head.data(), head.size()));
+  const KindTraits& traits = traitsOf(kind);
+  if (overwrite || head.empty() || traits.matches(head)) return {};
+  return "'" + target + "' is there and is no " + traits.name + "; use --overwrite to replace it";
 }
 
-const char* nullDevice() {
-#ifdef _WIN32
-  return "NUL";
-#else
-  return "/dev/null";
-#endif
-}
-
-OutputFile::~OutputFile() {
-  if (file_ != nullptr) std::fclose(file_);
-  if (!path_.empty()) std::remove(path_.c_str());
+bool NewFile::commit() {
+  if (interrupted()) return false;
+  if (place_.commit()) return true;
+  complain("cannot replace '" + place_.target() + "'; another program may hold it open");
+  return false;
 }
 
 bool OutputFile::open(const std::string& target) {
-  target_ = linkTarget(target);
-  const std::string path = target_ + "." + std::to_string(processId()) + ".tmp";
-  file_ = createNew(path, target_);
-  if (file_ == nullptr) {
-    complain("cannot write '" + path + "': " + std::strerror(errno));
-    return false;
+  const std::string problem = tryOpen(target);
+  if (!problem.empty()) complain(problem);
+  return problem.empty();
+}
+
+std::string OutputFile::tryOpen(const std::string& target) {
+  if (isStream(target)) return {};
+  auto place = std::make_unique<NewFile>(target);
+  const OpenResult made = file_.create(place->path().c_str(), target.c_str());
+  if (made != OpenResult::kDone || !file_.start()) {
+    return "cannot write " + openProblem(target, made);
   }
-  path_ = path;
-  return true;
+  place_ = std::move(place);
+  return {};
 }
 
 bool OutputFile::write(const char* bytes, size_t size) {
-  return std::fwrite(bytes, 1, size, file_) == size;
+  if (interrupted()) return false;
+  return place_ == nullptr ? std::fwrite(bytes, 1, size, stdout) == size : file_.write(bytes, size);
 }
 
-bool OutputFile::close() {
-  std::FILE* const file = file_;
-  file_ = nullptr;
-  return std::fclose(file) == 0;
-}
+bool OutputFile::close() { return place_ == nullptr || file_.close(); }
 
-bool OutputFile::commit() {
-  if (!replaceFile(path_, target_)) {
-    complain("cannot replace '" + target_ + "'");
-    return false;
-  }
-  path_.clear();
-  return true;
-}
+bool OutputFile::commit() { return place_ == nullptr ? flushOutput() : place_->commit(); }
 
 }  // namespace tavo::tool

@@ -5,7 +5,6 @@
 #include <cstdio>
 
 #include "console.h"
-#include "files.h"
 #include "text.h"
 
 namespace tavo::tool {
@@ -14,6 +13,9 @@ namespace {
 
 // Longest part of a line or text that is shown.
 constexpr size_t kShown = 160;
+constexpr size_t kLongestCharacter = 4;
+
+constexpr char kNoteColour[] = "\033[1;36m";
 
 struct Style {
   const char* name;
@@ -21,23 +23,20 @@ struct Style {
 };
 
 Style styleOf(const Found& found) {
-  if (found.isNote()) return {"note", "\033[1;36m"};
+  if (found.isNote()) return {"note", kNoteColour};
   return found.isError() ? Style{"error", "\033[1;31m"} : Style{"warning", "\033[1;35m"};
 }
 
 // The beginnings of chosen lines of a file, fetched in one pass.
 class SourceLines {
  public:
-  SourceLines(const std::string& path, std::vector<uint32_t> wanted) : wanted_(std::move(wanted)) {
+  SourceLines(InputText& text, std::vector<uint32_t> wanted) : wanted_(std::move(wanted)) {
     std::sort(wanted_.begin(), wanted_.end());
     wanted_.erase(std::unique(wanted_.begin(), wanted_.end()), wanted_.end());
     texts_.resize(wanted_.size());
-    // A pipe can be read once only, and that was done.
-    if (wanted_.empty() || fileKind(path) != FileKind::kRegular) return;
-    if (std::FILE* const file = std::fopen(path.c_str(), "rb")) {
-      read(file);
-      std::fclose(file);
-    }
+    if (wanted_.empty()) return;
+    if (platform::TextInput* const input = text.rewind()) read(*input);
+    text.close();
   }
 
   const std::string& line(uint32_t number) const {
@@ -46,17 +45,16 @@ class SourceLines {
   }
 
  private:
-  void read(std::FILE* file) {
+  void read(platform::TextInput& input) {
     std::vector<char> block(1U << 16);
     uint32_t number = 1;
     size_t at = 0;
-    for (size_t n;
-         at < wanted_.size() && (n = std::fread(block.data(), 1, block.size(), file)) > 0;) {
+    for (size_t n; at < wanted_.size() && (n = input.read(block.data(), block.size())) > 0;) {
       for (size_t i = 0; i < n && at < wanted_.size(); ++i) {
         std::string& text = texts_[at];
         const bool here = number == wanted_[at];
         if (block[i] != '\n') {
-          if (here && text.size() <= kShown) text += block[i];
+          if (here && text.size() < kShown + kLongestCharacter) text += block[i];
           continue;
         }
         if (here) ++at;
@@ -79,6 +77,8 @@ bool Found::isError() const { return number < reader::kNote; }
 
 void FindingList::onFinding(const reader::Finding& finding) {
   Found found{finding.number, finding.line, std::string(finding.text), finding.message};
+  // The reader keeps the beginning of such a line, up to a byte that may be amid a character.
+  if (found.number == reader::kExceedsLine) found.text.resize(lengthOfWhole(found.text));
   if (found.isNote()) {
     if (!found_.empty()) found.line = found_.back().line;
   } else {
@@ -104,19 +104,27 @@ std::string Analysis::summary() const {
          " read";
 }
 
-Analysis analyse(api::Library& library, const std::string& path, reader::RecordSink sink,
+Analysis analyse(api::Library& library, InputText& text, reader::RecordSink sink,
                  const AnalysisOptions& options) {
   Analysis result;
-  ProgressBar bar(path);
+  platform::NoOutput noLog;
+  ProgressBar bar(text.name(), text.size());
   api::AnalysisRequest request;
-  request.inputPath = path.c_str();
-  request.logPath = options.log.empty() ? nullDevice() : options.log.c_str();
+  request.inputPath = text.name().c_str();
+  request.input = text.rewind();
+  if (request.input == nullptr) return result;
+  request.log = options.log == nullptr ? &noLog : options.log;
   request.maxErrors = options.maxErrors;
   request.sink = sink;
   request.intoStore = options.intoStore;
   request.findings = &result.findings;
   request.progress = bar.observer();
   result.status = TVO_CODE(library.analyse(request, &result.counts));
+  result.notes = text.oddities();
+  if (result.status == TVO_OK && result.counts.records == 0 && result.findings.all().empty()) {
+    if (const auto emptiness = text.emptiness()) result.notes.push_back(*emptiness);
+  }
+  text.close();
   return result;
 }
 
@@ -126,16 +134,16 @@ std::string codeOf(const Found& found) {
   return code += std::to_string(found.number);
 }
 
-void printFindings(std::FILE* stream, const std::string& path, const FindingList& findings,
-                   bool colour) {
+void printFindings(std::FILE* stream, InputText& text, const Analysis& analysis, bool colour) {
   std::vector<uint32_t> wanted;
-  for (const Found& found : findings.all()) {
+  for (const Found& found : analysis.findings.all()) {
     if (!found.isNote()) wanted.push_back(found.line);
   }
-  const SourceLines source(path, std::move(wanted));
-  for (const Found& found : findings.all()) {
+  const SourceLines source(text, std::move(wanted));
+  const std::string name = printable(text.name());
+  for (const Found& found : analysis.findings.all()) {
     const Style style = styleOf(found);
-    std::fprintf(stream, "%s:%u: %s%s%s", path.c_str(), found.line, colour ? style.colour : "",
+    std::fprintf(stream, "%s:%u: %s%s%s", name.c_str(), found.line, colour ? style.colour : "",
                  style.name, colour ? "\033[0m" : "");
     if (found.isNote()) {
       std::fprintf(stream, ": %s\n", printable(found.text, kShown).c_str());
@@ -147,6 +155,14 @@ void printFindings(std::FILE* stream, const std::string& path, const FindingList
     const std::string& line = source.line(found.line);
     if (!line.empty()) std::fprintf(stream, "    %s\n", printable(line, kShown).c_str());
   }
+  for (const std::string& note : analysis.notes) {
+    std::fprintf(stream, "%s: %snote%s: %s\n", name.c_str(), colour ? kNoteColour : "",
+                 colour ? "\033[0m" : "", note.c_str());
+  }
+}
+
+void complainOfNotes(const InputText& text, const Analysis& analysis) {
+  for (const std::string& note : analysis.notes) complain(text.name() + ": " + note);
 }
 
 }  // namespace tavo::tool

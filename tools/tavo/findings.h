@@ -9,6 +9,8 @@
 #include <vector>
 
 #include "api/library.h"
+#include "input_text.h"
+#include "interrupt.h"
 
 namespace tavo::tool {
 
@@ -51,6 +53,8 @@ struct Analysis {
   uint32_t status = TVO_ERR_OPEN;
   api::AnalysisCounts counts;
   FindingList findings;
+  // What the file is instead of a text with data in it, one sentence each.
+  std::vector<std::string> notes;
 
   bool readable() const { return status != TVO_ERR_OPEN; }
   // "3 errors, 1 warning; 120 lines and 96 records read"
@@ -59,20 +63,21 @@ struct Analysis {
 
 // What an analysis does besides reading and checking.
 struct AnalysisOptions {
-  std::string log;  // empty: no log is kept
+  platform::TextOutput* log = nullptr;  // none: no log is kept
   uint16_t maxErrors = UINT16_MAX;
   bool intoStore = false;
 };
 
 // Runs the analysis of a text with a progress bar. The records go to the sink.
-Analysis analyse(api::Library& library, const std::string& path, reader::RecordSink sink,
+Analysis analyse(api::Library& library, InputText& text, reader::RecordSink sink,
                  const AnalysisOptions& options = {});
 
 // A sink that calls a function object (record type, record) for each record; its result as in
-// reader::RecordSink.
+// reader::RecordSink. Stops the run when the program is interrupted.
 template <class Function>
 reader::RecordSink sinkOf(Function& function) {
   return {[](void* context, RecordType type, const void* record) -> uint32_t {
+            if (interrupted()) return TVO_ERR_ABORTED;
             return (*static_cast<Function*>(context))(type, record);
           },
           &function};
@@ -82,8 +87,9 @@ reader::RecordSink sinkOf(Function& function) {
 std::string codeOf(const Found& found);
 
 // Prints "FILE:LINE: error E2500: syntax error: 'ABC'" for each finding, with the line of the file
-// under it.
-void printFindings(std::FILE* stream, const std::string& path, const FindingList& findings,
-                   bool colour);
+// under it, and the notes on the file behind them.
+void printFindings(std::FILE* stream, InputText& text, const Analysis& analysis, bool colour);
+// The notes alone, on standard error.
+void complainOfNotes(const InputText& text, const Analysis& analysis);
 
 }  // namespace tavo::tool

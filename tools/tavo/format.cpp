@@ -27,7 +27,7 @@ uint64_t operationsWithSize(const MemoryRecords& records) {
   return count;
 }
 
-bool collect(const std::string& path, MemoryRecords* records, Analysis* analysis) {
+bool collect(InputText& text, MemoryRecords* records, Analysis* analysis) {
   bool full = false;
   auto keep = [&](RecordType type, const void* record) -> uint32_t {
     try {
@@ -39,33 +39,34 @@ bool collect(const std::string& path, MemoryRecords* records, Analysis* analysis
     }
   };
   api::Library library;
-  *analysis = analyse(library, path, sinkOf(keep));
-  if (full) complain("'" + path + "' does not fit into memory");
+  *analysis = analyse(library, text, sinkOf(keep));
+  if (full) complain("'" + text.name() + "' does not fit into memory");
   if (full) return false;
   if (analysis->readable() && analysis->status != TVO_ERR_WRITE) return true;
-  complain("reading '" + path + "' failed");
+  complain("reading '" + text.name() + "' failed");
   return false;
 }
 
 // Whether something would be lost, with what and why.
-bool complainOfLosses(const BuildOptions& options, const Analysis& analysis,
-                      const MemoryRecords& records) {
+bool complainOfLosses(InputText& text, const Analysis& analysis, const MemoryRecords& records) {
   bool losses = false;
   if (analysis.findings.errors() + analysis.findings.warnings() > 0) {
-    printFindings(stderr, options.file, analysis.findings, false);
-    complain(options.file + ": " + analysis.summary() +
+    printFindings(stderr, text, analysis, false);
+    complain(text.name() + ": " + analysis.summary() +
              "; what the findings are about would be lost");
     losses = true;
+  } else {
+    complainOfNotes(text, analysis);
   }
   if (const size_t changed = analysis.findings.changedNumbers(); changed > 0) {
-    if (!losses) printFindings(stderr, options.file, analysis.findings, false);
-    complain(options.file + ": " + counted(changed, "number") +
+    if (!losses) printFindings(stderr, text, analysis, false);
+    complain(text.name() + ": " + counted(changed, "number") +
              (changed == 1 ? " does not fit its field and would be written as another one"
                            : " do not fit their fields and would be written as other ones"));
     losses = true;
   }
   if (const uint64_t sizes = operationsWithSize(records); sizes > 0) {
-    complain(options.file + ": the size of " + counted(sizes, "operation") +
+    complain(text.name() + ": the size of " + counted(sizes, "operation") +
              " (CIRCLE_RADIUS, RECTANGLE) would be lost, since records do not carry it");
     losses = true;
   }
@@ -87,18 +88,20 @@ void noteSilentLosses(const std::string& path, const Analysis& analysis) {
 }
 
 // Reads the written text again and holds its records against the original ones.
-bool proveWritten(const std::string& path, const MemoryRecords& records) {
+bool proveWritten(const std::string& written, const MemoryRecords& records) {
+  InputText text;
+  text.take("(formatted text)", written);
   RecordComparison comparison(records);
   auto take = [&](RecordType type, const void* record) -> uint32_t {
     comparison.take(type, record);
     return TVO_OK;
   };
   api::Library library;
-  const Analysis analysis = analyse(library, path, sinkOf(take));
+  const Analysis analysis = analyse(library, text, sinkOf(take));
   comparison.finish();
   if (analysis.status != TVO_OK || analysis.findings.warnings() > 0 ||
       !comparison.difference().empty()) {
-    printFindings(stderr, path, analysis.findings, false);
+    printFindings(stderr, text, analysis, false);
     complain("the formatted text does not give back the same records (" +
              (comparison.difference().empty() ? analysis.summary() : comparison.difference()) +
              "); nothing was written");
@@ -113,31 +116,40 @@ bool proveWritten(const std::string& path, const MemoryRecords& records) {
 }  // namespace
 
 int format(const BuildOptions& options) {
-  std::string problem = textProblem(options.file);
-  if (problem.empty()) problem = targetProblem(options.output, options.file);
+  InputText text;
+  std::string problem = text.open(options.file);
+  // The new text may take the place of the old one, since that has been read by then.
+  if (problem.empty()) {
+    problem = targetProblem(options.output, "", OutputKind::kText, options.overwrite);
+  }
   if (!problem.empty()) {
     complain(problem);
     return kFailed;
   }
   MemoryRecords records;
   Analysis analysis;
-  if (!collect(options.file, &records, &analysis)) return kFailed;
-  const bool losses = complainOfLosses(options, analysis, records);
+  if (!collect(text, &records, &analysis)) return kFailed;
+  const bool losses = complainOfLosses(text, analysis, records);
   if (losses && !options.force) {
     complain("nothing was written; correct the text, or use --force to write the rest");
     return kFindings;
   }
   records.prepareForWriting();
+  platform::MemoryOutput written;
+  MemorySource source(records);
+  if (writers::writeText(written, source, options.settings) != TVO_OK) {
+    complain("formatting '" + text.name() + "' failed");
+    return kFailed;
+  }
+  if (!losses && !proveWritten(written.text, records)) return kFailed;
   OutputFile output;
   if (!output.open(options.output)) return kFailed;
-  MemorySource source(records);
-  if (writers::writeText(output, source, options.settings) != TVO_OK) {
+  if (!output.write(written.text.data(), written.text.size()) || !output.close()) {
     complain("writing '" + options.output + "' failed");
     return kFailed;
   }
-  if (!losses && !proveWritten(output.path(), records)) return kFailed;
   if (!output.commit()) return kFailed;
-  noteSilentLosses(options.file, analysis);
+  noteSilentLosses(text.name(), analysis);
   return kSound;
 }
 

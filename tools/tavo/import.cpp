@@ -6,7 +6,6 @@
 #include "files.h"
 #include "findings.h"
 #include "record_json.h"
-#include "store/data_file.h"
 #include "text.h"
 #include "verbs.h"
 
@@ -43,16 +42,6 @@ struct Storing {
   }
 };
 
-std::string importProblem(const ImportOptions& options) {
-  std::string problem = textProblem(options.file);
-  if (problem.empty()) problem = targetProblem(options.dataFile, options.file);
-  if (problem.empty() && fileSize(options.dataFile) > 0 &&
-      !store::isDataFile(options.dataFile.c_str())) {
-    problem = "'" + options.dataFile + "' is there and no data file; it is not overwritten";
-  }
-  return problem;
-}
-
 // One line for all types of one kind of loss.
 void printLeftOut(const TypeCounts& counts, const char* why) {
   std::string list;
@@ -63,34 +52,53 @@ void printLeftOut(const TypeCounts& counts, const char* why) {
   if (!list.empty()) std::printf("note: left out, %s: %s\n", why, list.c_str());
 }
 
+// Fills a new data file. A failure has its complaint.
+bool fill(api::Library& library, InputText& text, const NewFile& file, Storing* storing,
+          Analysis* analysis) {
+  if (TVO_CODE(library.store.setDataFile(file.path().c_str())) != TVO_OK) {
+    complain("cannot create the data file '" + file.path() + "'");
+    return false;
+  }
+  library.store.closeDataFile();
+  AnalysisOptions options;
+  options.intoStore = true;
+  *analysis = analyse(library, text, sinkOf(*storing), options);
+  if (analysis->readable() && analysis->status != TVO_ERR_WRITE && storing->failure == TVO_OK) {
+    return true;
+  }
+  complain("filling the data file '" + file.path() + "' failed");
+  return false;
+}
+
 }  // namespace
 
 int import(const ImportOptions& options) {
-  if (const std::string problem = importProblem(options); !problem.empty()) {
+  InputText text;
+  std::string problem = text.open(options.file);
+  if (problem.empty()) {
+    problem =
+        targetProblem(options.dataFile, options.file, OutputKind::kDataFile, options.overwrite);
+  }
+  if (!problem.empty()) {
     complain(problem);
     return kFailed;
   }
   api::Library library;
-  if (TVO_CODE(library.store.setDataFile(options.dataFile.c_str())) != TVO_OK) {
-    complain("cannot create the data file '" + options.dataFile + "'");
-    return kFailed;
-  }
-  library.store.closeDataFile();
   Storing storing{library.store};
-  AnalysisOptions analysisOptions;
-  analysisOptions.intoStore = true;
-  const Analysis analysis = analyse(library, options.file, sinkOf(storing), analysisOptions);
-  if (!analysis.readable() || analysis.status == TVO_ERR_WRITE || storing.failure != TVO_OK) {
-    complain("filling the data file '" + options.dataFile + "' failed");
-    return kFailed;
-  }
-  printFindings(stdout, options.file, analysis.findings, colourWanted());
-  std::printf("%s: %s, %s stored in %s\n", options.file.c_str(), analysis.summary().c_str(),
-              counted(storing.stored, "record").c_str(), options.dataFile.c_str());
+  Analysis analysis;
+  NewFile file(options.dataFile);
+  if (!fill(library, text, file, &storing, &analysis)) return kFailed;
+  const bool anything = storing.stored > 0;
+  if (anything && !file.commit()) return kFailed;
+  printFindings(stdout, text, analysis, colourWanted());
+  std::printf("%s: %s, %s stored in %s\n", printable(text.name()).c_str(),
+              analysis.summary().c_str(), counted(storing.stored, "record").c_str(),
+              printable(options.dataFile).c_str());
   printLeftOut(storing.notStorable, "since a data file does not keep these records");
   printLeftOut(storing.repeated, "since the data file has these records already");
   if (!flushOutput()) return kFailed;
-  return analysis.findings.errors() > 0 ? kFindings : kSound;
+  if (!anything) complain("there is no record to store; '" + options.dataFile + "' is not written");
+  return analysis.findings.errors() > 0 || !anything ? kFindings : kSound;
 }
 
 }  // namespace tavo::tool

@@ -1,12 +1,18 @@
 // The command line tool `tavo`: its verbs, their options and help texts.
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <functional>
+#include <iostream>
+#include <sstream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "console.h"
+#include "interrupt.h"
+#include "text.h"
 #include "verbs.h"
 
 namespace tavo::tool {
@@ -21,6 +27,10 @@ CLI::App* addVerb(CLI::App& app, const char* name, const char* description, cons
   verb->group("Verbs");
   verb->footer(footer);
   return verb;
+}
+
+void addOverwrite(CLI::App* verb, bool* overwrite) {
+  verb->add_flag("--overwrite", *overwrite, "Replace a file there, whatever it is");
 }
 
 void addCheck(CLI::App& app, Action* action) {
@@ -38,11 +48,12 @@ void addCheck(CLI::App& app, Action* action) {
   verb->add_option("FILE", options->files, "Texts to check")->required()->type_name("");
   verb->add_option("--log", options->log, "Write the library's log of the one file here")
       ->type_name("PATH");
+  addOverwrite(verb, &options->overwrite);
   verb->add_option("--max-errors", options->maxErrors, "Stop a file behind this many errors")
       ->check(CLI::Range(1, int{UINT16_MAX}).description(""))
       ->type_name("N")
       ->capture_default_str();
-  verb->add_option("--format", *format, "text for people, json for programs: one line per file")
+  verb->add_option("--format", *format, "text for people, or json, one line per file")
       ->check(CLI::IsMember({"text", "json"}).description(""))
       ->type_name("FORM")
       ->capture_default_str();
@@ -77,27 +88,30 @@ void addDump(CLI::App& app, Action* action) {
 
 void addImport(CLI::App& app, Action* action) {
   const auto options = std::make_shared<ImportOptions>();
-  CLI::App* const verb = addVerb(
-      app, "import", "Read a text into a new data file",
-      "A data file of that name is replaced. Lines with errors are shown and left out, and so\n"
-      "are the record types that a data file does not keep; both are counted.\n"
-      "Exit status: 0 no errors, 1 errors in the text, 2 a file cannot be read or written.\n\n"
-      "Example: tavo import survey.tvo -o survey.dat");
+  CLI::App* const verb =
+      addVerb(app, "import", "Read a text into a new data file",
+              "A data file of that name is replaced when the new one is complete. Lines with\n"
+              "errors are shown and left out, and so are the record types that a data file does\n"
+              "not keep; both are counted.\n"
+              "Exit status: 0 no errors, 1 errors in the text or no record in it (then nothing\n"
+              "is written), 2 a file cannot be read or written.\n\n"
+              "Example: tavo import survey.tvo -o survey.dat");
   verb->add_option("FILE", options->file, "Text")->required()->type_name("");
   verb->add_option("-o,--output", options->dataFile, "Data file to make")
       ->required()
       ->type_name("PATH");
+  addOverwrite(verb, &options->overwrite);
   verb->callback([=] { *action = [=] { return import(*options); }; });
 }
 
 void addVerify(CLI::App& app, Action* action) {
   const auto file = std::make_shared<std::string>();
-  CLI::App* const verb = addVerb(
-      app, "verify", "Check the inner order of a data file",
-      "Says what is wrong and where, and prints the height of the tree, its pages, how far they\n"
-      "are filled, and the records by type.\n"
-      "Exit status: 0 sound, 1 findings, 2 not a data file or unreadable.\n\n"
-      "Example: tavo verify survey.dat");
+  CLI::App* const verb =
+      addVerb(app, "verify", "Check the inner order of a data file",
+              "Says what is wrong and where, and prints the height of the tree, its pages, how\n"
+              "far they are filled, and the records by type.\n"
+              "Exit status: 0 sound, 1 findings, 2 not a data file or unreadable.\n\n"
+              "Example: tavo verify survey.dat");
   verb->add_option("DATAFILE", *file, "Data file")->required()->type_name("");
   verb->callback([=] { *action = [=] { return verify(*file); }; });
 }
@@ -105,6 +119,7 @@ void addVerify(CLI::App& app, Action* action) {
 // The two verbs that write texts. A file of that name is replaced when the new one is complete.
 void addLayout(CLI::App* verb, const std::shared_ptr<BuildOptions>& options) {
   verb->add_option("-o,--output", options->output, "Text to write")->required()->type_name("PATH");
+  addOverwrite(verb, &options->overwrite);
   verb->add_option_function<std::string>(
           "--columns",
           [options](const std::string& value) { options->settings.alignColumns = value == "on"; },
@@ -119,7 +134,7 @@ void addLayout(CLI::App* verb, const std::shared_ptr<BuildOptions>& options) {
                                           static_cast<uint8_t>(value[1]),
                                           static_cast<uint8_t>(value[2])};
           },
-          "Decimals of angles, of coordinates and lengths, and of geographic coordinates")
+          "Decimals: angles, lengths, geographic coordinates")
       ->delimiter(',')
       ->expected(3)
       ->check(CLI::Range(0, 30).description(""))
@@ -142,10 +157,12 @@ void addFormat(CLI::App& app, Action* action) {
   CLI::App* const verb = addVerb(
       app, "format", "Write a text anew, in the library's layout",
       "COMMENTS ARE NOT KEPT, and values are rounded to the decimals (both are reported);\n"
-      "everything else is the same, which is proved by reading the new text. A text with findings\n"
-      "is refused, since lines with errors and unknown items would be lost, and so is one with a\n"
-      "number that does not fit its field, such as PointNo 4294967296.\n"
-      "Exit status: 0 written, 1 refused for its findings, 2 a file cannot be read or written.\n\n"
+      "everything else is the same, which is proved by reading the new text. A text with\n"
+      "findings is refused, since lines with errors and unknown items would be lost, and so\n"
+      "is one with a number that does not fit its field, such as PointNo 4294967296. The new\n"
+      "text may take the place of the old one.\n"
+      "Exit status: 0 written, 1 refused for its findings, 2 a file cannot be read or\n"
+      "written.\n\n"
       "Example: tavo format survey.tvo -o survey-new.tvo --columns off");
   verb->add_option("FILE", options->file, "Text")->required()->type_name("");
   addLayout(verb, options);
@@ -156,11 +173,44 @@ void addFormat(CLI::App& app, Action* action) {
 void addTimeline(CLI::App& app, Action* action) {
   const auto file = std::make_shared<std::string>();
   CLI::App* const verb =
-      addVerb(app, "timeline", "Print the time-stamped records of a text in time order",
+      addVerb(app, "timeline", "Print a text's time-stamped records in time order",
               "One line each: kind (point, slope, code), time, number, ID or code, main values.\n\n"
               "Example: tavo timeline survey.tvo");
   verb->add_option("FILE", *file, "Text")->required()->type_name("");
   verb->callback([=] { *action = [=] { return timeline(*file); }; });
+}
+
+// How many letters must be put in, left out, exchanged or swapped to make one word of the other.
+size_t distance(std::string_view a, std::string_view b) {
+  std::vector<std::vector<size_t>> rows(a.size() + 1, std::vector<size_t>(b.size() + 1));
+  for (size_t i = 0; i <= a.size(); ++i) {
+    for (size_t j = 0; j <= b.size(); ++j) {
+      size_t& least = rows[i][j];
+      least = i == 0 || j == 0 ? i + j : rows[i - 1][j - 1] + (a[i - 1] == b[j - 1] ? 0 : 1);
+      if (i > 0 && j > 0) least = std::min({least, rows[i - 1][j] + 1, rows[i][j - 1] + 1});
+      const bool swapped = i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1];
+      if (swapped) least = std::min(least, rows[i - 2][j - 2] + 1);
+    }
+  }
+  return rows[a.size()][b.size()];
+}
+
+// Complains of a first word that is no verb, with the verb that it may have been meant for.
+bool isUnknownVerb(const CLI::App& app, int argc, char** argv) {
+  if (argc < 2 || argv[1][0] == '-' || argv[1][0] == '\0') return false;
+  const std::string word = argv[1];
+  std::string nearest;
+  size_t least = 3;
+  for (const CLI::App* verb : app.get_subcommands({})) {
+    const size_t now = distance(word, verb->get_name());
+    if (now == 0) return false;
+    if (now >= least) continue;
+    least = now;
+    nearest = verb->get_name();
+  }
+  complain("'" + word + "' is no verb" +
+           (nearest.empty() ? "; see 'tavo --help'" : "; did you mean 'tavo " + nearest + "'?"));
+  return true;
 }
 
 int run(int argc, char** argv) {
@@ -171,7 +221,10 @@ int run(int argc, char** argv) {
   app.require_subcommand(1);
   app.get_formatter()->label("REQUIRED", "");
   app.get_formatter()->label("SUBCOMMAND", "VERB");
-  app.footer("Help for a verb: tavo VERB --help\nExample: tavo check survey.tvo");
+  app.footer(
+      "A file named - is the standard input or output. Any other output takes its place\n"
+      "when complete, and replaces an existing file only when that is of its kind.\n"
+      "Help for a verb: tavo VERB --help\nExample: tavo check survey.tvo");
   Action action;
   addCheck(app, &action);
   addDump(app, &action);
@@ -180,11 +233,19 @@ int run(int argc, char** argv) {
   addBuild(app, &action);
   addFormat(app, &action);
   addTimeline(app, &action);
+  if (isUnknownVerb(app, argc, argv)) return kFailed;
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
-    // 0 for --help and --version; every other code means that the call is wrong.
-    return app.exit(error) == 0 ? kSound : kFailed;
+    // 0 for --help and --version; every other code means that the call is wrong, and is explained
+    // with words of the call itself.
+    std::ostringstream message;
+    const int code = app.exit(error, std::cout, message);
+    std::istringstream lines(message.str());
+    for (std::string line; std::getline(lines, line);) {
+      std::fprintf(stderr, "%s\n", printable(line).c_str());
+    }
+    return code == 0 ? kSound : kFailed;
   }
   return action();
 }
@@ -196,7 +257,9 @@ int run(int argc, char** argv) {
 int main(int argc, char** argv) {
   tavo::tool::prepareConsole();
   try {
-    return tavo::tool::run(argc, argv);
+    const int status = tavo::tool::run(argc, argv);
+    tavo::tool::endIfInterrupted();
+    return status;
   } catch (const std::exception& error) {
     tavo::tool::complain(error.what());
     return tavo::tool::kFailed;

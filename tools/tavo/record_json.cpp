@@ -199,6 +199,21 @@ bool isZero(const FieldDef& field, const char* at) {
 
 }  // namespace
 
+std::string oneLine(const Json& value) {
+  std::string line = value.dump();
+  const auto isHigh = [&](size_t at) {
+    return line[at] == '\x7F' || static_cast<unsigned char>(line[at + 1]) < 0xA0;
+  };
+  for (size_t at = 0; (at = line.find_first_of("\x7F\xC2", at)) != line.npos; ++at) {
+    if (!isHigh(at)) continue;
+    const size_t length = line[at] == '\x7F' ? 1 : 2;
+    const auto code = static_cast<unsigned char>(line[at + length - 1]);
+    constexpr char kDigits[] = "0123456789abcdef";
+    line.replace(at, length, {'\\', 'u', '0', '0', kDigits[code >> 4], kDigits[code & 15]});
+  }
+  return line;
+}
+
 std::string recordName(RecordType type) {
   const schema::BlockDef* const block = blockOf(type);
   if (block == nullptr) return "UNKNOWN";

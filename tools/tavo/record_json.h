@@ -11,6 +11,10 @@ namespace tavo::tool {
 
 using Json = nlohmann::ordered_json;
 
+// The value in one line. Control characters are written as escapes, those above 126, too, so that a
+// terminal never sees one.
+std::string oneLine(const Json& value);
+
 // "POINTS", "POINTS columns", "OPERATIONS points".
 std::string recordName(RecordType type);
 

@@ -1,6 +1,7 @@
 // UTF-8 sequences and what is made of the rest.
 #include "text.h"
 
+#include <algorithm>
 #include <cstdint>
 
 namespace tavo::tool {
@@ -26,34 +27,57 @@ size_t sequenceLength(std::string_view text) {
   return length;
 }
 
+// Appends the first character of the text as UTF-8 and returns how many bytes it takes there.
+size_t appendCharacter(std::string_view text, std::string* result) {
+  const size_t length = sequenceLength(text);
+  if (length > 0) {
+    result->append(text.substr(0, length));
+    return length;
+  }
+  const unsigned byte = static_cast<unsigned char>(text.front());
+  *result += static_cast<char>(0xC0 | (byte >> 6));
+  *result += static_cast<char>(0x80 | (byte & 0x3F));
+  return 1;
+}
+
 }  // namespace
 
 std::string toUtf8(std::string_view text) {
   std::string result;
   result.reserve(text.size());
   while (!text.empty()) {
-    const size_t length = sequenceLength(text);
-    if (length > 0) {
-      result.append(text.substr(0, length));
-    } else {
-      const unsigned byte = static_cast<unsigned char>(text.front());
-      result += static_cast<char>(0xC0 | (byte >> 6));
-      result += static_cast<char>(0x80 | (byte & 0x3F));
-    }
-    text.remove_prefix(length > 0 ? length : 1);
+    const size_t length = appendCharacter(text, &result);
+    text.remove_prefix(length);
   }
   return result;
 }
 
 std::string printable(std::string_view text, size_t limit) {
-  const bool cut = text.size() > limit;
-  std::string result = toUtf8(text.substr(0, limit));
-  for (char& c : result) {
-    const auto code = static_cast<unsigned char>(c);
-    if (code == '\t') c = ' ';
-    if (code < ' ' || code == 0x7F) c = code == '\t' ? ' ' : '?';
+  std::string result;
+  result.reserve(std::min(text.size(), limit) + 4);
+  size_t shown = 0;
+  while (shown < text.size()) {
+    const size_t start = result.size();
+    const size_t length = appendCharacter(text.substr(shown), &result);
+    shown += length;
+    if (shown > limit) return result.replace(start, std::string::npos, " ...");
+    const auto byte = [&](size_t i) { return static_cast<unsigned char>(result[start + i]); };
+    const bool high = byte(0) == 0xC2 && byte(1) < 0xA0;
+    if (byte(0) < ' ' || byte(0) == 0x7F || high) {
+      result.replace(start, std::string::npos, byte(0) == '\t' ? " " : "?");
+    }
   }
-  return cut ? result + " ..." : result;
+  return result;
+}
+
+size_t lengthOfWhole(std::string_view text) {
+  for (size_t n = 1; n <= std::min<size_t>(3, text.size()); ++n) {
+    const auto byte = static_cast<unsigned char>(text[text.size() - n]);
+    if ((byte & 0xC0) == 0x80) continue;
+    const size_t wanted = byte >= 0xF0 ? 4 : byte >= 0xE0 ? 3 : byte >= 0xC2 ? 2 : 1;
+    return wanted > n ? text.size() - n : text.size();
+  }
+  return text.size();
 }
 
 std::string counted(uint64_t count, std::string_view singular) {

@@ -10,8 +10,12 @@ namespace tavo::tool {
 // show their umlauts and no byte is lost.
 std::string toUtf8(std::string_view text);
 
-// The same with control characters made visible as '?' and tabs as blanks, cut to `limit` bytes.
-std::string printable(std::string_view text, size_t limit);
+// The same with control characters (those above 127, too) made visible as '?' and tabs as blanks,
+// cut before the first character that does not fit into `limit` bytes of the text.
+std::string printable(std::string_view text, size_t limit = std::string_view::npos);
+
+// Length of the text without the beginning of a UTF-8 sequence at its end, which a cut has left.
+size_t lengthOfWhole(std::string_view text);
 
 // "1 error", "2 errors".
 std::string counted(uint64_t count, std::string_view singular);

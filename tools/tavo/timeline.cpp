@@ -5,8 +5,8 @@
 #include <cstring>
 #include <numbers>
 
+#include "api/timeline.h"
 #include "console.h"
-#include "files.h"
 #include "findings.h"
 #include "tavo/itavo.h"
 #include "text.h"
@@ -130,7 +130,8 @@ uint64_t walk(ITavo& timeline) {
 }  // namespace
 
 int timeline(const std::string& file) {
-  if (const std::string problem = textProblem(file); !problem.empty()) {
+  InputText text;
+  if (const std::string problem = text.open(file); !problem.empty()) {
     complain(problem);
     return kFailed;
   }
@@ -141,23 +142,24 @@ int timeline(const std::string& file) {
     return TVO_OK;
   };
   api::Library library;
-  const Analysis analysis = analyse(library, file, sinkOf(count));
+  const Analysis analysis = analyse(library, text, sinkOf(count));
   ITavo* const collected = GetITavo();
-  if (!analysis.readable() || collected == nullptr) {
-    complain("reading '" + file + "' failed");
+  platform::TextInput* const input = text.rewind();
+  if (!analysis.readable() || collected == nullptr || input == nullptr) {
+    complain("reading '" + text.name() + "' failed");
     return kFailed;
   }
-  uint16_t errors = 0, warnings = 0;
-  collected->Analyse(file.c_str(), nullDevice(), UINT16_MAX, &errors, &warnings);
+  api::analyseInput(*collected, *input);
   const uint64_t shown = walk(*collected);
   collected->Delete();
   if (!flushOutput()) return kFailed;
+  complainOfNotes(text, analysis);
   if (shown < stamped) {
-    complain(file + ": " + counted(stamped - shown, "record") +
+    complain(text.name() + ": " + counted(stamped - shown, "record") +
              " not shown, their time is outside of what the time key can order");
   }
   if (analysis.findings.errors() == 0) return kSound;
-  complain(file + ": " + analysis.summary() + " (see 'tavo check')");
+  complain(text.name() + ": " + analysis.summary() + " (see 'tavo check')");
   return kFindings;
 }
 

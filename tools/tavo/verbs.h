@@ -18,7 +18,8 @@ enum ExitStatus : int {
 
 struct CheckOptions {
   std::vector<std::string> files;
-  std::string log;  // empty: no log is kept
+  std::string log;         // empty: no log is kept
+  bool overwrite = false;  // the log's file, whatever it is
   uint16_t maxErrors = UINT16_MAX;
   bool json = false;
   bool quiet = false;
@@ -36,6 +37,7 @@ int dump(const DumpOptions& options);
 struct ImportOptions {
   std::string file;
   std::string dataFile;
+  bool overwrite = false;  // the data file's, whatever it is
 };
 int import(const ImportOptions& options);
 
@@ -44,6 +46,7 @@ int verify(const std::string& dataFile);
 struct BuildOptions {
   std::string file;  // the data file; for format the text
   std::string output;
+  bool overwrite = false;  // the output's file, whatever it is
   writers::BuildSettings settings;
   bool force = false;  // format only: also when something would be lost
 };

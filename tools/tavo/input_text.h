@@ -1,0 +1,45 @@
+// A text to read: a file, or a stream that is kept in memory, since it is read more than once.
+// Knows what is odd about it in words that help more than the findings that come of it.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/text_file.h"
+
+namespace tavo::tool {
+
+class InputText {
+ public:
+  // Why it cannot be read as a text, or an empty text when it can.
+  std::string open(const std::string& path);
+  // Takes a text that is there already.
+  void take(const std::string& name, std::string text);
+
+  // For messages and logs: the path, or what stands for a stream.
+  const std::string& name() const { return name_; }
+  // Bytes of it.
+  uint64_t size() const { return size_; }
+  // The text from its beginning; null when the file cannot be opened any more.
+  platform::TextInput* rewind();
+  // Lets go of the file.
+  void close() { file_.close(); }
+
+  // What the file is instead of a plain text, one sentence each.
+  std::vector<std::string> oddities() const;
+  // The sentence that there is no line of data, where that is so.
+  std::optional<std::string> emptiness();
+
+ private:
+  std::string readAll(platform::InputFile& file);
+
+  std::string name_;
+  std::string path_;    // empty when the text is in memory
+  std::string memory_;  // the text, or the beginning of the file
+  uint64_t size_ = 0;
+  platform::InputFile file_;
+  std::optional<platform::MemoryInput> memoryInput_;
+};
+
+}  // namespace tavo::tool

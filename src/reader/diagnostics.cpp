@@ -84,8 +84,9 @@ void Diagnostics::close() {
   log_ = nullptr;
 }
 
-void Diagnostics::write(const char* text) {
-  if (log_ != nullptr && std::fputs(text, log_) < 0) ioError_ |= 1;
+void Diagnostics::write(std::string_view text) {
+  if (log_ == nullptr) return;
+  if (std::fwrite(text.data(), 1, text.size(), log_) != text.size()) ioError_ |= 1;
 }
 
 void Diagnostics::writeFinding(const char* kind, int number, uint32_t line, std::string_view text,
@@ -108,10 +109,11 @@ int Diagnostics::reportError(int number, uint32_t line, std::string_view text) {
 
 int Diagnostics::reportWarning(int number, uint32_t line, std::string_view text) {
   if (number == kNote) {
-    char buffer[160];
-    std::snprintf(buffer, sizeof buffer, "%*s: %.*s\n", 52, " ", static_cast<int>(text.size()),
-                  text.data());
-    write(buffer);
+    char margin[64];
+    std::snprintf(margin, sizeof margin, "%*s: ", 52, " ");
+    write(margin);
+    write(text);  // whole, however long
+    write("\n");
     if (observer_ != nullptr) observer_->onFinding({number, line, text, {}});
     return kGoOn;
   }
@@ -126,11 +128,8 @@ void Diagnostics::summary(std::string_view inputPath) {
   constexpr size_t kPiece = 127;
   constexpr size_t kShort = 98;
   while (inputPath.size() >= kShort) {
-    char piece[kPiece + 1];
     const size_t n = std::min(inputPath.size(), kPiece);
-    std::memcpy(piece, inputPath.data(), n);
-    piece[n] = '\0';
-    write(piece);
+    write(inputPath.substr(0, n));
     inputPath.remove_prefix(n);
   }
   char buffer[kShort + 80];

@@ -81,7 +81,7 @@ class Diagnostics {
  private:
   void writeFinding(const char* kind, int number, uint32_t line, std::string_view text,
                     std::string_view message);
-  void write(const char* text);
+  void write(std::string_view text);
 
   std::FILE* log_ = nullptr;
   FindingObserver* observer_ = nullptr;

@@ -67,7 +67,7 @@ inline const char* takeEnum(const char* p, const char* end, const Settings& sett
 // taken and moves *at to the next field, or to the terminator.
 inline size_t takePlainFields(const Settings& settings, std::span<const Column> columns,
                               const char** at, const char* end, uint8_t* target) {
-  if (settings.numericDelimiters) return 0;
+  if (settings.delimitersInValues) return 0;
   const char* p = *at;
   size_t taken = 0;
   for (const Column& column : columns) {

@@ -17,8 +17,8 @@ using reader::Column;
 using reader::DataLine;
 using reader::Run;
 
-// What differs between the three blocks: the fields of their keys, number and identifier, which lie
-// at the same offsets in all three records, and the error for a key that no record has.
+// What differs between the three blocks: the fields of their keys, number and identifier, and the
+// error for a key that no record has.
 struct Kind {
   uint32_t keyword;
   FieldId number, identifier;
@@ -29,11 +29,6 @@ constexpr Kind kKinds[] = {
     {schema::kLines, TVO_FIELD_LineNo, TVO_FIELD_LineID, reader::kUnknownLine},
     {schema::kPolygons, TVO_FIELD_PolygonNo, TVO_FIELD_PolygonID, reader::kUnknownPolygon},
 };
-
-constexpr uint16_t kNumberOffset = offsetof(PointRecord, PointNo);
-constexpr uint16_t kIdentifierOffset = offsetof(PointRecord, PointID);
-static_assert(offsetof(LineRecord, LineID) == kIdentifierOffset &&
-              offsetof(PolygonRecord, PolygonID) == kIdentifierOffset);
 
 class CollectedBlock {
  public:

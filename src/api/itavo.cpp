@@ -1,6 +1,7 @@
 // The object interface: collects time-stamped records in memory and walks them in time order.
 #include "tavo/itavo.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -148,11 +149,18 @@ class Cursor final : public TimeCursor {
     int32_t key;  // negative: no entry here
   };
 
-  // A walk that stands on a negative key counts as finished, and so does what lies behind it.
+  // Entries of negative keys, which the order puts first, are absent: a walk forwards begins behind
+  // them, one backwards ends before them.
   void updateKey(Walk& walk) {
     const bool inside = walk.index >= 0 && walk.index < walk.count;
     const std::vector<TimeOrder>& order = collection_.order[walk.kind - 1];
     walk.key = inside ? order[static_cast<size_t>(walk.index)].key : kNone;
+  }
+
+  int32_t firstIndex(const Walk& walk) const {
+    const TimeOrder* const order = collection_.order[walk.kind - 1].data();
+    const auto absent = [](const TimeOrder& entry) { return entry.key < 0; };
+    return static_cast<int32_t>(std::partition_point(order, order + walk.count, absent) - order);
   }
 
   // Moves the current walk, or puts all on their first or last entry, and stands on the walk whose
@@ -160,7 +168,7 @@ class Cursor final : public TimeCursor {
   uint32_t step(int32_t direction) {
     if (current_ == nullptr) {
       for (Walk& walk : walks_) {
-        walk.index = direction > 0 ? 0 : walk.count - 1;
+        walk.index = direction > 0 ? firstIndex(walk) : walk.count - 1;
         updateKey(walk);
       }
     } else {

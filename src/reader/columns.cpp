@@ -27,8 +27,14 @@ class ListParser {
   // kGoOn, an error number after its report, kStop or kEndOfInput.
   int parse() {
     columns_->clear();
+    // A last line without line feed still has what stands behind its terminator.
+    const char* const begin = run_.line.data();
+    const char* const end =
+        findTerminatorPlain(begin, begin + run_.line.size(), run_.settings.terminator);
     const size_t open = run_.line.find('(');
-    if (open == std::string_view::npos) return run_.fail(kMissingFormatBegin, run_.line);
+    if (open == std::string_view::npos || (end != nullptr && begin + open > end)) {
+      return run_.fail(kMissingFormatBegin, run_.line);
+    }
     std::string_view text = run_.line.substr(open + 1);
     for (;;) {
       const int status = parseLine(text);
@@ -236,12 +242,12 @@ int passOver(Run& run, uint32_t keyword) {
 int parseColumns(Run& run, uint32_t keyword, RecordType columnsType, RecordType dataType,
                  Columns* columns) {
   const int status = ListParser(run, columnsType, dataType, columns).parse();
-  if (status == kEndOfInput) return reportOpenBlock(run, keyword);
-  if (status == kGoOn || status == kStop || status == kMissingFormatBegin) return status;
-  // The block is lost. The keyword line that stopped the list may itself be its END.
-  if (status == kMissingFormatEnd && schema::CheckEnd(run.line, keyword) == 0) return status;
-  const int passed = passOver(run, keyword);
-  return passed == kGoOn ? status : passed;
+  if (status == kGoOn || status == kStop || status == kEndOfInput) return status;
+  // The block is lost. The keyword line that stopped the list may itself be its END. Where the
+  // input ends before it, the enclosing reader comes upon that end again.
+  const bool closed = status == kMissingFormatEnd && schema::CheckEnd(run.line, keyword) == 0;
+  if (closed || status == kMissingFormatBegin) return status;
+  return passOver(run, keyword) == kStop ? kStop : status;
 }
 
 DataLine parseDataLine(Run& run, uint32_t keyword, std::span<const Column> columns,

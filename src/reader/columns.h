@@ -49,9 +49,9 @@ class Columns {
 // Parses the column definition that the current line begins, looking names up in the definition
 // table of columnsType; offsets are those of the record type dataType. Result: kGoOn; otherwise the
 // block is over and its reader returns the result: kStop, kEndOfInput (the input ended inside the
-// block, which has been reported), or an error number. A definition without "(" leaves the block's
-// lines to the enclosing reader; after the other errors they have been passed over up to the END of
-// keyword.
+// list, which leaves the block open), or an error number. A definition without "(" leaves the
+// block's lines to the enclosing reader; after the other errors they have been passed over up to
+// the END of keyword.
 int parseColumns(Run& run, uint32_t keyword, RecordType columnsType, RecordType dataType,
                  Columns* columns);
 

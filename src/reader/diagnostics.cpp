@@ -125,10 +125,11 @@ int Diagnostics::reportError(int number, uint32_t line, std::string_view text) {
 
 int Diagnostics::reportWarning(int number, uint32_t line, std::string_view text) {
   if (number == kNote) {
-    char buffer[160];
-    std::snprintf(buffer, sizeof buffer, "%*s: %.*s\n", 52, " ", static_cast<int>(text.size()),
-                  text.data());
-    write(buffer);
+    char margin[64];
+    std::snprintf(margin, sizeof margin, "%*s: ", 52, " ");
+    write(margin);
+    write(text);  // whole, however long
+    write("\n");
     if (observer_ != nullptr) observer_->onFinding({number, line, text, {}});
     return kGoOn;
   }

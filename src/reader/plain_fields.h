@@ -76,7 +76,7 @@ inline const char* takeEnum(const char* p, const char* end, const Settings& sett
 inline size_t takePlainFields(const Settings& settings, bool observed,
                               std::span<const Column> columns, const char** at, const char* end,
                               uint8_t* target) {
-  if (settings.numericDelimiters) return 0;
+  if (settings.delimitersInValues) return 0;
   const char* p = *at;
   size_t taken = 0;
   for (const Column& column : columns) {

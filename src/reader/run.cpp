@@ -11,20 +11,20 @@ namespace tavo::reader {
 
 namespace {
 
-bool writesNumbers(char c) {
-  return (c >= '0' && c <= '9') || std::string_view("+-.eE").find(c) != std::string_view::npos;
+bool writesValues(char c) {
+  return (c >= '0' && c <= '9') || std::string_view("+-.eE\"").find(c) != std::string_view::npos;
 }
 
 }  // namespace
 
 void Settings::setSeparator(char c) {
   separator = c;
-  numericDelimiters = writesNumbers(separator) || writesNumbers(terminator);
+  delimitersInValues = writesValues(separator) || writesValues(terminator);
 }
 
 void Settings::setTerminator(char c) {
   terminator = c;
-  numericDelimiters = writesNumbers(separator) || writesNumbers(terminator);
+  delimitersInValues = writesValues(separator) || writesValues(terminator);
 }
 
 // The current line's terminator, or null. What stands behind it is a comment.
@@ -53,16 +53,18 @@ void Run::trim(bool keepTerminatorLine) {
 int Run::readLine(bool keepTerminatorLine) {
   for (;;) {
     bool complete = false;
-    if (!source.next(&line, &complete)) {
-      line = {};
-      if (source.failed()) diagnostics.raiseIoError();
-      return kEndOfInput;
-    }
+    if (!source.next(&line, &complete)) return endInput();
     ++lineNumber;
     if (!complete) return readOverlong();
     trim(keepTerminatorLine);
     if (!line.empty()) return kGoOn;
   }
+}
+
+int Run::endInput() {
+  line = {};
+  if (source.failed()) diagnostics.raiseIoError();
+  return kEndOfInput;
 }
 
 // The current piece has no line feed. Either the line is too long, or the input ends without one,
@@ -75,8 +77,12 @@ int Run::readOverlong() {
   bool complete = false;
   while (!complete && source.next(&piece, &complete)) line = piece;
   if (!complete) {
-    findEnd();  // for the count of comments alone
-    return kGoOn;
+    if (!line.empty()) {
+      findEnd();  // for the count of comments alone
+      return kGoOn;
+    }
+    --lineNumber;  // what a zero byte has emptied is no line
+    return endInput();
   }
   line = {overlong_, length};
   return fail(kExceedsLine, line);

@@ -19,8 +19,8 @@ struct Settings {
   char terminator = ';';  // also the character that may follow an item's value
   schema::Units units;
 
-  // Separator or terminator is a character that numbers are written with.
-  bool numericDelimiters = false;
+  // Separator or terminator is a character that numbers are written with or texts begin with.
+  bool delimitersInValues = false;
 
   void setSeparator(char c);
   void setTerminator(char c);
@@ -85,6 +85,7 @@ class Run {
   void trim(bool keepTerminatorLine);
   const char* findEnd();
   int readOverlong();
+  int endInput();
 
   RecordSink sink_;
   char overlong_[kMaxLine];  // what is kept of a line that is too long

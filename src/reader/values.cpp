@@ -1,11 +1,14 @@
 // The field value parsers.
 #include "reader/values.h"
 
+#include <fast_float/fast_float.h>
+
 #include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <system_error>
 
 #include "reader/scan.h"
 #include "schema/enums.h"
@@ -42,7 +45,7 @@ int rejectField(Run& run, Cursor& cursor, int number) {
 
 // How far a number may reach: the whole line, unless a delimiter could be taken for a part of it.
 const char* numberLimit(const Settings& settings, const Cursor& cursor) {
-  return settings.numericDelimiters ? fieldEnd(settings, cursor) : cursor.end;
+  return settings.delimitersInValues ? fieldEnd(settings, cursor) : cursor.end;
 }
 
 // Accepts the number that ends at p when only blanks follow it in its field.
@@ -72,44 +75,18 @@ int parseUnsigned(Run& run, Cursor& cursor, uint64_t* value) {
   return rejectField(run, cursor, kSyntaxError);
 }
 
-// Whether a decimal number that does not fit its type is too small rather than too large: the power
-// of ten of its first significant digit decides.
-bool isTiny(const char* p, const char* end) {
-  long power = 0;
-  bool point = false;
-  bool significant = false;
-  for (; p != end && (isDigit(*p) || *p == '.'); ++p) {
-    if (*p == '.') {
-      point = true;
-    } else if (*p != '0' || significant) {
-      significant = true;
-      if (!point) ++power;
-    } else if (point) {
-      --power;
-    }
-  }
-  if (p != end) {
-    ++p;  // 'e'
-    const bool negative = p != end && *p == '-';
-    if (p != end && (*p == '-' || *p == '+')) ++p;
-    long exponent = 0;
-    for (; p != end && exponent < 100000; ++p) exponent = exponent * 10 + (*p - '0');
-    power += negative ? -exponent : exponent;
-  }
-  return power < 0;
-}
-
-// Any decimal number. Null when there is none, or when it is too large for the type; one too small
-// is zero.
+// Any decimal number, rounded once to the nearest value of its type. The conversion is compiled as
+// our own code is: that of the 32-bit run-time library multiplies on the x87, where the result
+// depends on the host's control word. Null when there is none, or when it is too large for the
+// type; one too small is zero.
 template <class Real>
 const char* scanAnyReal(const char* p, const char* end, Real* value) {
-  // No "inf" and no "nan", which from_chars would take.
+  // No "inf" and no "nan", which the conversion would take.
   if (p == end || !(isDigit(*p) || *p == '.')) return nullptr;
-  const std::from_chars_result result = std::from_chars(p, end, *value);
-  if (result.ec == std::errc()) return result.ptr;
+  const fast_float::from_chars_result result = fast_float::from_chars(p, end, *value);
+  if (result.ec != std::errc::invalid_argument && std::isfinite(*value)) return result.ptr;
   *value = 0;
-  const bool tiny = result.ec == std::errc::result_out_of_range && isTiny(p, result.ptr);
-  return tiny ? result.ptr : nullptr;
+  return nullptr;
 }
 
 // The real number at p: sign, digits with a point, exponent.
@@ -168,9 +145,25 @@ int parseReal(Run& run, Cursor& cursor, Real* value) {
   return rejectField(run, cursor, kSyntaxError);
 }
 
-// One number of a date: blanks, then at most width characters of sign and digits.
+// A real in the units in which records are delivered. What the conversion makes too large for the
+// type is refused like what is too large as it is read.
+template <class Real>
+int parseConverted(Run& run, Cursor& cursor, schema::UnitKind unit, Real* value) {
+  cursor.skipBlanks();
+  const Cursor start = cursor;
+  const int status = parseReal(run, cursor, value);
+  if (status != 0 || unit == schema::UnitKind::kNone) return status;
+  *value = static_cast<Real>(schema::toInternal(run.settings.units, unit, *value));
+  if (std::isfinite(*value)) return 0;
+  *value = 0;
+  cursor = start;
+  return rejectField(run, cursor, kSyntaxError);
+}
+
+// One number of a date: white space, other control characters not, then at most width characters of
+// sign and digits.
 const char* scanDatePart(const char* p, const char* end, int width, int* value, int* digits) {
-  while (p != end && static_cast<unsigned char>(*p) <= 32) ++p;
+  while (p != end && (*p == ' ' || (*p >= '\t' && *p <= '\r'))) ++p;
   const bool negative = p != end && *p == '-';
   if (p != end && (*p == '-' || *p == '+')) {
     ++p;
@@ -511,21 +504,9 @@ int parseField(Run& run, Cursor& cursor, schema::DataType type, uint8_t width,
     case DataType::kUint32:
       return store<uint32_t>(value, [&](uint32_t* v) { return parseUint32(run, cursor, v); });
     case DataType::kFloat:
-      return store<float>(value, [&](float* v) {
-        const int status = parseFloat(run, cursor, v);
-        if (unit != schema::UnitKind::kNone) {
-          *v = static_cast<float>(schema::toInternal(run.settings.units, unit, *v));
-        }
-        return status;
-      });
+      return store<float>(value, [&](float* v) { return parseConverted(run, cursor, unit, v); });
     case DataType::kDouble:
-      return store<double>(value, [&](double* v) {
-        const int status = parseDouble(run, cursor, v);
-        if (unit != schema::UnitKind::kNone) {
-          *v = schema::toInternal(run.settings.units, unit, *v);
-        }
-        return status;
-      });
+      return store<double>(value, [&](double* v) { return parseConverted(run, cursor, unit, v); });
     case DataType::kBits: {
       uint16_t bits = 0;
       const int status = parseBits(run, cursor, width, &bits);

@@ -48,7 +48,10 @@ bool fromMjd(double mjd, DateTime* date) {
   if (!(std::fabs(mjd) < kBeyondAnyYear)) return false;
   const double whole = std::floor(mjd);
   auto days = static_cast<int64_t>(whole);
-  int64_t time = std::llround((mjd - whole) * static_cast<double>(kHundredthsPerDay));
+  // Not std::llround, which computes on the x87 on 32-bit Windows.
+  const double exact = (mjd - whole) * static_cast<double>(kHundredthsPerDay);
+  int64_t time = static_cast<int32_t>(exact);
+  if (exact - static_cast<int32_t>(exact) >= 0.5) ++time;
   if (time >= kHundredthsPerDay) {
     time -= kHundredthsPerDay;
     ++days;

@@ -39,16 +39,14 @@ class CollectedBlock {
 
   int read() {
     int status = reader::parseColumns(run_, block_.keyword, block_.columns, block_.data, &columns_);
-    if (status != reader::kGoOn) return status;
+    if (status != reader::kGoOn) return finishBlock(run_, block_, status);
     pending_.addGroup(columns_.span());
     for (Column& column : columns_.span()) {
       list(column.id);
       if (column.offset != schema::kNotKept) column.offset = pending_.place(column.offset)->packed;
     }
     status = readLines(run_, [this] { return handle(); });
-    // The end of the input delivers what is pending, the error limit does not.
-    if (status == reader::kEndOfInput && flush() == reader::kAborted) return reader::kAborted;
-    return finishBlock(run_, block_, status);
+    return finish(block_, status);
   }
 
  private:
@@ -75,6 +73,13 @@ class CollectedBlock {
     return outcome;
   }
 
+  // Ends the reader of the block or of an EXTRAINFO inside it. The end of the input delivers what
+  // is pending before it is reported, the error limit does not.
+  int finish(const schema::BlockDef& block, int status) {
+    if (status == reader::kEndOfInput && flush() == reader::kAborted) return reader::kAborted;
+    return finishBlock(run_, block, status);
+  }
+
   // The columns record goes out once, at the first flush.
   int flush() {
     if (!columnsDelivered_) {
@@ -95,21 +100,19 @@ class CollectedBlock {
     return status;
   }
 
-  // Adds a field to the columns that the block declares, while there is room.
+  // Adds a field to the columns that the block declares, while there is room. One that an EXTRAINFO
+  // declares again is listed again, on purpose.
   void list(FieldId id) {
     if (listedCount_ < schema::kMaxListed) listed_[listedCount_++] = id;
   }
 
-  bool isListed(FieldId id) const {
-    return std::find(listed_, listed_ + listedCount_, id) != listed_ + listedCount_;
-  }
-
   int extraInfo() {
     if (pending_.size() == 0) return run_.fail(reader::kSyntaxError, run_.line);
+    const schema::BlockDef& block = *schema::findBlock(block_.keyword, schema::kExtraInfo);
     reader::Columns columns;
     const int status =
         reader::parseColumns(run_, schema::kExtraInfo, block_.columns, block_.data, &columns);
-    if (status != reader::kGoOn) return status;
+    if (status != reader::kGoOn) return finish(block, status);
     const FieldId key = columns.span()[0].id;
     if (key != kind_.number && key != kind_.identifier) {
       return run_.fail(reader::kSyntaxError, run_.line);
@@ -117,17 +120,11 @@ class CollectedBlock {
     // The key says which record is meant and is not written; the other key field may be.
     std::vector<Column> written;
     for (const Column& column : columns.span()) {
-      if (column.id != kind_.number && column.id != kind_.identifier && !isListed(column.id)) {
-        list(column.id);
-      }
+      if (column.id != kind_.number && column.id != kind_.identifier) list(column.id);
       if (column.id != key && column.offset != schema::kNotKept) written.push_back(column);
     }
     pending_.addGroup(written);
-    const schema::BlockDef& block = *schema::findBlock(block_.keyword, schema::kExtraInfo);
-    const int ended = readLines(run_, [&] { return extraLine(columns, written); });
-    const schema::KeyMembers& keys = block_.layout.keys;
-    pending_.forgetIndex(key == kind_.number ? keys.identifier : keys.number);
-    return finishBlock(run_, block, ended);
+    return finish(block, readLines(run_, [&] { return extraLine(columns, written); }));
   }
 
   // Unlike in plain data blocks END of an unknown word is an error here.

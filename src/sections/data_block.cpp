@@ -7,7 +7,7 @@ namespace tavo::sections {
 int readData(reader::Run& run, const schema::BlockDef& block) {
   reader::Columns columns;
   int status = reader::parseColumns(run, block.keyword, block.columns, block.data, &columns);
-  if (status != reader::kGoOn) return status;
+  if (status != reader::kGoOn) return finishBlock(run, block, status);
   ColumnsRecord declared;
   columns.fill(&declared);
   status = run.deliver(block.columns, &declared);

@@ -120,7 +120,8 @@ class OperationReader {
       } else {
         status = reader::parseText(run_, cursor, point->PointID, sizeof point->PointID);
       }
-      if (status != 0 && status != reader::kEmptyField) return status;
+      if (status == reader::kEmptyField) return syntaxError();
+      if (status != 0) return status;
     }
     return reader::kGoOn;
   }

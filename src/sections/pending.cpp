@@ -82,7 +82,10 @@ const PendingList::Place* PendingList::place(uint16_t offset) const {
 }
 
 void PendingList::set(size_t record, const Place& place, const uint8_t* bytes) {
-  std::memcpy(groups_[place.group].make(record) + place.packed, bytes, place.size);
+  uint8_t* const member = groups_[place.group].make(record) + place.packed;
+  if (std::memcmp(member, bytes, place.size) == 0) return;
+  std::memcpy(member, bytes, place.size);
+  std::erase_if(indexes_, [&](const Index& index) { return index.offset == place.offset; });
 }
 
 const uint8_t* PendingList::get(size_t record, const Place& place) const {
@@ -128,10 +131,6 @@ size_t PendingList::find(uint16_t offset, std::span<const uint8_t> key) {
     if (matches(index.slots[slot] - 1U)) return index.slots[slot] - 1U;
   }
   return size_;
-}
-
-void PendingList::forgetIndex(uint16_t offset) {
-  std::erase_if(indexes_, [offset](const Index& index) { return index.offset == offset; });
 }
 
 PendingList::Index& PendingList::indexOf(uint16_t offset) {

@@ -67,7 +67,8 @@ class PendingList {
   uint8_t* next() { return groups_[0].make(size_); }
   void commit() { ++size_; }
   size_t size() const { return size_; }
-  // Copies of the members' bytes; set and get take a record below size().
+  // Copies of the members' bytes; set and get take a record below size(). A changed value costs the
+  // index over its member.
   void set(size_t record, const Place& place, const uint8_t* bytes);
   const uint8_t* get(size_t record, const Place& place) const;
   // Copies the record's members to their offsets.
@@ -78,8 +79,6 @@ class PendingList {
   // The first record whose member at offset has these bytes, or size(). Long lists are looked up by
   // hash.
   size_t find(uint16_t offset, std::span<const uint8_t> key);
-  // To be called when members at the offset were changed by set().
-  void forgetIndex(uint16_t offset);
 
  private:
   // Hash slots hold record numbers + 1; the first of equal keys stays.

@@ -129,14 +129,20 @@ TEST(ITavo, KeysWrapAndNegativeOnesCountAsAbsent) {
   EXPECT_LT(key(2024, 1, 1), 0);
   EXPECT_GT(key(2024, 6, 1), 0);
 
-  // What stands behind a negative key in the direction of the walk is not reached either.
+  // Entries of negative keys are passed over in both directions and hide no others.
+  const std::string points = "DATABASE\nPOINTS (PointNo,Date)\n1,01-01-2024/00:00:00.0;\n";
+  const std::string end = "END POINTS\nEND DATABASE\n";
   Timeline timeline;
-  timeline.analyse(
-      "DATABASE\nPOINTS (PointNo,Date)\n1,01-01-2024/00:00:00.0;\n2,01-06-2024/00:00:00.0;\n"
-      "END POINTS\nEND DATABASE\n");
+  timeline.analyse(points + end);
+  TimeCursor* const none = timeline->CreateCursor();
+  EXPECT_EQ(walk(none, true) + walk(none, false), "");
+  timeline.analyse(points + "2,01-06-2024/00:00:00.0;\n3,02-06-2024/00:00:00.0;\n" + end +
+                   "TIME_TAGGED_CODES\n\"A\",02-01-2024/00:00:00.0,1;\n"
+                   "\"B\",01-06-2024/12:00:00.0,1;\nEND TIME_TAGGED_CODES\n");
   TimeCursor* const cursor = timeline->CreateCursor();
-  EXPECT_EQ(walk(cursor, true), "");
-  EXPECT_EQ(walk(cursor, false), "P2 ");
+  EXPECT_EQ(walk(cursor, true), "P2 CB P3 ");
+  EXPECT_EQ(walk(cursor, false), "P3 CB P2 ");
+  EXPECT_EQ(walk(none, true) + walk(none, false), "");  // still sees one entry of three
 }
 
 TEST(ITavo, ReportsTheAnalysisThroughLogAndCounters) {

@@ -51,6 +51,18 @@ TEST(Diagnostics, LineFormats) {
             "line 0005  : warning W7099 : '123456789012345'      : ?\n");
 }
 
+TEST(Diagnostics, NotesAreNeverCut) {
+  for (const size_t length : {0U, 105U, 106U, 5000U}) {
+    const std::string note(length, 'n');
+    const std::string log = logOf(0, [&](auto& diagnostics) {
+      diagnostics.reportWarning(7000, 1, note);
+      diagnostics.reportWarning(7000, 1, std::string_view("ab", 1));
+    });
+    const std::string margin = std::string(52, ' ') + ": ";
+    EXPECT_EQ(log, margin + note + "\n" + margin + "a\n");
+  }
+}
+
 TEST(Diagnostics, Messages) {
   const struct {
     int number;

@@ -62,6 +62,11 @@ TEST(Lines, ZeroEndsItsLineAndByte26TheInput) {
        "", head},
       {"zeros count for the limit", jobs("1,\"A\";" + std::string(124, '\0') + "\n"),
        "3 E2000 1,\"A\";\n", head},
+      // What a zero empties is no last line, nor is it counted.
+      {"zero alone", "\0"s, "", ""},
+      {"zeros alone", std::string(200, '\0'), "", ""},
+      {"zero behind all", "HEADER\nVERSION 1\n\0 x"s, "2 E2012 HEADER\n",
+       "1(VERSION)\n5 VERSION=1\n"},
       {"26", "DATABASE\nJOBS (JobNo)\n1;\n2;\x1a\nEND JOBS\n", "4 E2012 JOBS\n4 E2012 DATABASE\n",
        "23(JobNo)\n33 JobNo=1\n33 JobNo=2\n"},
       {"26 first",

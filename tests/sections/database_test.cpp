@@ -1,6 +1,8 @@
 // DATABASE: points, lines and polygons that wait for EXTRAINFO, and the plain blocks among them.
 #include <gtest/gtest.h>
 
+#include <chrono>
+
 #include "support/analysis.h"
 
 namespace tavo::tests {
@@ -69,6 +71,12 @@ TEST(Database, ExtraInfoCompletesPendingRecords) {
        "7 E2150 END FOO\n8 E2150 END POINTS\n9 E2150 END\n11 E2012 EXTRAINFO\n",
        "24(PointNo PointID SYS)\n34 PointNo=1 PointID=\"A\" SYS=2\n34 PointNo=2 PointID=\"B\"\n"
        "34 PointNo=3 PointID=\"B\"\n26(PointNo)\n36 PointNo=1\n"},
+      {"listed again",
+       points("EXTRAINFO (PointNo,SYS)\n1,7;\nEND EXTRAINFO\n"
+              "EXTRAINFO (PointID,SYS,Foo,PointNo,SYS)\n\"B\",8,,2,9;\nEND EXTRAINFO\n"),
+       "9 W7012 Foo\n",
+       "24(PointNo PointID SYS SYS #0 SYS)\n34 PointNo=1 PointID=\"A\" SYS=7\n"
+       "34 PointNo=2 PointID=\"B\" SYS=9\n34 PointNo=3 PointID=\"B\"\n"},
       {"key that the block did not declare",
        database("POINTS (SYS)\n1;\n2;\n"
                 "EXTRAINFO (PointNo,JobNo)\n1,5;\n0,6;\nEND EXTRAINFO\nEND POINTS\n"),
@@ -105,6 +113,29 @@ TEST(Database, FlushesAtTheFirstOtherKeyword) {
        "DATABASE\nPOINTS (PointNo,SYS)\n1,2;\n2,\nEND POINTS\nEND DATABASE\n",
        "5 E2051 END POINTS\n", "24(PointNo SYS)\n34 PointNo=1 SYS=2\n"},
   });
+}
+
+// The end of the input delivers before its reports, so that the error limit costs no records.
+TEST(Database, EndOfInputDeliversWhateverIsOpen) {
+  const std::string begin = "DATABASE\nPOINTS (PointNo)\n1;\nEXTRAINFO (PointNo,";
+  const struct {
+    const char* name;
+    std::string text;
+    std::string column;
+    const char* findings;
+  } rows[] = {
+      {"in EXTRAINFO", begin + "SYS)\n", " SYS", "4 E2012 EXTRAINFO\n4 E2012 POINTS\n"},
+      {"in its line", begin + "SYS)\n1,\n", " SYS", "5 E2012 EXTRAINFO\n5 E2012 POINTS\n"},
+      {"in its list", begin, "", "4 E2012 EXTRAINFO\n4 E2012 POINTS\n"},
+  };
+  for (const auto& row : rows) {
+    const std::string records = "24(PointNo" + row.column + ")\n34 PointNo=1\n";
+    const std::string findings = row.findings + std::string(row.findings, 1) + " E2012 DATABASE\n";
+    expectAnalysis(row.name, row.text, findings, records);
+    expectAnalysis(row.name, row.text, "", records, {0});
+    // A callback that stops there leaves the rest unsaid.
+    expectAnalysis(row.name, row.text, "", records, {9, 2});
+  }
 }
 
 TEST(Database, FieldsAddedByExtraInfoFillTheList) {
@@ -161,6 +192,39 @@ TEST(Database, LongListsAnswerAsShortOnes) {
     const size_t known = std::min<size_t>(40, (std::min<size_t>(count, 700) + 30) / 31);
     EXPECT_EQ(result.counts.errors, 40 - known + (count > 900 ? 0 : 1) + (count > 5 ? 0 : 1));
   }
+}
+
+// A block keyed by one field may write the other one, which is then found under its new value only.
+TEST(Database, KeysChangedAfterTheirFirstLookup) {
+  const std::string text =
+      database("POINTS (PointNo,PointID)\n" + repeated("7,\"x\";\n", 100) +
+               "1,\"A\";\n2,\"B\";\nEXTRAINFO (PointID,SYS)\n\"A\",1;\nEND EXTRAINFO\n"
+               "EXTRAINFO (PointNo,PointID)\n1,\"C\";\nEND EXTRAINFO\n"
+               "EXTRAINFO (PointID,PointNo,SYS)\n\"A\",9,9;\n\"C\",3,2;\nEND EXTRAINFO\n"
+               "EXTRAINFO (PointNo,SYS)\n1,9;\n3,4;\n2,5;\nEND EXTRAINFO\nEND POINTS\n");
+  const Analysed result = analyse(text);
+  EXPECT_EQ(result.findings, "112 E2100 \"A\",9,9;\n116 E2100 1,9;\n");
+  EXPECT_EQ(result.records, "24(PointNo PointID SYS SYS SYS)\n" +
+                                repeated("34 PointNo=7 PointID=\"x\"\n", 100) +
+                                "34 PointNo=3 PointID=\"C\" SYS=4\n34 PointNo=2 PointID=\"B\" "
+                                "SYS=5\n");
+}
+
+TEST(Database, AlternatingKeysCostNoMoreThanOneKind) {
+  const auto seconds = [](const char* first, const char* second) {
+    std::string text = "POINTS (PointNo,PointID)\n";
+    for (int i = 0; i < 50000; ++i) {
+      text += std::to_string(i) + ",\"" + std::to_string(i) + "\";\n";
+    }
+    for (int i = 0; i < 1000; ++i) text += std::string(first) + second;
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(analyse(database(text + "END POINTS\n"), {0, 1}).status, TVO_ERR_ABORTED);
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  };
+  const char* const number = "EXTRAINFO (PointNo,PointID,SYS)\n40000,\"40000\",1;\nEND EXTRAINFO\n";
+  const char* const identifier = "EXTRAINFO (PointID,SYS)\n\"40000\",1;\nEND EXTRAINFO\n";
+  // Far from any noise: a new index for every block takes a hundred times as long.
+  EXPECT_LT(seconds(number, identifier), 5 * seconds(number, number) + 0.1);
 }
 
 TEST(Database, LinesPolygonsAndTheirSubSections) {

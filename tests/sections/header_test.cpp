@@ -77,6 +77,12 @@ TEST(Header, SeparatorAndTerminatorChangeAtOnce) {
        header("SEPARATOR ';';\nTERMINATOR ','\n") +
            inBlock("DATABASE", "JOBS (JobNo;TimeZone)", "1;2.5,\n"),
        "", "1(SEPARATOR TERMINATOR)\n5 SEPARATOR=';' TERMINATOR=','\n" + jobs},
+      // Where the quote separates, no text begins with it: every such field is empty.
+      {"quote",
+       header("SEPARATOR '\"'\n") +
+           inBlock("DATABASE", "JOBS (JobNo\"Name\"TimeZone)", "1\"\"2.5;\n1\"\"x\"\"2.5;\n"),
+       "7 E2500 x\n",
+       "1(SEPARATOR)\n5 SEPARATOR='\"'\n23(JobNo Name TimeZone)\n33 JobNo=1 TimeZone=2.5\n"},
       {"numbers end at any separator",
        header("SEPARATOR .;\n") + inBlock("DATABASE", "JOBS (JobNo.TimeZone)", "1.2;\n1.2.5;\n"),
        "7 E2051 1.2.5;\n",
@@ -161,6 +167,19 @@ TEST(Header, OffsetsTakeTheUnitInForce) {
                  "5 W7010 HEIGHT\n6 E2500 x\n",
                  "3(NORTH ELEVATION)\n7 NORTH=1 ELEVATION=-2\n2(LINEAR)\n6 LINEAR=LINKS\n"
                  "3(NORTH)\n7 NORTH=0.201168\n");
+}
+
+TEST(Header, UnitsMayNotMakeValuesInfinite) {
+  expectAnalysis(
+      "factors too large",
+      header("UNITS\nLINEAR USER 1e30\nANGULAR USER -1e300\nEND UNITS\nOFFSETS\nEAST 1e300\n"
+             "NORTH 1e270\nEND OFFSETS\n") +
+          "THEODOLITE\nSLOPE (TgtNo,SDist,RefHt,Hz)\n1,1e278,1e8,-1e8;\n2,1e300 ,2,2;\n"
+          "3,1,1e9,2;\n4,1,-1e9,-1e9;\n5,,,;\nEND SLOPE\nEND THEODOLITE\n",
+      "7 E2500 1e300\n14 E2500 1e300\n15 E2500 1e9\n16 E2500 -1e9\n16 E2500 -1e9\n",
+      "2(LINEAR ANGULAR)\n6 ANGULAR=USER4 LINEAR=USER14 +=-1e+300 +=1e+30\n3(NORTH)\n"
+      "7 NORTH=1e+300\n49(TgtNo SDist RefHt Hz)\n"
+      "54 TgtNo=1 Hz=1e+308 SDist=1e+308 RefHt=1e+38\n54 TgtNo=5\n");
 }
 
 TEST(Header, ProjectItems) {

@@ -57,6 +57,9 @@ TEST(Operations, PairsOfLines) {
        operations("SQUARE_LEFT\n1,x;\nSQUARE_LEFT\n1,2\nSQUARE_LEFT\n1,2,\nSQUARE_LEFT\n"
                   "1;2;\n"),
        "3 E2500 1,x;\n5 E2500 1,2\n7 E2500 1,2,\n9 E2051 1;\n", numbers},
+      {"empty fields",
+       operations("SQUARE_LEFT\n1,2;\nSQUARE_LEFT\n,2;\nSQUARE_LEFT\n1,;\nSQUARE_LEFT\n1, ,\n"),
+       "5 E2500 ,2;\n7 E2500 1,;\n9 E2500 1, ,\n", numbers + "56 SQUARE_LEFT\n57 1 2\n"},
       {"end of the input", "OPERATIONS\nSQUARE_LEFT\n1,2;\n", "3 E2012 OPERATIONS\n",
        numbers + "56 SQUARE_LEFT\n57 1 2\n"},
       {"limit",

@@ -159,6 +159,15 @@ TEST_F(RecordsTest, FormatKeepsRepeatedSectionsAndForeignDelimiters) {
   EXPECT_NE(read("odd-new.tvo").find("\"B\"|51545.0000000000|2|\"n\"|2.5"), std::string::npos);
 }
 
+// EXTRAINFO blocks list a column again and again; a definition has room for each once.
+TEST_F(RecordsTest, FormatDeclaresEveryColumnOnce) {
+  std::string text = "DATABASE\nPOINTS (PointNo)\n1;\n";
+  for (int i = 0; i < 50; ++i) text += "EXTRAINFO (PointNo,SYS)\n1,7;\nEND EXTRAINFO\n";
+  write("extra.tvo", text + "END POINTS\nEND DATABASE\n");
+  expectOutput(0, {"format", "extra.tvo", "-o", "extra-new.tvo"});
+  EXPECT_NE(read("extra-new.tvo").find("(PointNo,SYS)"), std::string::npos);
+}
+
 TEST_F(RecordsTest, ImportAndBuildGiveBackWhatADataFileKeeps) {
   const std::string text = example("survey.tvo");
   const std::string out = expectOutput(0, {"import", text, "-o", "survey.dat"});

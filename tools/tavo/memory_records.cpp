@@ -1,6 +1,7 @@
 // Copies of records in large chunks, and their replay.
 #include "memory_records.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "schema/catalogue.h"
@@ -9,13 +10,18 @@ namespace tavo::tool {
 
 namespace {
 
-// A list of nothing else stays, since a block has at least one column.
-void dropUnknownColumns(char* bytes) {
+// Drops columns without a name, and repeated ones: EXTRAINFO blocks may list a column more often
+// than a definition has room for. A list of nothing else stays, since a block has at least one
+// column.
+void dropNeedlessColumns(char* bytes) {
   ColumnsRecord record;
   std::memcpy(&record, bytes, sizeof record);
   size_t kept = 0;
   for (size_t i = 0; i + 1 < TVO_COLUMNS_ROOM && record.fields[i] != TVO_FIELD_End; ++i) {
-    if (record.fields[i] != 0) record.fields[kept++] = record.fields[i];
+    const FieldId id = record.fields[i];
+    const bool repeated =
+        std::find(record.fields, record.fields + kept, id) != record.fields + kept;
+    if (id != 0 && !repeated) record.fields[kept++] = id;
   }
   if (kept == 0) return;
   std::memset(record.fields + kept, 0, sizeof record.fields - kept * sizeof record.fields[0]);
@@ -63,7 +69,7 @@ void MemoryRecords::prepareForWriting() {
   const char* operationColumns = nullptr;
   for (size_t i = 0; i < records_.size(); ++i) {
     const Entry& entry = records_[i];
-    if (schema::recordDef(entry.type).columns) dropUnknownColumns(entry.bytes);
+    if (schema::recordDef(entry.type).columns) dropNeedlessColumns(entry.bytes);
     const RecordType before = completed.empty() ? RecordType{0} : completed.back().type;
     if (entry.type == TVO_RECORD_OPERATIONS_COLUMNS) {
       operationColumns = entry.bytes;

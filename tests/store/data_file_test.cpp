@@ -259,6 +259,40 @@ class FailingFiles : public platform::FileSystem {
   }
 };
 
+// A search that fails has not found that there is nothing: no duplicate gets in behind it.
+TEST_F(DataFileTest, FailedSearchIsNoMissingRecord) {
+  {
+    RecordStore store;
+    ASSERT_EQ(store.setDataFile(kPath), 0u);
+    fill(store, 2000);
+    ASSERT_EQ(store.close(), 0);
+  }
+  const PointRecord stored = point(777 * 7919 % 10007 + 1, "777");
+  for (const auto how : {platform::Transfer::kFailed, platform::Transfer::kShort}) {
+    for (const bool writes : {false, true}) {
+      int failures = 0;
+      for (int failAt = 0;; ++failAt) {
+        FailingFiles files;
+        RecordStore store(files);
+        ASSERT_EQ(store.openDataFile(kPath), 0u);
+        files.how = how;
+        files.readsToo = true;
+        files.failAt = failAt;
+        PointRecord record = stored;
+        const uint32_t status = writes ? store.write(TVO_RECORD_POINTS, &record)
+                                       : store.find(TVO_RECORD_POINTS, &record, kByNumber);
+        if (!files.failed) {
+          EXPECT_EQ(status, writes ? uint32_t{TVO_ERR_DUPLICATE} : 0u);
+          break;
+        }
+        EXPECT_EQ(TVO_CODE(status), TVO_ERR_NO_RECORD) << failAt;
+        ++failures;
+      }
+      EXPECT_GT(failures, 2);
+    }
+  }
+}
+
 TEST_F(DataFileTest, FullDiskGivesTheWriteError) {
   FailingFiles files;
   RecordStore store(files);

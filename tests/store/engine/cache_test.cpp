@@ -1,4 +1,6 @@
 // Page buffers, write modes and markers, and what is left when transfers fail.
+#include <map>
+
 #include "engine_fixture.h"
 #include "store/engine/tree.h"
 
@@ -77,6 +79,26 @@ TEST_F(CacheTest, DirtyBufferGoesToItsOwnFileFirst) {
   EXPECT_EQ(page::count(bytesOf(store).data() + 1024), 4);
 }
 
+// Many pages of one kind are worked on when a page becomes one of that kind.
+TEST_F(CacheTest, PageThatChangesItsLevelFindsRoom) {
+  const TempFile other("_other");
+  PageCache cache;
+  Store a(cache, files_);
+  Store b(cache, files_);
+  ASSERT_EQ(a.create(file_.path(), kIndexes), kOk);
+  ASSERT_EQ(b.create(other.path(), kIndexes), kOk);
+  for (Store* const store : {&a, &b}) ASSERT_EQ(store->setWriteMode(0), kOk);
+  const auto insert = [](Store& store, std::uint32_t n) {
+    Sample sample;
+    sample.set(1, n * 7919 % 10007, std::string(170, 'k') + std::to_string(n * 7919 % 10007));
+    ASSERT_EQ(store.insert(sample.fields, kSampleType), kOk);
+  };
+  for (std::uint32_t n = 1; n <= 3000; ++n) insert(a, n);
+  for (std::uint32_t n = 1; n <= 60; ++n) insert(b, n);
+  for (Store* const store : {&a, &b}) ASSERT_EQ(store->close(), kOk);
+  for (const char* const path : {file_.path(), other.path()}) EXPECT_EQ(findings(path), "");
+}
+
 TEST_F(CacheTest, BufferCountsAllGiveTheSameFile) {
   std::vector<std::uint8_t> expected;
   for (const unsigned buffers : {10u, 0u, 1u, 3u, 100u}) {
@@ -123,6 +145,94 @@ TEST_F(CacheTest, WriteModes) {
       EXPECT_EQ(loadU16(bytesOf(store).data() + kModifiedMarker), 0);
     }
   }
+  ASSERT_EQ(store.close(), kOk);
+  EXPECT_EQ(findings(file_.path()), "");
+}
+
+// Mode 2 writes leaf pages at once and no others, which close writes.
+TEST_F(CacheTest, LeafPagesAreWrittenAtOnceInnerPagesLater) {
+  PageCache cache;
+  Store store(cache, files_);
+  make(store, file_.path(), 2, 20);
+  startLog();
+  fill(store, 100, 400);
+  files_.logging = false;
+  std::map<std::int32_t, int> written;
+  for (const auto& operation : files_.log) {
+    if (operation.kind == 'w' && operation.position >= kPageSize)
+      ++written[static_cast<std::int32_t>(operation.position / kPageSize) - 1];
+  }
+  int leaves = 0;
+  const auto pages = static_cast<std::int32_t>(store.block().header.pagesInUse);
+  const auto inFile = bytesOf(store);
+  for (std::int32_t n = 0; n < pages; ++n) {
+    WorkPage* w = nullptr;
+    ASSERT_EQ(store.block().cache->load(store.block(), n, w), kOk);
+    const std::uint8_t* const image = inFile.data() + pagePosition(n);
+    if (w->level() == 0) {
+      ++leaves;
+      EXPECT_EQ(std::memcmp(w->bytes, image, kPageSize), 0) << n;
+    } else {
+      EXPECT_NE(std::memcmp(w->bytes, image, kPageSize), 0) << n;
+      EXPECT_LE(written[n], 2) << n;  // as a leaf, and to make it a reserve page
+    }
+  }
+  EXPECT_GT(leaves, 30);
+  ASSERT_EQ(store.close(), kOk);
+  EXPECT_EQ(findings(file_.path()), "");
+}
+
+// Whether the marker in the file is set, as another program would see it.
+bool marked(Store& store) {
+  std::uint8_t marker[2] = {};
+  store.block().file->readAt(kModifiedMarker, marker, sizeof marker);
+  return loadU16(marker) == kMarkerValue;
+}
+
+TEST_F(CacheTest, MarkerBelongsToTheTransaction) {
+  PageCache cache;
+  Store store(cache, files_);
+  make(store, file_.path(), 0);
+  ASSERT_EQ(store.setWriteMode(4), kOk);
+  // Pages of the mode before are pushed out between transactions: no transaction, no marker.
+  for (std::int32_t n = 1; n <= 40; ++n) load(store, n);
+  EXPECT_FALSE(marked(store));
+  for (const int mode : {4, 0}) {
+    ASSERT_EQ(store.beginWrite(), kOk);
+    // From the first page that is written to the end, whatever mode is set meanwhile.
+    fill(store, 1000 + static_cast<std::uint32_t>(mode) * 100,
+         1080 + static_cast<std::uint32_t>(mode) * 100);
+    EXPECT_TRUE(marked(store));
+    ASSERT_EQ(store.setWriteMode(mode), kOk);
+    ASSERT_EQ(store.endWrite(), kOk);
+    EXPECT_FALSE(marked(store));
+  }
+  ASSERT_EQ(store.close(), kOk);
+  EXPECT_EQ(loadU16(file_.bytes().data() + kModifiedMarker), 0);
+  EXPECT_EQ(findings(file_.path()), "");
+}
+
+TEST_F(CacheTest, FailedCloseIsReported) {
+  PageCache cache;
+  Store store(cache, files_);
+  make(store, file_.path(), 0);
+  files_.writesUntilFault = 3;
+  EXPECT_EQ(store.close(), kHeaderTransfer);
+  EXPECT_FALSE(store.isOpen());
+}
+
+// The pages of a store that can no longer be closed go with it.
+TEST_F(CacheTest, DamagedControlBlockLeavesNoPages) {
+  const TempFile other("_other");
+  PageCache cache;
+  Store store(cache, files_);
+  make(store, file_.path());
+  {
+    Store damaged(cache, files_);
+    make(damaged, other.path());
+    damaged.block().guard3 = 'x';
+  }
+  fill(store, 2000, 2300);
   ASSERT_EQ(store.close(), kOk);
   EXPECT_EQ(findings(file_.path()), "");
 }

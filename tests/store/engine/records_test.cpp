@@ -45,7 +45,8 @@ TEST_F(RecordsTest, FieldListsAreChecked) {
                {[](Field& f) { f.length = -1; }, kBadFieldLength, kOk},
                {[](Field& f) { f.length = 31233; }, kBadFieldLength, kOk},
                {[](Field& f) { f.index = 16; }, kBadIndexNumber, kBadIndexNumber},
-               {[](Field& f) { f.length = 3; }, kTooLong, kOk}};
+               {[](Field& f) { f.length = 3; }, kTooLong, kOk},
+               {[](Field& f) { f.length = 0; }, kTooLong, kOk}};
   for (std::size_t i = 0; i < std::size(cases); ++i) {
     Field fields[] = {good, {'E', 0, 'N', 0, 0, nullptr}};
     cases[i].spoil(fields[0]);
@@ -171,6 +172,91 @@ TEST_F(RecordsTest, ReplaceMovesKeysAndPieces) {
   ASSERT_EQ(store_.read(sample_.fields), kOk);
   EXPECT_EQ(sample_.number, 1000u);
   expectSound(30);
+}
+
+// A record whose page cannot be read as one is not there; nothing is changed around it.
+TEST_F(RecordsTest, RecordInAnUnreadablePageIsMissing) {
+  for (std::uint32_t n = 1; n <= 40; ++n) ASSERT_EQ(insert(1, n, "n", 200), kOk);
+  ASSERT_EQ(store_.close(), kOk);
+  const auto good = file_.bytes();
+  for (std::uint32_t at = kPageSize; at < good.size(); at += kPageSize) {
+    // The root, and every leaf that begins with pieces of records.
+    const std::uint8_t* const p = good.data() + at;
+    const bool pieces = page::level(p) == 0 && page::count(p) != 0 && p[kPageHead + 1] == kRecords;
+    if (at != kPageSize && !pieces) continue;
+    auto bad = good;
+    page::setCount(bad.data() + at, kMaxEntries + 1);
+    file_.write(bad);
+    ASSERT_EQ(store_.open(file_.path(), kIndexes), kOk);
+    store_.setCurrentRecord(pieces ? entry::record(p + kPageHead) : 1);
+    if (pieces && entry::piece(p + kPageHead) != 0) store_.setCurrentRecord(0);
+    if (store_.currentRecord() != 0) {
+      std::uint8_t type = 0;
+      EXPECT_EQ(store_.typeByte(&type), kRecordMissing);
+      EXPECT_EQ(store_.read(sample_.fields), kRecordMissing);
+      EXPECT_EQ(store_.replace(sample_.fields), kRecordMissing);
+      EXPECT_EQ(store_.remove(sample_.fields), kRecordMissing);
+      EXPECT_EQ(store_.recordCount(), 40u);
+    }
+    ASSERT_EQ(store_.close(), kOk);
+  }
+}
+
+// Keys that are equal but not the same: the index follows the record.
+TEST(Keys, ZeroBecomesNegativeZero) {
+  for (const char duplicates : {'U', 'D'}) {
+    const TempFile file(std::string(1, duplicates));
+    PageCache cache;
+    Store store(cache);
+    const IndexDef defs[] = {{5, 7, nullptr}, {0, 0, nullptr}};
+    ASSERT_EQ(store.create(file.path(), defs), kOk);
+    double value = 0.0;
+    const Field fields[] = {{'D', 7, duplicates, 8, 5, &value}, {'E', 0, 'N', 0, 0, nullptr}};
+    ASSERT_EQ(store.insert(fields, 1), kOk);
+    for (const double next : {-0.0, 0.0, 1.0, -0.0}) {
+      value = next;
+      ASSERT_EQ(store.replace(fields), kOk) << next;
+      ASSERT_EQ(store.find(5, &value, 8, kEqual), kOk);
+      EXPECT_EQ(std::memcmp(store.block().cursors[5].key, &value, 8), 0);
+    }
+    EXPECT_EQ(store.remove(fields), kOk);
+    EXPECT_EQ(store.position(5, kFirst), kNotFound);
+  }
+}
+
+// Fields that hold nothing are left out of the packed record, and their keys are the same all the
+// same.
+TEST(Keys, SegmentsOverEmptyFields) {
+  const TempFile file;
+  PageCache cache;
+  Store store(cache);
+  const KeySegment segments[] = {{0, 1, 0},  {2, 2, 0}, {7, 2, 0},
+                                 {16, 3, 0}, {1, 4, 0}, {31, 0, 0}};
+  const IndexDef defs[] = {{2, 8, segments}, {0, 0, nullptr}};
+  ASSERT_EQ(store.create(file.path(), defs), kOk);
+  std::uint16_t number = 1;
+  char code[10];
+  double real = 0;
+  std::uint8_t blob[2 + 4] = {};
+  char text[5] = "";
+  const Field fields[] = {{'U', 8, 'U', 2, 2, &number}, {'C', 'N', 'N', 10, 0, code},
+                          {'D', 'N', 'N', 8, 0, &real}, {'B', 'N', 'N', 4, 0, blob},
+                          {'S', 'N', 'N', 5, 0, text},  {'E', 0, 'N', 0, 0, nullptr}};
+  for (int round = 0; round < 3; ++round) {
+    std::memset(code, ' ', sizeof code);
+    real = 0;
+    ASSERT_EQ(store.insert(fields, 1), kOk) << round;
+    EXPECT_EQ(store.insert(fields, 1), kNotFound);
+    ASSERT_EQ(store.find(2, fields, kEqual), kOk);
+    if (round == 1) {
+      code[0] = 'x';
+      real = 2;
+      ASSERT_EQ(store.replace(fields), kOk);
+      EXPECT_EQ(store.find(2, fields, kEqual), kOk);
+    }
+    ASSERT_EQ(store.remove(fields), kOk);
+    EXPECT_EQ(store.position(2, kFirst), kNotFound);
+  }
 }
 
 TEST_F(RecordsTest, ReadOnlyFilesAreNotChanged) {

@@ -176,6 +176,95 @@ TEST(Shared, OpenMarkerIsWaitedForAndCleared) {
   EXPECT_EQ(waits, 5000);
   ASSERT_EQ(store.close(), kOk);
   EXPECT_EQ(loadU32(file.bytes().data() + kOpenMarker), 0u);
+  // An opener that only reads cannot clear it and goes on.
+  file.write(bytes);
+  ASSERT_EQ(store.open(file.path(), kIndexes, shared('S', 1)), kOk);
+  ASSERT_EQ(store.close(), kOk);
+  EXPECT_EQ(loadU32(file.bytes().data() + kOpenMarker), kMarkerValue);
+}
+
+// Whatever ends of read transactions are not matched by beginnings, no reader byte stays locked.
+TEST(Shared, UnmatchedEndsOfReading) {
+  const TempFile file;
+  makeFile(file.path(), 3);
+  Opener a;
+  ASSERT_EQ(a.store.open(file.path(), kIndexes, shared()), kOk);
+  const auto other = platform::nativeFileSystem().open(file.path(), platform::Access::kReadWrite,
+                                                       platform::Sharing::kReadWrite);
+  ASSERT_NE(other, nullptr);
+  const auto readersAreGone = [&] {
+    return other->tryLock(kReaderBytes, kSlots) && other->unlock(kReaderBytes, kSlots);
+  };
+  // The count is one byte.
+  for (const int begins : {0, 1, 256, 257}) {
+    for (int i = 0; i < begins; ++i) ASSERT_EQ(a.store.beginRead(), kOk);
+    EXPECT_EQ(readersAreGone(), begins == 0);
+    EXPECT_EQ(a.store.endRead(), begins == 0 ? kNoTransaction : kOk);
+    EXPECT_TRUE(readersAreGone()) << begins;
+    EXPECT_EQ(a.store.endRead(), kNoTransaction);
+    ASSERT_EQ(a.store.position(3, kFirst), kOk);
+    EXPECT_TRUE(readersAreGone()) << begins;
+  }
+}
+
+// A writer that dies in the middle of a long transaction leaves a file that others can go on with.
+TEST(Shared, HeaderKeepsUpWithTheRecordNumbers) {
+  const TempFile file;
+  makeFile(file.path(), 20);
+  TestFiles files;
+  {
+    PageCache cache;
+    Store dying(cache, files);
+    ASSERT_EQ(dying.open(file.path(), kIndexes, shared()), kOk);
+    Sample sample;
+    ASSERT_EQ(dying.position(3, kFirst), kOk);
+    ASSERT_EQ(dying.lockRecord(), kOk);
+    ASSERT_EQ(dying.remove(sample.fields), kOk);
+    ASSERT_EQ(dying.beginWrite(), kOk);
+    for (std::uint32_t n = 100; n < 400; ++n) {
+      const std::uint32_t number = dying.block().header.nextRecord;
+      sample.set(1, 30000 + n * 7919 % 10007, "dying", 300);
+      ASSERT_EQ(dying.insert(sample.fields, kSampleType), kOk);
+      std::uint8_t header[kHeaderSize];
+      ASSERT_EQ(dying.block().file->readAt(0, header, sizeof header), platform::Transfer::kDone);
+      // The first one had a number that waited for reuse.
+      EXPECT_EQ(loadU32(header + 44), n == 100 ? 21u : number + 1);
+      EXPECT_GE(loadU32(header + 52), n == 100 ? 0u : dying.block().header.pagesInUse);
+    }
+    files.writesUntilFault = 0;
+    files.lasting = true;
+  }
+  Opener next;
+  ASSERT_EQ(next.store.open(file.path(), kIndexes, shared()), kOk);
+  Sample sample;
+  for (std::uint32_t n = 20000; n < 20050; ++n) {
+    sample.set(1, n, "next", 100);
+    EXPECT_NE(next.store.insert(sample.fields, kSampleType), kCorrupt) << n;
+  }
+}
+
+// A lock whose holder is gone is taken over; the holder's slot byte is only looked at.
+TEST(Shared, SlotOfADeadOpenerStaysFree) {
+  const TempFile file;
+  makeFile(file.path(), 3);
+  Opener a;
+  ASSERT_EQ(a.store.open(file.path(), kIndexes, shared()), kOk);
+  {
+    TestFiles files;
+    PageCache cache;
+    Store dying(cache, files);
+    ASSERT_EQ(dying.open(file.path(), kIndexes, shared()), kOk);
+    ASSERT_EQ(dying.block().slot, 1);
+    ASSERT_EQ(dying.position(3, kFirst), kOk);
+    ASSERT_EQ(dying.lockRecord(), kOk);
+    files.writesUntilFault = 0;
+    files.lasting = true;
+  }
+  ASSERT_EQ(a.store.position(3, kFirst), kOk);
+  ASSERT_EQ(a.store.lockRecord(), kOk);
+  Opener b;
+  ASSERT_EQ(b.store.open(file.path(), kIndexes, shared()), kOk);
+  EXPECT_EQ(b.store.block().slot, 1);
 }
 
 TEST(Shared, SafeWriteAmongOpeners) {

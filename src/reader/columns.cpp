@@ -121,8 +121,9 @@ class LineSplitter {
       : run_(run), keyword_(keyword), columns_(columns), target_(target), cursor_(run.line) {}
 
   DataLine split() {
-    const size_t taken = takePlainFields(run_.settings, run_.diagnostics.observed(), columns_,
-                                         &cursor_.at, cursor_.end, target_);
+    const auto takePlain =
+        run_.diagnostics.observed() ? &takePlainFields<true> : &takePlainFields<false>;
+    const size_t taken = takePlain(run_.settings, columns_, &cursor_.at, cursor_.end, target_);
     for (size_t i = taken; i < columns_.size(); ++i) {
       if (!take(columns_[i])) return outcome_;
       const bool last = i + 1 == columns_.size();

@@ -19,28 +19,30 @@ namespace plain {
 
 // Numbers of which the record may lose something are left to the parsers when somebody wants to
 // know: whole numbers that are too large, and reals so long that not all digits are safe.
-template <class Value>
-inline const char* takeUnsigned(const char* p, const char* end, bool observed, uint8_t* target) {
-  constexpr std::ptrdiff_t kSafeDigits = std::numeric_limits<uint64_t>::digits10;
+template <class Value, bool kObserved>
+inline const char* takeUnsigned(const char* p, const char* end, uint8_t* target) {
+  constexpr std::ptrdiff_t kSafeDigits = std::numeric_limits<Value>::digits10;
+  constexpr std::ptrdiff_t kCountedDigits = std::numeric_limits<uint64_t>::digits10;
   uint64_t number = 0;
   const char* const behind = scanDigits(p, end, &number);
   const Value value = static_cast<Value>(number);
   std::memcpy(target, &value, sizeof value);
-  if (observed && (value != number || behind - p > kSafeDigits)) return nullptr;
+  if (kObserved && behind - p > kSafeDigits && (value != number || behind - p > kCountedDigits)) {
+    return nullptr;
+  }
   return behind == p ? nullptr : behind;
 }
 
-template <class Real>
-inline const char* takeReal(const char* p, const char* end, bool observed, uint8_t* target) {
-  // One more character is the point, or a digit of a number that is whole and small enough.
-  constexpr std::ptrdiff_t kSafeLength = std::numeric_limits<Real>::digits10 + 1;
-  const char* const start = p;
+template <class Real, bool kObserved>
+inline const char* takeReal(const char* p, const char* end, uint8_t* target) {
+  constexpr uint64_t kSafe = sizeof(Real) == sizeof(double) ? 999'999'999'999'999 : 999'999;
   const bool negative = *p == '-';
   Real value = 0;
-  p = scanShortReal(p + (negative ? 1 : 0), end, &value);
+  p = scanShortReal < Real,
+  kObserved ? kSafe : Exact<Real>::kLargest > (p + (negative ? 1 : 0), end, &value);
   if (negative) value = -value;
   std::memcpy(target, &value, sizeof value);
-  return observed && p - start > kSafeLength ? nullptr : p;
+  return p;
 }
 
 // A quoted text without escapes that fits.
@@ -72,10 +74,10 @@ inline const char* takeEnum(const char* p, const char* end, const Settings& sett
 
 // Takes fields from *at on while they are plain and the delimiter that is due follows directly: the
 // separator with more behind it, or the terminator behind the last column. Returns how many were
-// taken and moves *at to the next field, or to the terminator. observed: see Diagnostics.
-inline size_t takePlainFields(const Settings& settings, bool observed,
-                              std::span<const Column> columns, const char** at, const char* end,
-                              uint8_t* target) {
+// taken and moves *at to the next field, or to the terminator. kObserved: see Diagnostics.
+template <bool kObserved>
+inline size_t takePlainFields(const Settings& settings, std::span<const Column> columns,
+                              const char** at, const char* end, uint8_t* target) {
   if (settings.delimitersInValues) return 0;
   const char* p = *at;
   size_t taken = 0;
@@ -85,16 +87,16 @@ inline size_t takePlainFields(const Settings& settings, bool observed,
     const char* behind = nullptr;
     switch (column.type) {
       case schema::DataType::kUint16:
-        behind = plain::takeUnsigned<uint16_t>(p, end, observed, value);
+        behind = plain::takeUnsigned<uint16_t, kObserved>(p, end, value);
         break;
       case schema::DataType::kUint32:
-        behind = plain::takeUnsigned<uint32_t>(p, end, observed, value);
+        behind = plain::takeUnsigned<uint32_t, kObserved>(p, end, value);
         break;
       case schema::DataType::kFloat:
-        behind = plain::takeReal<float>(p, end, observed, value);
+        behind = plain::takeReal<float, kObserved>(p, end, value);
         break;
       case schema::DataType::kDouble:
-        behind = plain::takeReal<double>(p, end, observed, value);
+        behind = plain::takeReal<double, kObserved>(p, end, value);
         break;
       case schema::DataType::kText:
         behind = plain::takeText(p, end, value, column.width);

@@ -27,22 +27,18 @@ void Settings::setTerminator(char c) {
   delimitersInValues = writesValues(separator) || writesValues(terminator);
 }
 
-// The current line's terminator, or null. What stands behind it is a comment.
-const char* Run::findEnd() {
-  const char* const end = line.data() + line.size();
-  const char* const cut = findTerminator(line.data(), end, settings.terminator);
-  if (cut != nullptr && cut + 1 != end &&
-      !schema::skipBlanks({cut + 1, static_cast<size_t>(end - cut) - 1}).empty()) {
-    ++commentCount;
-  }
-  return cut;
+// What stands behind a terminator is a comment.
+void Run::countComment(std::string_view behind) {
+  if (!schema::skipBlanks(behind).empty()) ++commentCount;
 }
 
 // Cuts leading blanks and what follows the terminator.
 void Run::trim(bool keepTerminatorLine) {
   line = schema::skipBlanks(line);
   const char* const begin = line.data();
-  const char* const cut = findEnd();
+  const char* const end = begin + line.size();
+  const char* const cut = findTerminator(begin, end, settings.terminator);
+  if (cut != nullptr && cut + 1 != end) countComment({cut + 1, end});
   if (cut == begin && !keepTerminatorLine) {
     line = {};
   } else if (cut != nullptr) {
@@ -77,12 +73,14 @@ int Run::readOverlong() {
   bool complete = false;
   while (!complete && source.next(&piece, &complete)) line = piece;
   if (!complete) {
-    if (!line.empty()) {
-      findEnd();  // for the count of comments alone
-      return kGoOn;
+    if (line.empty()) {
+      --lineNumber;  // what a zero byte has emptied is no line
+      return endInput();
     }
-    --lineNumber;  // what a zero byte has emptied is no line
-    return endInput();
+    const char* const end = line.data() + line.size();
+    const char* const cut = findTerminator(line.data(), end, settings.terminator);
+    if (cut != nullptr) countComment({cut + 1, end});
+    return kGoOn;
   }
   line = {overlong_, length};
   return fail(kExceedsLine, line);

@@ -83,7 +83,7 @@ class Run {
 
  private:
   void trim(bool keepTerminatorLine);
-  const char* findEnd();
+  void countComment(std::string_view behind);
   int readOverlong();
   int endInput();
 

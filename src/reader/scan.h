@@ -119,9 +119,9 @@ struct Exact<float> {
                                       1e6F, 1e7F, 1e8F, 1e9F, 1e10F};
 };
 
-// The short forms that survey files are full of: digits with at most one point, no exponent. Null
-// for any other text.
-template <class Real>
+// The short forms that survey files are full of: digits with at most one point, no exponent, and as
+// a whole number no larger than kLargest, which is exact. Null for any other text.
+template <class Real, uint64_t kLargest = Exact<Real>::kLargest>
 inline const char* scanShortReal(const char* p, const char* end, Real* value) {
   constexpr std::ptrdiff_t kMostDigits = 18;
   uint64_t mantissa = 0;
@@ -135,7 +135,7 @@ inline const char* scanShortReal(const char* p, const char* end, Real* value) {
     decimals = static_cast<size_t>(p - fraction);
     digits += p - fraction;
   }
-  if (digits == 0 || digits > kMostDigits || mantissa > Exact<Real>::kLargest ||
+  if (digits == 0 || digits > kMostDigits || mantissa > kLargest ||
       decimals >= std::size(Exact<Real>::kPowers) || (p != end && (*p == 'e' || *p == 'E'))) {
     return nullptr;
   }

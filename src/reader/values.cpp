@@ -111,23 +111,28 @@ size_t significantDigits(std::string_view text, char (&digits)[kMaxLine]) {
   return count;
 }
 
-// Notes a number whose digits do not survive: written with as many digits as its text has, the
-// value is another number.
+// Whether the digits of a number's text do not survive: written with as many, the value is another
+// number.
 template <class Real>
-void noteLostDigits(Run& run, std::string_view text, Real value) {
-  using Limits = std::numeric_limits<Real>;
-  if (!run.diagnostics.observed()) return;
-  if (text.size() <= Limits::digits10 && std::abs(value) >= Limits::min()) return;
+bool losesDigits(std::string_view text, Real value) {
   char digits[kMaxLine];
   const size_t count = significantDigits(text, digits);
-  if (count == 0 || (count <= Limits::digits10 && std::abs(value) >= Limits::min())) return;
+  if (count == 0) return false;
   char written[kMaxLine + 16];
   const auto end = std::to_chars(written, written + sizeof written, std::abs(value),
                                  std::chars_format::scientific, static_cast<int>(count) - 1);
   char kept[kMaxLine];
   const size_t left = significantDigits({written, static_cast<size_t>(end.ptr - written)}, kept);
-  if (left == count && std::memcmp(digits, kept, count) == 0) return;
-  run.diagnostics.noteLoss(Loss::kDigits, run.lineNumber, text);
+  return left != count || std::memcmp(digits, kept, count) != 0;
+}
+
+// A short number keeps its digits, unless it is too small for the type.
+template <class Real>
+void noteLostDigits(Run& run, std::string_view text, Real value) {
+  using Limits = std::numeric_limits<Real>;
+  if (!run.diagnostics.observed()) return;
+  if (text.size() <= Limits::digits10 && std::abs(value) >= Limits::min()) return;
+  if (losesDigits(text, value)) run.diagnostics.noteLoss(Loss::kDigits, run.lineNumber, text);
 }
 
 template <class Real>
@@ -260,14 +265,19 @@ int finishText(Run& run, Cursor& cursor, const char* start, int status) {
   return status == kStop ? kStop : second;
 }
 
-// Notes a whole number that is larger than its type's largest, so that its low bits alone are kept.
-// The number itself may have lost bits already.
-void noteWrapped(Run& run, std::string_view text, uint64_t number, uint64_t largest) {
-  constexpr size_t kSafeDigits = std::numeric_limits<uint64_t>::digits10;
-  if (!run.diagnostics.observed()) return;
+void noteUnsafeNumber(Run& run, std::string_view text, uint64_t number, uint64_t largest) {
   const size_t leading = std::min(text.find_first_not_of("+-0"), text.size());
-  if (number > largest || text.size() - leading > kSafeDigits) {
+  if (number > largest || text.size() - leading > std::numeric_limits<uint64_t>::digits10) {
     run.diagnostics.noteLoss(Loss::kNumber, run.lineNumber, text);
+  }
+}
+
+// Notes a whole number, behind which the cursor stands, that is larger than its type's largest, so
+// that its low bits alone are kept. So long a number may have lost some already.
+inline void noteLostBits(Run& run, const char* start, const Cursor& cursor, uint64_t number,
+                         uint64_t largest) {
+  if (number > largest || cursor.at - start > std::numeric_limits<uint64_t>::digits10) {
+    noteUnsafeNumber(run, cutTrailing(start, cursor.at), number, largest);
   }
 }
 
@@ -278,9 +288,7 @@ int parseNarrow(Run& run, Cursor& cursor, Unsigned* value) {
   const char* const start = cursor.at;
   const int status = parseUnsigned(run, cursor, &number);
   *value = static_cast<Unsigned>(number);
-  if (status == 0) {
-    noteWrapped(run, cutTrailing(start, cursor.at), number, std::numeric_limits<Unsigned>::max());
-  }
+  if (status == 0) noteLostBits(run, start, cursor, number, std::numeric_limits<Unsigned>::max());
   return status;
 }
 
@@ -328,7 +336,7 @@ int parseUint8(Run& run, Cursor& cursor, uint8_t* value) {
     return rejectField(run, cursor, kExceedsDatatype);
   }
   *value = static_cast<uint8_t>(number);
-  noteWrapped(run, cutTrailing(start.at, cursor.at), number, UINT8_MAX);
+  noteLostBits(run, start.at, cursor, number, UINT8_MAX);
   return 0;
 }
 
@@ -346,7 +354,7 @@ int parseInt16(Run& run, Cursor& cursor, int16_t* value) {
     return rejectField(run, cursor, kSyntaxError);
   }
   *value = static_cast<int16_t>(static_cast<uint16_t>(negative ? 0 - number : number));
-  noteWrapped(run, cutTrailing(start, cursor.at), number, INT16_MAX + (negative ? 1U : 0U));
+  noteLostBits(run, start, cursor, number, INT16_MAX + (negative ? 1U : 0U));
   return 0;
 }
 

@@ -1,11 +1,20 @@
-// What one analysis leaves to the next of the same library: the point columns of OPERATIONS, and
-// nothing else. What a single analysis gives is shown by the surveys of tests/cases.
+// What the surveys of tests/cases cannot show: numbers behind words that are spelled alike, and
+// what one analysis leaves to the next of the same library.
 #include <gtest/gtest.h>
 
 #include "support/analysis.h"
 
 namespace tavo::tests {
 namespace {
+
+TEST(Units, UserUnitsHaveANumberOfTheirOwnInEachGroup) {
+  expectAnalysis("user units",
+                 "HEADER\nUNITS\nLINEAR USER 2\nANGULAR USER 3\nGEOCRD USER 4\nEND UNITS\n"
+                 "END HEADER\n",
+                 "",
+                 "2(LINEAR ANGULAR GEOCRD)\n"
+                 "6 ANGULAR=USER4 LINEAR=USER14 GEOCRD=USER20 +=3 +=2 +=4\n");
+}
 
 TEST(RepeatedAnalyses, BeginWithTheResetCharactersAndUnits) {
   api::Library library;

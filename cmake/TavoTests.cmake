@@ -62,6 +62,7 @@ function(tavo_add_test_support)
   target_compile_definitions(
     tavo_test_support
     PUBLIC TAVO_EXAMPLES_DIR="${tavo_root_prefix}${PROJECT_SOURCE_DIR}/examples"
+           TAVO_CASES_DIR="${tavo_root_prefix}${PROJECT_SOURCE_DIR}/tests/cases"
            TAVO_VERSION="${PROJECT_VERSION}" TAVO_TEST_EFFORT=${tavo_test_effort})
   target_include_directories(tavo_test_support PUBLIC "${PROJECT_SOURCE_DIR}"
                                                       "${PROJECT_SOURCE_DIR}/tests")

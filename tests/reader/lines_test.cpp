@@ -1,4 +1,5 @@
-// The line reader: limits, line ends, terminators and quotes, odd bytes, line numbers.
+// The line reader where a survey could not show it: bytes that no editor writes, and very long
+// files.
 #include <gtest/gtest.h>
 
 #include "support/analysis.h"
@@ -9,47 +10,6 @@ namespace {
 using namespace std::string_literals;
 
 std::string jobs(std::string_view lines) { return inBlock("DATABASE", "JOBS (JobNo,Name)", lines); }
-
-// A line of that length: a good data line, filled up behind its terminator.
-std::string longLine(size_t length) {
-  const std::string line = R"(1,"A";)";
-  return line + std::string(length - line.size(), '#');
-}
-
-TEST(Lines, LimitIs129CharactersWithEitherLineEnd) {
-  const std::string first = "23(JobNo Name)\n";
-  const std::string good = first + "33 JobNo=1 Name=\"A\"\n";
-  for (const std::string end : {"\n", "\r\n"}) {
-    for (const size_t length : {128U, 129U}) {
-      expectAnalysis(end.c_str(), jobs(longLine(length) + end), "", good);
-      expectAnalysis("blanks count", jobs(std::string(100, ' ') + longLine(length - 100) + end), "",
-                     good);
-    }
-    for (const size_t length : {130U, 131U, 257U, 258U, 259U, 387U, 1000U}) {
-      expectAnalysis(end.c_str(), jobs("\n  " + longLine(length - 2) + end + "x,;" + end),
-                     "4 E2000 1,\"A\";######### ...\n5 E2500 x\n", first);
-    }
-  }
-}
-
-TEST(Lines, LastLineWithoutLineFeedIsTakenAsItStands) {
-  const std::string open = "DATABASE\nJOBS (JobNo)\n1;\n";
-  const std::string records = "23(JobNo)\n33 JobNo=1\n";
-  const std::string missing = "4 E2012 JOBS\n4 E2012 DATABASE\n";
-  expectAll({
-      {"END behind blanks", open + "END JOBS\n \t END DATABASE", "", records},
-      {"END and a carriage return", open + "END JOBS\nEND DATABASE\r", "", records},
-      {"END before the end mark", open + "END JOBS\nEND DATABASE\x1a", "", records},
-      {"data with comment", open + "  2; comment", missing, records + "33 JobNo=2\n"},
-      {"quoted with blanks and comment", open + " 1,2; and so on",
-       "4 E2051  1,2; and so on\n" + missing, records},
-      {"129 characters", open + std::string(128, ' ') + "x", "4 E2500 x\n" + missing, records},
-      {"the last piece of more", open + std::string(2 * 129, '#') + "2;x", missing,
-       records + "33 JobNo=2\n"},
-      {"a line of blanks", open + "END JOBS\nEND DATABASE\n   ", "", records},
-      {"a terminator alone", open + "END JOBS\nEND DATABASE\n;", "", records},
-  });
-}
 
 TEST(Lines, ZeroEndsItsLineAndByte26TheInput) {
   const std::string head = "23(JobNo Name)\n";
@@ -73,34 +33,9 @@ TEST(Lines, ZeroEndsItsLineAndByte26TheInput) {
        "\x1a"
        "DATABASE",
        "", ""},
+      {"26 behind the last END", "DATABASE\nEND DATABASE\x1a", "", ""},
+      {"carriage return behind the last END", "DATABASE\nEND DATABASE\r", "", ""},
   });
-}
-
-TEST(Lines, QuotesAndBackslashesAroundTheTerminator) {
-  const std::string head = "23(JobNo Name)\n";
-  struct Row {
-    const char* line;
-    const char* name;  // as read; null: no record
-    const char* findings;
-  };
-  for (const Row& row : {
-           Row{R"(1,"a;b"; x)", "a;b", ""},
-           {R"(1,"a\";b"; x)", R"(a";b)", ""},
-           {R"(1,"a\\"; x";)", R"(a\)", ""},
-           // A quote behind two backslashes always counts, so the third one's text is cut open.
-           {R"(1,"a\\\"b"; x)", R"(a\"b)", ""},
-           {R"(1,"a\\\";b"; x)", nullptr, "3 E2500 \"a\\\\\\\";\n"},
-           {R"(1,"a\)", nullptr, "3 E2500 \"a\\\n"},
-           // Single quotes toggle as well, although texts are never in single quotes.
-           {R"(1,"it's"; x)", "it's", ""},
-           {R"(1,"it's;"; x)", nullptr, "3 E2500 \"it's;\n"},
-           {R"(1,'a;b';)", nullptr, "3 E2500 'a\n3 E2500 'a\n"},
-           {R"(1,"open;)", nullptr, "3 E2500 \"open;\n"},
-       }) {
-    std::string records = head;
-    if (row.name != nullptr) records += "33 JobNo=1 Name=\"" + std::string(row.name) + "\"\n";
-    expectAnalysis(row.line, jobs(row.line + "\n"s), row.findings, records);
-  }
 }
 
 TEST(Lines, SkippedLinesCountAndNumbersWrap) {

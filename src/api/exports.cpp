@@ -73,7 +73,7 @@ uint16_t TVO_CALL TVO_Build(const char* outputPath, TVO_RecordSource callback) {
 }
 
 uint32_t TVO_CALL TVO_SetColumns(uint8_t flag) {
-  if (Library* const state = library()) state->settings.alignColumns = flag != 0;
+  if (Library* const state = library()) state->settings.setColumns(flag != 0);
   return TVO_OK;
 }
 

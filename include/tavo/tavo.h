@@ -141,10 +141,13 @@ TVO_API uint32_t TVO_CALL TVO_Analyse(const char* inputPath, const char* logPath
  *   TVO_ERR_ABORTED       the callback asked to stop; the text is deleted */
 TVO_API uint16_t TVO_CALL TVO_Build(const char* outputPath, TVO_RecordSource callback);
 
-/* Switches column-aligned output on (not 0, the initial state) or off (0). Always 0. */
+/* Switches column-aligned output on (not 0, the initial state) or off (0). Called by the callback
+ * of a running TVO_Build, off holds from the next line on and on from the next block on. Always 0.
+ */
 TVO_API uint32_t TVO_CALL TVO_SetColumns(uint8_t flag);
 
-/* Set and get the numbers of decimals of written values. Null is ignored. Always 0. */
+/* Set and get the numbers of decimals of written values; new ones hold from the next line on, also
+ * for a TVO_Build that is running. Null is ignored. Always 0. */
 TVO_API uint32_t TVO_CALL TVO_SetDecimals(const TVO_Decimals* decimals);
 TVO_API uint32_t TVO_CALL TVO_GetDecimals(TVO_Decimals* decimals);
 

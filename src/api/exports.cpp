@@ -79,7 +79,7 @@ uint16_t TVO_CALL TVO_Build(const char* outputPath, TVO_RecordSource callback) {
 }
 
 uint32_t TVO_CALL TVO_SetColumns(uint8_t flag) {
-  Library::settings.alignColumns = flag != 0;
+  Library::settings.setColumns(flag != 0);
   return TVO_OK;
 }
 

@@ -174,7 +174,7 @@ constexpr BlockDef kBlocks[] = {
           .identifier = offsetof(PointAccuracyRecord, PointID)}),
      once(10041), often(10042), {.continues = true}},
     {kExtraInfo, kPoints, kCompletion, 0, 0, {}, {}, {},
-     {.writtenUnder = 109, .unknownKey = kUnknownPoint, .continues = true}},
+     {.writtenUnder = TVO_RECORD_POINT_EXTRAINFO_COLUMNS, .unknownKey = kUnknownPoint, .continues = true}},
     {kThemInfo, kPoints, kDataLines, RECORDS(POINT_THEMINFO), kThemInfoLayout, once(10061),
      often(10062), {.continues = true}},
     {kAnnotations, kPoints, kDataLines, RECORDS(POINT_ANNOTATIONS), kAnnotationLayout, once(10071),
@@ -186,7 +186,7 @@ constexpr BlockDef kBlocks[] = {
     {kEdges, kLines, kDataLines, RECORDS(LINE_EDGES), kEdgeLayout, once(10101), often(10102),
      {.continues = true}},
     {kExtraInfo, kLines, kCompletion, 0, 0, {}, {}, {},
-     {.writtenUnder = 110, .unknownKey = kUnknownLine, .continues = true}},
+     {.writtenUnder = TVO_RECORD_LINE_EXTRAINFO_COLUMNS, .unknownKey = kUnknownLine, .continues = true}},
     {kThemInfo, kLines, kDataLines, RECORDS(LINE_THEMINFO), kThemInfoLayout, once(10121),
      often(10122), {.continues = true}},
     {kAnnotations, kLines, kDataLines, RECORDS(LINE_ANNOTATIONS), kAnnotationLayout, once(10131),
@@ -199,7 +199,7 @@ constexpr BlockDef kBlocks[] = {
     {kEdges, kPolygons, kDataLines, RECORDS(POLYGON_EDGES), kEdgeLayout, once(10161), often(10162),
      {.continues = true}},
     {kExtraInfo, kPolygons, kCompletion, 0, 0, {}, {}, {},
-     {.writtenUnder = 111, .unknownKey = kUnknownPolygon, .continues = true}},
+     {.writtenUnder = TVO_RECORD_POLYGON_EXTRAINFO_COLUMNS, .unknownKey = kUnknownPolygon, .continues = true}},
     {kThemInfo, kPolygons, kDataLines, RECORDS(POLYGON_THEMINFO), kThemInfoLayout, once(10181),
      often(10182), {.continues = true}},
     {kAnnotations, kPolygons, kDataLines, RECORDS(POLYGON_ANNOTATIONS), kAnnotationLayout,
@@ -403,6 +403,15 @@ uint32_t parentOf(uint32_t keyword) {
 const BlockDef* blockOfColumns(RecordType columns) {
   const RecordDef& record = recordDef(columns);
   return record.columns ? record.block : nullptr;
+}
+
+const BlockDef* writtenBlock(RecordType columns) {
+  if (const BlockDef* const block = blockOfColumns(columns); block != nullptr || columns == 0) {
+    return block;
+  }
+  const BlockDef* const found = std::ranges::find_if(
+      kBlocks, [columns](const BlockDef& block) { return block.odd.writtenUnder == columns; });
+  return found == std::end(kBlocks) ? nullptr : found;
 }
 
 RecordType columnsOf(RecordType data) {

@@ -118,6 +118,10 @@ uint32_t parentOf(uint32_t keyword);
 // The row that delivers this columns record type, or null.
 const BlockDef* blockOfColumns(RecordType columns);
 
+// The row that a writer opens at this columns record type: that of blockOfColumns, or one that
+// completes its parent's records.
+const BlockDef* writtenBlock(RecordType columns);
+
 // The columns record type that goes with a data record type, or 0.
 RecordType columnsOf(RecordType data);
 

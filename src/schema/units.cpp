@@ -137,6 +137,10 @@ bool isUserUnit(EnumId unit) {
   return unit == TVO_ENUM_USER || unit == TVO_ENUM_USER_LINEAR || unit == TVO_ENUM_USER_GEOGRAPHIC;
 }
 
+bool converts(const Units& units, UnitKind kind) {
+  return isDms(units, kind) || factorOf(units, kind) != 1;
+}
+
 double toInternal(const Units& units, UnitKind kind, double value) {
   return isDms(units, kind) ? unpackDms(value) : value * factorOf(units, kind);
 }
@@ -148,6 +152,7 @@ double fromInternal(const Units& units, UnitKind kind, double value) {
 }
 
 Written toWritten(const Units& units, UnitKind kind, double value, int decimals) {
+  if (!converts(units, kind)) return {value, decimals};
   const bool dms = isDms(units, kind);
   const double converted = dms ? value / kDegree : fromInternal(units, kind, value);
   if (!std::isfinite(converted)) return {};

@@ -44,6 +44,9 @@ inline constexpr UnitItem kUnitItems[] = {
 // Whether the id is a user unit, of whichever group.
 bool isUserUnit(EnumId unit);
 
+// Whether values of the kind have another form in a file than in a record.
+bool converts(const Units& units, UnitKind kind);
+
 // Value as a file holds it -> metres or radians. An angle in DMS is packed DDD.MMSSsss with its
 // sign in front. Units "UNKNOWN" and kNone leave the value as it is.
 double toInternal(const Units& units, UnitKind kind, double value);
@@ -61,7 +64,7 @@ struct Written {
 
 // fromInternal for text of `decimals` (0 to 30) decimals. Rounds to the digits that survive the two
 // conversions, so that the text, read and written again, stays the same; minutes and seconds of DMS
-// are rounded as such and carry at 60.
+// are rounded as such and carry at 60. A value of which nothing is converted keeps all its digits.
 Written toWritten(const Units& units, UnitKind kind, double value, int decimals);
 
 }  // namespace tavo::schema

@@ -58,9 +58,7 @@ uint16_t writeText(TextSink& sink, RecordSource& source, const BuildSettings& se
     return TVO_ERR_WRITE;
   }
   Feed feed(source);
-  Writer writer{*output, feed, {}};
-  writer.state.align = settings.alignColumns;
-  writer.state.decimals = settings.decimals;
+  Writer writer{*output, feed, OutputState{settings}};
   feed.first();
   uint16_t status = feed.status();
   while (status == 0 && !output->failed()) {

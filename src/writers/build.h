@@ -10,9 +10,17 @@
 
 namespace tavo::writers {
 
+// May change while a build runs, by its source: what is written next follows.
 struct BuildSettings {
   bool alignColumns = true;         // measure every block and align its columns
   TVO_Decimals decimals{4, 4, 10};  // more than 30 decimals count as 30
+  uint32_t widthResets = 0;         // how often the measured widths were dropped
+
+  // Off drops the widths in use; on measures from the next block's lines on.
+  void setColumns(bool on) {
+    alignColumns = on;
+    if (!on) ++widthResets;
+  }
 };
 
 // Delivers records as a TVO_RecordSource does. A record is valid until the next call.

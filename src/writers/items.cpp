@@ -96,16 +96,18 @@ size_t putCharacter(Writer& writer, const FieldDef& field, const char* record, c
 
 // The item's value with room for `room` characters; 0 when its line is left out.
 size_t putItem(Writer& writer, const FieldDef& field, const char* record, size_t room, char* out) {
-  switch (field.type) {
-    case DataType::kChar:
-      return putCharacter(writer, field, record, out);
-    case DataType::kText:
-      return putQuoted(record + field.offset, field.width - 1U, room, out);
-    default:
-      return putValue(columnOf(&field, writer.state), writer.state, record, out);
+  if (field.type == DataType::kText) {
+    return putQuoted(record + field.offset, field.width - 1U, room, out);
   }
+  const Column column = columnOf(&field, writer.state);
+  const size_t size = putValue(column, writer.state, record, out);
+  // An empty date is a value like any other; in an unknown date order there is none.
+  const bool empty = size == 0 && field.type == DataType::kDateTime;
+  const bool known = writer.state.units.dateOrder != TVO_ENUM_UNKNOWN;
+  return empty && known ? putNothing(column, writer.state, record, out) : size;
 }
 
+// Unlike other items a date of the HEADER is left out when it is empty.
 size_t putHeaderItem(Writer& writer, const FieldDef& field, const char* record, size_t room,
                      char* out) {
   switch (field.type) {
@@ -115,9 +117,27 @@ size_t putHeaderItem(Writer& writer, const FieldDef& field, const char* record, 
       return putUnit(writer, field, record, out);
     case DataType::kDouble:
       return putOffset(writer, field, record, out);
+    case DataType::kChar:
+      return putCharacter(writer, field, record, out);
+    case DataType::kDateTime:
+      return putValue(columnOf(&field, writer.state), writer.state, record, out);
     default:
       return putItem(writer, field, record, room, out);
   }
+}
+
+// The line of an item whose value has been put at `value`, behind the line's own place. A value
+// that would reach beyond what a reader takes gives up the gap, then the indentation.
+void placeItem(Output& output, size_t indent, size_t column, std::string_view name, char* line,
+               const char* value, size_t size) {
+  if (indent + column + size > kLineLimit) column = name.size() + 1;
+  indent = std::min(indent, kLineLimit - std::min(kLineLimit, column + size));
+  memset(line, ' ', indent + column);
+  putText(name, line + indent);
+  char* const end = line + indent + column;
+  memmove(end, value, size);
+  end[size] = '\n';
+  output.commit(end + size + 1);
 }
 
 // Fetches the data record and writes its items; false when another record follows.
@@ -159,16 +179,12 @@ void writeItems(Writer& writer, size_t indent, const ItemBlock& block, const Fie
       continue;
     }
     const std::string_view name(field->name);
-    char* line = writer.output.reserve();
-    memset(line, ' ', indent + block.column);
-    putText(name, line + indent);
-    char* value = line + indent + block.column;
-    const size_t room = kLineLimit - indent - block.column;
+    char* const line = writer.output.reserve();
+    char* const value = line + kLineLimit;
+    const size_t room = kLineLimit - name.size() - 1;
     const size_t size = block.markUnknown ? putHeaderItem(writer, *field, record, room, value)
                                           : putItem(writer, *field, record, room, value);
-    if (size == 0) continue;
-    value[size] = '\n';
-    writer.output.commit(value + size + 1);
+    if (size > 0) placeItem(writer.output, indent, block.column, name, line, value, size);
   }
 }
 

@@ -173,7 +173,7 @@ void writeDataRecord(Output& output, const OutputState& state, size_t indent,
     const Column& column = list.columns[i];
     size_t size = putValue(column, state, record, line.slot());
     // A line of the terminator alone would be skipped as an empty one.
-    if (size == 0 && list.count == 1) size = putNothing(column, state, line.slot());
+    if (size == 0 && list.count == 1) size = putNothing(column, state, record, line.slot());
     line.field(size, widths[i], column.alignment, i + 1 == list.count);
   }
   if (list.count == 0) line.field(0, 0, Alignment::kLeft, true);

@@ -2,6 +2,8 @@
 // record types require, along the tree of blocks.
 #include <algorithm>
 #include <array>
+#include <cstring>
+#include <optional>
 
 #include "schema/catalogue.h"
 #include "writers/writer.h"
@@ -38,6 +40,7 @@ class SectionWriter {
   void closeTo(size_t depth);
   void separate(const BlockDef& block);
 
+  bool writeCodeList();
   void writeItemBlock(const BlockDef& block);
   void writeCodeListItems(const BlockDef& block);
   bool belongsToNextCodeList();
@@ -45,6 +48,7 @@ class SectionWriter {
   void writeDataBlock(const BlockDef& block);
   void writeRun();
   void measureRun();
+  void followSettings();
 
   size_t indent() const { return 2 * depth_; }
   OpenBlock& top() { return open_[depth_ - 1]; }
@@ -52,9 +56,12 @@ class SectionWriter {
   Writer& w_;
   std::array<OpenBlock, kMaxDepth> open_;
   size_t depth_ = 1;
-  bool written_ = false;         // a block stands in front of the next one at the same level
-  bool codeListAwaits_ = false;  // the open CODELIST has no items yet
+  bool written_ = false;             // a block stands in front of the next one at the same level
+  bool codeListAwaits_ = false;      // the open CODELIST has no items yet
+  std::optional<FieldList> listed_;  // items of the latest columns record of an item block
   ColumnWidths widths_;
+  uint32_t widthResets_ = 0;  // those that widths_ has followed
+  TVO_Decimals decimals_{};   // those that the columns of the run have
 };
 
 uint16_t SectionWriter::write() {
@@ -77,12 +84,7 @@ bool SectionWriter::writeNext() {
       return true;
     }
   }
-  const bool inCodeList = depth_ > 1 && open_[1].keyword == schema::kCodeList;
-  if (type == TVO_RECORD_CODELIST_COLUMNS && inCodeList && codeListAwaits_) {
-    closeTo(2);
-    writeCodeListItems(*schema::blockOfColumns(type));
-    return true;
-  }
+  if (writeCodeList()) return true;
   const BlockDef* block = place(type);
   if (block == nullptr) return false;
   if (block->kind == BlockKind::kItemLines) {
@@ -93,14 +95,36 @@ bool SectionWriter::writeNext() {
   return true;
 }
 
+// The items of the open code list, or those of a further one whose columns record is missing: a
+// store keeps one of that kind, and all code lists have its columns then.
+bool SectionWriter::writeCodeList() {
+  const RecordType type = w_.feed.type();
+  const bool further = type == TVO_RECORD_CODELIST && listed_.has_value();
+  if (open_[0].keyword != schema::kDefinitions ||
+      (type != TVO_RECORD_CODELIST_COLUMNS && !further)) {
+    return false;
+  }
+  const BlockDef& block = *schema::blockOfColumns(TVO_RECORD_CODELIST_COLUMNS);
+  if (depth_ > 1 && open_[1].keyword == schema::kCodeList && codeListAwaits_) {
+    closeTo(2);
+    writeCodeListItems(block);
+    return true;
+  }
+  if (further) {
+    closeTo(1);
+    writeItemBlock(block);
+  }
+  return further;
+}
+
 // Closes and opens blocks until the block of the columns record may begin; null when it does not
 // belong to this section.
 const BlockDef* SectionWriter::place(RecordType columns) {
-  const BlockDef* block = schema::blockOfColumns(columns);
+  const BlockDef* block = schema::writtenBlock(columns);
   if (block == nullptr) return nullptr;
   for (size_t depth = depth_; depth > 0; --depth) {
     const BlockDef* row = schema::findBlock(open_[depth - 1].keyword, block->keyword);
-    if (row != nullptr && row->columns == columns) {
+    if (row != nullptr && (row == block || row->columns == columns)) {
       closeTo(depth);
       return row;
     }
@@ -164,7 +188,9 @@ void SectionWriter::separate(const BlockDef& block) {
 
 void SectionWriter::writeItemBlock(const BlockDef& block) {
   separate(block);
-  writeComments(w_.output, w_.state, indent(), w_.feed.record());
+  if (w_.feed.type() == block.columns) {
+    writeComments(w_.output, w_.state, indent(), w_.feed.record());
+  }
   writeKeywordLine(w_.output, indent(), keywordName(block.keyword));
   open(block.keyword, 0);
   codeListAwaits_ = false;
@@ -175,15 +201,17 @@ void SectionWriter::writeItemBlock(const BlockDef& block) {
 
 // The items of a code list whose codes came first, as a reader delivers them: they end the list.
 void SectionWriter::writeCodeListItems(const BlockDef& block) {
-  writeComments(w_.output, w_.state, indent(), w_.feed.record());
+  if (w_.feed.type() == block.columns) {
+    writeComments(w_.output, w_.state, indent(), w_.feed.record());
+  }
   codeListAwaits_ = false;
   writeListedItems(block);
   closeTo(depth_ - 1);
 }
 
 // Codes behind the items of a code list are that list's own when the records come from a store,
-// which sorts them so. When another pair of items follows them they belong to that one, as a reader
-// delivers them.
+// which sorts them so. When the items of another one follow them they belong to that one, as a
+// reader delivers them.
 bool SectionWriter::belongsToNextCodeList() {
   const auto isCode = [](RecordType type) {
     return type == TVO_RECORD_CODES_COLUMNS || type == TVO_RECORD_CODES ||
@@ -196,37 +224,47 @@ bool SectionWriter::belongsToNextCodeList() {
     w_.feed.next();
     ++passed;
   }
-  const bool next = w_.feed.at(TVO_RECORD_CODELIST_COLUMNS);
+  const bool next = w_.feed.at(TVO_RECORD_CODELIST_COLUMNS) || w_.feed.at(TVO_RECORD_CODELIST);
   w_.feed.returnBehind(before, passed);
   return next;
 }
 
+// From the columns record on, or from a data record of the same columns as the one before.
 void SectionWriter::writeListedItems(const BlockDef& block) {
-  const FieldList items = fieldsOf(w_.feed.record());
-  w_.feed.next();
-  if (!w_.feed.at(block.data)) return;
-  writeItems(w_, indent(), {block.layout.fields, valueColumn(block), false}, items,
+  if (w_.feed.type() == block.columns) {
+    listed_ = fieldsOf(w_.feed.record());
+    w_.feed.next();
+    if (!w_.feed.at(block.data)) return;
+  }
+  writeItems(w_, indent(), {block.layout.fields, valueColumn(block), false}, *listed_,
              w_.feed.record());
   w_.feed.next();
 }
 
 void SectionWriter::writeDataBlock(const BlockDef& block) {
+  // EXTRAINFO has the columns and the records of the block around it.
+  const BlockDef& lines = block.kind == BlockKind::kCompletion
+                              ? *schema::findBlock(schema::kDatabase, block.parent)
+                              : block;
   const ColumnList columns =
-      columnsOf(block.columns, block.data, fieldsOf(w_.feed.record()), w_.state);
+      columnsOf(lines.columns, lines.data, fieldsOf(w_.feed.record()), w_.state);
   separate(block);
   writeComments(w_.output, w_.state, indent(), w_.feed.record());
   writeDefinition(w_.output, w_.state, indent(), keywordName(block.keyword), columns);
-  open(block.keyword, block.data);
+  open(block.keyword, lines.data);
   top().columns = columns;
   w_.feed.next();
-  if (w_.feed.at(block.data)) writeRun();
+  if (w_.feed.at(lines.data)) writeRun();
 }
 
 // Writes the data records that follow each other as lines of the innermost open block.
 void SectionWriter::writeRun() {
   const RecordType type = top().data;
-  if (w_.state.align) measureRun();
+  decimals_ = w_.state.settings.decimals;
+  followDecimals(w_.state, &top().columns);
+  if (w_.state.settings.alignColumns) measureRun();
   while (w_.goesOn() && w_.feed.at(type)) {
+    followSettings();
     writeDataRecord(w_.output, w_.state, indent(), top().columns, widths_, w_.feed.record());
     w_.feed.next();
   }
@@ -240,7 +278,8 @@ void SectionWriter::measureRun() {
   const size_t count = std::min(columns.count, ColumnWidths::kMeasured);
   widths_.clear();
   uint64_t passed = 0;
-  while (w_.feed.at(type)) {
+  while (w_.feed.at(type) && w_.state.settings.alignColumns) {
+    followSettings();
     for (size_t i = 0; i < count; ++i) {
       widths_.raise(i, measure(columns.columns[i], w_.state, w_.feed.record()));
     }
@@ -248,6 +287,20 @@ void SectionWriter::measureRun() {
     ++passed;
   }
   w_.feed.returnBehind(before, passed);
+}
+
+// The source may have changed the settings. The widths are gone as soon as it has switched the
+// alignment off, also when it has switched it on again since.
+void SectionWriter::followSettings() {
+  const BuildSettings& settings = w_.state.settings;
+  if (widthResets_ != settings.widthResets) {
+    widthResets_ = settings.widthResets;
+    widths_.clear();
+  }
+  if (memcmp(&decimals_, &settings.decimals, sizeof decimals_) != 0) {
+    decimals_ = settings.decimals;
+    followDecimals(w_.state, &top().columns);
+  }
 }
 
 }  // namespace

@@ -96,10 +96,7 @@ void writeTimeTaggedLine(Writer& writer, const char* record) {
   PackedLine line(writer, kIndent);
   line.add(putQuoted(codes.Code, sizeof codes.Code - 1, kLineLimit, line.slot()));
   line.addMark(false);
-  size_t tag = putDate(codes.TimeTag, state.units.dateOrder, line.slot());
-  // The tag is required; one without a date is a tag of zeros.
-  if (tag == 0) tag = putZeroDate(state.units.dateOrder, line.slot());
-  line.add(tag);
+  line.add(putRequiredDate(codes.TimeTag, state.units.dateOrder, line.slot()));
   line.addMark(false);
   line.add(putUnsigned(codes.Number, line.slot()));
   line.addMark(count == 0);

@@ -44,7 +44,8 @@ constexpr std::array<Treatment, 256> treatments() {
 }
 constexpr std::array<Treatment, 256> kTreatments = treatments();
 
-int decimalsOf(DecimalKind kind, const TVO_Decimals& decimals) {
+int decimalsOf(DecimalKind kind, const OutputState& state) {
+  const TVO_Decimals& decimals = state.settings.decimals;
   const int count = kind == DecimalKind::kAngular  ? decimals.angular
                     : kind == DecimalKind::kLinear ? decimals.linear
                                                    : decimals.geographic;
@@ -55,13 +56,13 @@ int decimalsOf(DecimalKind kind, const TVO_Decimals& decimals) {
 // text may lead to a neighbour of the record's value and that one to another text. Writing what a
 // reader makes of the text settles that within a step or two.
 size_t putLength(const Column& column, const OutputState& state, float value, char* out) {
+  const int decimals = column.decimals;
   const auto put = [&](float metres) {
     const auto length = static_cast<float>(
         schema::fromInternal(state.units, column.unit, static_cast<double>(metres)));
-    return putFixed(static_cast<double>(length), column.decimals, column.decimals, out);
+    return putFixed(static_cast<double>(length), decimals, decimals, out);
   };
   size_t size = put(value);
-  if (state.units.linear == TVO_ENUM_METRE) return size;
   for (int step = 0; step < 3; ++step) {
     float length = 0;
     std::from_chars(out, out + size, length);
@@ -75,14 +76,12 @@ size_t putLength(const Column& column, const OutputState& state, float value, ch
 }
 
 size_t putReal(const Column& column, const OutputState& state, double value, char* out) {
-  if (column.general) return putGeneral(value, out);
-  if (column.unit == schema::UnitKind::kNone) {
-    return putFixed(value, column.decimals, column.decimals, out);
-  }
-  const schema::Written written =
-      schema::toWritten(state.units, column.unit, value, column.decimals);
+  if (column.precision == DecimalKind::kGeneral) return putGeneral(value, out);
+  const int decimals = column.decimals;
+  if (column.unit == schema::UnitKind::kNone) return putFixed(value, decimals, decimals, out);
+  const schema::Written written = schema::toWritten(state.units, column.unit, value, decimals);
   if (std::fabs(written.value) >= kLongestConverted) return putExponent(written.value, 14, out);
-  return putFixed(written.value, written.significant, column.decimals, out);
+  return putFixed(written.value, written.significant, decimals, out);
 }
 
 size_t putFloat(const Column& column, const OutputState& state, float value, char* out) {
@@ -206,9 +205,9 @@ Column columnOf(const schema::FieldDef* field, const OutputState& state) {
   column.width = field->width;
   column.offset = field->offset;
   column.group = field->group;
-  column.unit = field->unit;
-  column.general = field->decimals == DecimalKind::kGeneral;
-  column.decimals = static_cast<uint8_t>(decimalsOf(field->decimals, state.decimals));
+  column.unit = schema::converts(state.units, field->unit) ? field->unit : schema::UnitKind::kNone;
+  column.precision = field->decimals;
+  column.decimals = static_cast<uint8_t>(decimalsOf(field->decimals, state));
   column.alignment = alignmentOf(field->type);
   return column;
 }
@@ -238,6 +237,13 @@ ColumnList columnsOf(RecordType columnsType, RecordType dataType, const FieldLis
     list.columns[list.count] = column;
   }
   return list;
+}
+
+void followDecimals(const OutputState& state, ColumnList* list) {
+  for (size_t i = 0; i < list->count; ++i) {
+    Column& column = list->columns[i];
+    column.decimals = static_cast<uint8_t>(decimalsOf(column.precision, state));
+  }
 }
 
 size_t putValue(const Column& column, const OutputState& state, const char* record, char* out) {
@@ -274,8 +280,12 @@ size_t putValue(const Column& column, const OutputState& state, const char* reco
   return 0;
 }
 
-size_t putNothing(const Column& column, const OutputState& state, char* out) {
-  if (column.type == DataType::kDateTime) return putZeroDate(state.units.dateOrder, out);
+size_t putNothing(const Column& column, const OutputState& state, const char* record, char* out) {
+  if (column.type == DataType::kDateTime) {
+    const bool kept = column.offset != schema::kNotKept;
+    const auto date = kept ? load<DateTime>(record + column.offset) : DateTime{};
+    return putRequiredDate(date, state.units.dateOrder, out);
+  }
   if (column.type == DataType::kEnum) return putName("UNKNOWN", out);
   return putName("\"\"", out);
 }
@@ -312,14 +322,18 @@ size_t putDate(const DateTime& date, EnumId order, char* out) {
   return fitsDigits(date, order) ? putCalendar(date, order, out) : 0;
 }
 
-size_t putZeroDate(EnumId order, char* out) {
-  return order == TVO_ENUM_MJD
-             ? putFixed(schema::toMjd(DateTime{}), kMjdDecimals, kMjdDecimals, out)
-             : putCalendar(DateTime{}, order, out);
+size_t putRequiredDate(const DateTime& date, EnumId order, char* out) {
+  if (order != TVO_ENUM_MJD) {
+    return putCalendar(fitsDigits(date, order) ? date : DateTime{}, order, out);
+  }
+  // No day number means zeros; the first day of the year 0 counts as empty, too.
+  constexpr DateTime kEmpty{0, 1, 1, 0, 0, 0, 0};
+  const size_t size = putDate(date, order, out);
+  return size > 0 ? size : putFixed(schema::toMjd(kEmpty), kMjdDecimals, kMjdDecimals, out);
 }
 
 size_t putFreeReal(double value, const OutputState& state, char* out) {
-  const int decimals = std::max(1, decimalsOf(DecimalKind::kGeographic, state.decimals));
+  const int decimals = std::max(1, decimalsOf(DecimalKind::kGeographic, state));
   return putFixed(value, decimals, decimals, out);
 }
 

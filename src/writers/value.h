@@ -17,14 +17,13 @@ inline constexpr size_t kLineLimit = schema::kMaxLine;
 // Room that any value needs.
 inline constexpr size_t kValueSize = 320;
 
-// What the HEADER written so far has put in force.
+// The caller's settings and what the HEADER written so far has put in force.
 struct OutputState {
+  const BuildSettings& settings;
   char comment = ';';  // no HEADER line changes it
   char terminator = ';';
   char separator = ',';
-  schema::Units units;
-  TVO_Decimals decimals{4, 4, 10};
-  bool align = true;
+  schema::Units units{};
 };
 
 // How a value stands in an aligned column.
@@ -41,8 +40,9 @@ struct Column {
   uint8_t width = 0;
   uint16_t offset = schema::kNotKept;
   schema::EnumGroup group = schema::EnumGroup::kAny;
-  schema::UnitKind unit = schema::UnitKind::kNone;
-  bool general = false;  // one decimal, exponent form from 100000.0 on
+  schema::UnitKind unit = schema::UnitKind::kNone;  // kNone also where the unit changes nothing
+  // kGeneral: one decimal, exponent form from 100000.0 on.
+  schema::DecimalKind precision = schema::DecimalKind::kGeneral;
   uint8_t decimals = 0;
   Alignment alignment = Alignment::kLeft;
 };
@@ -63,12 +63,14 @@ struct FieldList {
 FieldList fieldsOf(const char* columnsRecord);
 ColumnList columnsOf(RecordType columnsType, RecordType dataType, const FieldList& fields,
                      const OutputState& state);
+// Takes over decimals that have changed since.
+void followDecimals(const OutputState& state, ColumnList* list);
 
 // Puts the column's value of a record at `out` (room kValueSize); returns its length.
 size_t putValue(const Column& column, const OutputState& state, const char* record, char* out);
 
-// A value that stands for "nothing" where an empty field cannot stand.
-size_t putNothing(const Column& column, const OutputState& state, char* out);
+// What stands for a value that putValue leaves empty where an empty field cannot stand.
+size_t putNothing(const Column& column, const OutputState& state, const char* record, char* out);
 
 // Length that the column's value counts for the width of its column.
 size_t measure(const Column& column, const OutputState& state, const char* record);
@@ -80,8 +82,9 @@ size_t putQuoted(const char* text, size_t limit, size_t room, char* out);
 // Date and time in the date order; an empty one, one that the order cannot express, and any in an
 // unknown order give nothing.
 size_t putDate(const DateTime& date, EnumId order, char* out);
-// The date-time of zeros, for places that must not be empty.
-size_t putZeroDate(EnumId order, char* out);
+// The same for places that must not be empty: an empty date, too, and one of zeros in place of
+// those that cannot be expressed.
+size_t putRequiredDate(const DateTime& date, EnumId order, char* out);
 
 // A real whose written form always shows that it is one.
 size_t putFreeReal(double value, const OutputState& state, char* out);

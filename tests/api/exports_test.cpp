@@ -26,6 +26,10 @@ uint32_t TVO_CALL throwing(uint32_t, const void*) { throw 1; }
 uint16_t TVO_CALL throwingSource(uint32_t, uint32_t*, void**) { throw 1; }
 uint16_t TVO_CALL noRecord(uint32_t, uint32_t*, void**) { return 1; }
 uint16_t TVO_CALL aborted(uint32_t, uint32_t*, void**) { return TVO_ERR_ABORTED; }
+uint16_t TVO_CALL unalign(uint32_t move, uint32_t* type, void** record) {
+  TVO_SetColumns(0);
+  return TVO_Read(move, type, record);
+}
 
 class Exports : public testing::Test {
  protected:
@@ -43,6 +47,19 @@ class Exports : public testing::Test {
     return TVO_Analyse(input, "exports.log", callback, maxErrors, &errors, &warnings);
   }
 };
+
+// There is one state for the whole library, a running build included.
+TEST_F(Exports, SettingsHoldAtOnce) {
+  writeFile("jobs.tvo", "DATABASE\nJOBS (JobNo)\n1;\n10;\nEND JOBS\nEND DATABASE\n");
+  EXPECT_EQ(analyse("jobs.tvo", TVO_Write), TVO_OK);
+  for (const auto& [callback, line] :
+       {std::pair{&TVO_Read, "\n     1;"}, std::pair{&unalign, "\n    1;"}}) {
+    TVO_SetColumns(1);
+    EXPECT_EQ(TVO_Build("built.tvo", callback), TVO_OK);
+    EXPECT_NE(readFile("built.tvo").find(line), std::string::npos) << line;
+  }
+  TVO_SetColumns(1);
+}
 
 TEST_F(Exports, TextGoesThroughTheStoreAndComesBack) {
   EXPECT_EQ(analyse("jobs.tvo", TVO_Write), TVO_OK);

@@ -30,7 +30,10 @@ class Replay final : public writers::RecordSource {
     Item& item = items_.emplace_back();
     item.type = type;
     const auto* bytes = static_cast<const char*>(record);
-    item.bytes.assign(bytes, bytes + schema::recordDef(type).size);
+    // The columns records of EXTRAINFO are in no table, since no reader delivers them.
+    const bool extraInfo = type >= TVO_RECORD_POINT_EXTRAINFO_COLUMNS;
+    const size_t size = extraInfo ? sizeof(ColumnsRecord) : schema::recordDef(type).size;
+    item.bytes.assign(bytes, bytes + size);
     if (type == TVO_RECORD_TIME_TAGGED_CODES) keepEntries(item);
   }
   template <class Record>

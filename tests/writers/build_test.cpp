@@ -155,6 +155,48 @@ TEST(Build, MeasuresAndStepsBack) {
   }
 }
 
+// Settings are one state with the source's: what it changes holds for the next line. The widths of
+// the block are gone with the alignment, though it was switched on again.
+TEST(Build, FollowsSettingsThatTheSourceChanges) {
+  Replay records;
+  records.columns(TVO_RECORD_POINTS_COLUMNS, {TVO_FIELD_PointNo, TVO_FIELD_East});
+  for (uint32_t i = 1; i <= 4; ++i) {
+    PointRecord point = {};
+    point.PointNo = i;
+    point.East = i == 1 ? 1000.5 : 0.25;
+    records.add(TVO_RECORD_POINTS, point);
+  }
+  records.columns(TVO_RECORD_JOBS_COLUMNS, {TVO_FIELD_JobNo});
+  records.add(TVO_RECORD_JOBS, JobRecord{1, "", {}, {}, {}, 0});
+  records.add(TVO_RECORD_JOBS, JobRecord{10, "", {}, {}, {}, 0});
+  writers::BuildSettings settings{true, {4, 4, 10}};
+  constexpr uint64_t kFirstLine = 12;  // the fetch behind measuring and stepping back
+  records.override = [&](uint32_t) {
+    if (records.fetches == kFirstLine + 1) settings.decimals.linear = 2;
+    if (records.fetches == kFirstLine + 2) {
+      settings.setColumns(false);
+      settings.setColumns(true);
+    }
+    return uint16_t{0};
+  };
+  TextKeeper keeper;
+  ASSERT_EQ(writers::writeText(keeper, records, settings), TVO_OK);
+  EXPECT_EQ(keeper.text,
+            "DATABASE\n"
+            "  POINTS (PointNo,East)\n"
+            "    1,  1000.5000;\n"
+            "    2,       0.25;\n"
+            "    3,  0.25;\n"
+            "    4,  0.25;\n"
+            "  END POINTS\n"
+            "\n"
+            "  JOBS (JobNo)\n"
+            "     1;\n"
+            "    10;\n"
+            "  END JOBS\n"
+            "END DATABASE\n");
+}
+
 // A source that never finds back must not be asked for ever.
 TEST(Build, BoundsTheStepsBack) {
   Replay records = jobs();
@@ -191,7 +233,7 @@ TEST(Build, SurvivesRecordsOfAHostileSource) {
         uint16_t fetch(uint32_t, uint32_t* recordType, void** record) override {
           // The types in a scattered order, some unknown, some without a record.
           if (++count_ > 240) return TVO_ERR_STORE;
-          *recordType = count_ == 1 ? first_ : (count_ * 7 + first_) % 109;
+          *recordType = count_ == 1 ? first_ : (count_ * 7 + first_) % 112;
           const bool pointer = *recordType == TVO_RECORD_TIME_TAGGED_CODES;
           *record = pointer ? static_cast<void*>(&codes_) : count_ % 50 == 0 ? nullptr : wild;
           return TVO_OK;

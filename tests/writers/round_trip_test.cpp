@@ -5,15 +5,9 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
-#include <map>
-#include <random>
 
-#include "reader/run.h"
 #include "schema/catalogue.h"
-#include "schema/enums.h"
-#include "sections/sections.h"
-#include "support/replay.h"
+#include "support/random_records.h"
 
 namespace tavo::tests {
 namespace {
@@ -24,284 +18,14 @@ using schema::FieldDef;
 // Random files of each case; one at least in the slow lanes.
 constexpr uint32_t kSeeds = 1 + 20 * TAVO_TEST_EFFORT / 100;
 
-struct Case {
-  bool align;
-  char separator, terminator;
-  EnumId angular, linear, geographic, dateOrder;
-  TVO_Decimals decimals;
-};
-
-class Findings final : public reader::FindingObserver {
- public:
-  void onFinding(const reader::Finding& finding) override {
-    all += std::to_string(finding.number) + " line " + std::to_string(finding.line) + ": " +
-           std::string(finding.text) + "\n";
-  }
-  std::string all;
-};
-
-std::string analyse(const std::string& text, Replay* records) {
-  FILE* file = fopen("round_trip.txt", "wb");
-  fwrite(text.data(), 1, text.size(), file);
-  fclose(file);
-  Findings findings;
-  reader::OperationColumns operations;
-  reader::Run run({&Replay::collect, records}, &operations);
-  EXPECT_TRUE(run.diagnostics.open("round_trip.log", 100, &findings));
-  EXPECT_TRUE(run.source.open("round_trip.txt"));
-  sections::readSections(run);
-  return findings.all;
-}
-
-std::string write(Replay& records, const Case& c) {
+std::string write(Replay& records, const TextCase& c) {
   TextKeeper keeper;
   EXPECT_EQ(writers::writeText(keeper, records, {c.align, c.decimals}), TVO_OK);
   return keeper.text;
 }
 
-class Generator {
- public:
-  Generator(const Case& c, uint32_t seed) : case_(c), random_(seed) {}
-
-  Replay generate() {
-    header();
-    for (const schema::BlockDef& row : schema::blocks()) {
-      const bool lines = row.kind == schema::BlockKind::kDataLines;
-      if (lines || row.kind == schema::BlockKind::kCollected) block(row.columns);
-      if (row.columns == 26 || row.columns == 29) more();
-      // The items of a code list come behind its codes.
-      if (row.keyword == schema::kAttributes) pair(TVO_RECORD_CODELIST_COLUMNS);
-      if (row.keyword == schema::kSetup) pair(row.columns);
-    }
-    block(TVO_RECORD_APRIORI_ERRORS_COLUMNS);
-    operations();
-    timeTaggedCodes();
-    return std::move(records_);
-  }
-
- private:
-  uint32_t below(uint32_t limit) { return static_cast<uint32_t>(random_() % limit); }
-
-  std::string text(size_t limit, bool inOperation = false) {
-    static constexpr std::string_view kLetters = "abcXYZ 019.,;#'\"\\\t\xe4|()END";
-    std::string value;
-    const size_t length = below(4) == 0 ? limit : below(static_cast<uint32_t>(limit) + 1);
-    bool inverted = false;
-    size_t escapes = 0;
-    while (value.size() < length) {
-      char c = kLetters[below(static_cast<uint32_t>(kLetters.size()))];
-      const bool quote = c == '"' || c == '\'';
-      const bool mark = c == case_.separator || c == case_.terminator;
-      // Identifiers that define the columns of points lines must be short and plain.
-      if (inOperation && (quote || c == '\\' || mark)) c = 'o';
-      // No spelling carries a terminator behind a backslash and a quote.
-      if (quote && !value.empty() && value.back() == '\\') inverted = true;
-      if (inverted && (c == case_.terminator || c == ';')) c = 'i';
-      // Nor a text that is longer, escaped, than a line.
-      const bool escaped = quote || c == '\\';
-      if (escaped && limit + ++escapes > 126) c = 'q';
-      value += c;
-    }
-    return value;
-  }
-
-  double real() {
-    const double scale = std::pow(10.0, static_cast<int>(below(10)) - 3);
-    const double value = scale * (static_cast<double>(random_()) / 4294967296.0 - 0.5);
-    return below(12) == 0 ? 0 : value;
-  }
-
-  // Nothing can be written as nothing unless other columns surround it.
-  DateTime date(bool mayBeEmpty) {
-    if (mayBeEmpty && below(5) == 0) return DateTime{};
-    const auto part = [this](uint32_t low, uint32_t high) {
-      return static_cast<int16_t>(low + below(high - low + 1));
-    };
-    const auto tenths = static_cast<int16_t>(10 * part(0, 9));
-    return {part(1, 9999), part(1, 12), part(1, 28), part(0, 23), part(0, 59), part(0, 59), tenths};
-  }
-
-  EnumId enumeration(schema::EnumGroup group) {
-    std::vector<EnumId> ids;
-    for (const schema::EnumEntry* e = schema::EnumTable; e->id != schema::kEndMark; ++e) {
-      const bool alias = e->id == TVO_ENUM_USER_LINEAR || e->id == TVO_ENUM_USER_GEOGRAPHIC;
-      if (schema::inGroup(group, e->id) && !alias) ids.push_back(e->id);
-    }
-    return ids[below(static_cast<uint32_t>(ids.size()))];
-  }
-
-  template <class Value>
-  void freeValue(Value* value, size_t limit) {
-    const std::string quoted = text(limit);
-    value->kind = TVO_ENUM_TEXT + below(2);
-    if (value->kind == TVO_ENUM_TEXT) memcpy(value->text, quoted.data(), quoted.size());
-    if (value->kind == TVO_ENUM_REAL) value->real = real();
-  }
-
-  template <class T>
-  static void put(char* bytes, T value) {
-    memcpy(bytes, &value, sizeof value);
-  }
-
-  void fill(const FieldDef& field, char* bytes) {
-    switch (field.type) {
-      case DataType::kUint8:
-        return put(bytes, static_cast<uint8_t>(random_()));
-      case DataType::kUint16:
-        return put(bytes, static_cast<uint16_t>(random_()));
-      case DataType::kUint32:
-        return put(bytes, static_cast<uint32_t>(random_()));
-      case DataType::kFloat:
-        return put(bytes, static_cast<float>(real()));
-      case DataType::kDouble:
-        return put(bytes, real());
-      case DataType::kBits:
-        return field.width == 8 ? put(bytes, static_cast<uint8_t>(random_()))
-                                : put(bytes, static_cast<uint16_t>(random_()));
-      case DataType::kDateTime:
-        return put(bytes, date(!alone_));
-      case DataType::kText: {
-        const std::string value = text(field.width - 1U);
-        memcpy(bytes, value.data(), value.size());
-        return;
-      }
-      case DataType::kEnum:
-        return put(bytes, enumeration(field.group));
-      case DataType::kDefault: {
-        DefaultValue value = {};
-        if (alone_ || below(4) != 0) freeValue(&value, sizeof value.text - 1);
-        return put(bytes, value);
-      }
-      case DataType::kFree: {
-        FreeValue value = {};
-        freeValue(&value, sizeof value.text - 1);
-        if (below(3) == 0) value = {TVO_ENUM_INT, {}, 0, static_cast<int32_t>(random_())};
-        return put(bytes, value);
-      }
-      default:
-        return;
-    }
-  }
-
-  std::vector<FieldId> chooseFields(RecordType columns) {
-    std::vector<FieldId> ids;
-    for (const FieldDef& field : schema::rows(schema::recordDef(columns).fields)) {
-      // Of the three names of a theme's owner one is used at a time.
-      const bool owner = columns == 26 || columns == 29 || columns == 32;
-      const bool number = field.id == TVO_FIELD_LineNo || field.id == TVO_FIELD_PolygonNo;
-      if (field.name[0] != '\0' && !(owner && number)) ids.push_back(field.id);
-    }
-    std::shuffle(ids.begin(), ids.end(), random_);
-    if (below(3) == 0) ids.resize(1 + below(static_cast<uint32_t>(ids.size())));
-    return ids;
-  }
-
-  void addColumns(RecordType type, const std::vector<FieldId>& ids) {
-    ColumnsRecord record = {};
-    FieldId list[TVO_COLUMNS_ROOM] = {};
-    std::copy(ids.begin(), ids.end(), list);
-    list[ids.size()] = TVO_FIELD_End;
-    memcpy(reinterpret_cast<char*>(&record) + offsetof(ColumnsRecord, fields), list, sizeof list);
-    records_.add(type, record);
-  }
-
-  void addData(RecordType type, const std::vector<FieldId>& ids) {
-    char record[1024] = {};
-    for (const FieldId id : ids) {
-      const FieldDef& field = *schema::findId(schema::recordDef(type).fields, id);
-      if (field.offset != schema::kNotKept) fill(field, record + field.offset);
-    }
-    records_.add(type, static_cast<const void*>(record));
-  }
-
-  RecordType dataOf(RecordType columns) { return schema::blockOfColumns(columns)->data; }
-
-  void block(RecordType columns) {
-    const std::vector<FieldId> ids = chooseFields(columns);
-    addColumns(columns, ids);
-    last_[columns] = ids;
-    alone_ = ids.size() == 1;
-    for (uint32_t n = below(8); n > 0; --n) addData(dataOf(columns), ids);
-    alone_ = false;
-  }
-
-  // Further data lines of POINTS or LINES behind their sub-sections.
-  void more() {
-    const RecordType columns = records_.items().back().type < 38 && last_.count(27) == 0 ? 24 : 27;
-    alone_ = last_[columns].size() == 1;
-    for (uint32_t n = below(3); n > 0; --n) addData(dataOf(columns), last_[columns]);
-    alone_ = false;
-  }
-
-  void pair(RecordType columns) {
-    const std::vector<FieldId> ids = chooseFields(columns);
-    addColumns(columns, ids);
-    alone_ = true;
-    addData(dataOf(columns), ids);
-    alone_ = false;
-  }
-
-  void header() {
-    addColumns(2, {14, 15, 16, 17, 18, 19});
-    records_.add(6, UnitsRecord{case_.angular, 0.01743, case_.linear, 0.25, case_.geographic, 0.5,
-                                TVO_ENUM_FAHRENHEIT, TVO_ENUM_MMHG, case_.dateOrder});
-    addColumns(3, {45, 46, 47});
-    records_.add(7, OffsetsRecord{real(), real(), real()});
-    pair(4);
-    addColumns(1, {4, 3, 1});
-    HeaderRecord record = {};
-    record.SEPARATOR = case_.separator;
-    record.TERMINATOR = case_.terminator;
-    records_.add(5, record);
-  }
-
-  void operations() {
-    addColumns(55, {TVO_FIELD_PointID, TVO_FIELD_PointNo});
-    for (const uint32_t operation : {0, 2, 3, 4, 5, 6, 8}) {
-      records_.add(56, OperationRecord{operation});
-      OperationPointsRecord points = {};
-      for (size_t i = 0; i < schema::operation(operation)->points; ++i) {
-        points.points[i].PointNo = static_cast<uint32_t>(random_());
-        const std::string id = text(17, true);
-        memcpy(points.points[i].PointID, id.data(), id.size());
-      }
-      records_.add(57, points);
-    }
-  }
-
-  void timeTaggedCodes() {
-    records_.columns(90, {});
-    for (const uint32_t count : {0U, 1U, 2U, 20U, below(20)}) {
-      std::vector<TimeTaggedEntry> entries(count);
-      for (TimeTaggedEntry& entry : entries) {
-        const std::string name = text(30);
-        memcpy(entry.name, name.data(), name.size());
-        freeValue(&entry, name.find('\\') == std::string::npos ? 30 : 0);
-        if (below(3) == 0) {
-          const TimeTaggedEntry whole = {{}, TVO_ENUM_INT, {}, 0, static_cast<int32_t>(random_())};
-          memcpy(&entry.kind, &whole.kind, sizeof entry - sizeof entry.name);
-        }
-      }
-      TimeTaggedRecord record = {{},
-                                 date(case_.dateOrder != TVO_ENUM_MJD),
-                                 static_cast<uint16_t>(random_()),
-                                 static_cast<uint16_t>(count),
-                                 entries.data()};
-      const std::string code = text(8);
-      memcpy(record.Code, code.data(), code.size());
-      records_.add(91, record);
-    }
-  }
-
-  const Case& case_;
-  std::mt19937 random_;
-  Replay records_;
-  bool alone_ = false;  // the fields to be filled stand on lines of their own
-  std::map<RecordType, std::vector<FieldId>> last_;
-};
-
 // What a record is expected to come back as: member by member, reals up to a tolerance.
-double tolerance(const FieldDef& field, const Case& c, double value) {
+double tolerance(const FieldDef& field, const TextCase& c, double value) {
   const auto step = [](int decimals) { return std::pow(10.0, -std::min(decimals, 12)); };
   const double relative = field.type == DataType::kFloat ? 5e-7 : 1e-12;
   double absolute = 0.051;
@@ -321,7 +45,7 @@ T load(const char* bytes) {
   return value;
 }
 
-bool sameFree(const char* a, const char* b, const Case& c) {
+bool sameFree(const char* a, const char* b, const TextCase& c) {
   const auto x = load<FreeValue>(a);
   const auto y = load<FreeValue>(b);
   const double step = std::pow(10.0, -std::clamp<int>(c.decimals.geographic, 1, 12));
@@ -329,7 +53,7 @@ bool sameFree(const char* a, const char* b, const Case& c) {
          std::fabs(x.real - y.real) <= step + 1e-12 * std::fabs(x.real);
 }
 
-bool sameDefault(const char* a, const char* b, const Case& c) {
+bool sameDefault(const char* a, const char* b, const TextCase& c) {
   const auto x = load<DefaultValue>(a);
   const auto y = load<DefaultValue>(b);
   const double step = std::pow(10.0, -std::clamp<int>(c.decimals.geographic, 1, 12));
@@ -337,7 +61,7 @@ bool sameDefault(const char* a, const char* b, const Case& c) {
          std::fabs(x.real - y.real) <= step + 1e-12 * std::fabs(x.real);
 }
 
-bool sameValue(const FieldDef& field, const char* a, const char* b, const Case& c) {
+bool sameValue(const FieldDef& field, const char* a, const char* b, const TextCase& c) {
   switch (field.type) {
     case DataType::kFloat: {
       const double value = load<float>(a);
@@ -356,7 +80,7 @@ bool sameValue(const FieldDef& field, const char* a, const char* b, const Case& 
   }
 }
 
-void expectSame(const Replay::Item& a, const Replay::Item& b, const Case& c) {
+void expectSame(const Replay::Item& a, const Replay::Item& b, const TextCase& c) {
   ASSERT_EQ(a.type, b.type);
   const schema::RecordDef& def = schema::recordDef(a.type);
   if (def.columns || def.fields == nullptr) {
@@ -373,7 +97,7 @@ void expectSame(const Replay::Item& a, const Replay::Item& b, const Case& c) {
   }
 }
 
-void expectSame(const Replay& a, const Replay& b, const Case& c) {
+void expectSame(const Replay& a, const Replay& b, const TextCase& c) {
   ASSERT_EQ(a.items().size(), b.items().size());
   for (size_t i = 0; i < a.items().size() && !testing::Test::HasFailure(); ++i) {
     expectSame(a.items()[i], b.items()[i], c);
@@ -399,22 +123,23 @@ Replay withTimeTaggedColumns(const Replay& records) {
   return result;
 }
 
-class RoundTrip : public testing::TestWithParam<Case> {};
+class RoundTrip : public testing::TestWithParam<TextCase> {};
 
 TEST_P(RoundTrip, KeepsRecordsAndText) {
-  const Case& c = GetParam();
+  const TextCase& c = GetParam();
   for (uint32_t seed = 1; seed <= kSeeds && !HasFailure(); ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
-    Replay first = Generator(c, seed).generate();
+    Dice dice(seed);
+    Replay first = RecordGenerator(c, dice).generate();
     const std::string text = write(first, c);
     Replay read;
-    ASSERT_EQ(analyse(text, &read), "") << text;
+    ASSERT_EQ(analyseRecords(text, &read), "") << text;
     Replay second = withTimeTaggedColumns(read);
     expectSame(first, second, c);
     const std::string again = write(second, c);
     EXPECT_EQ(text, again);
     Replay readAgain;
-    ASSERT_EQ(analyse(again, &readAgain), "");
+    ASSERT_EQ(analyseRecords(again, &readAgain), "");
     const Replay third = withTimeTaggedColumns(readAgain);
     ASSERT_EQ(second.items().size(), third.items().size());
     for (size_t i = 0; i < second.items().size(); ++i) {
@@ -428,50 +153,52 @@ constexpr TVO_Decimals kUsual{4, 4, 10};
 INSTANTIATE_TEST_SUITE_P(
     Writers, RoundTrip,
     testing::Values(
-        Case{true, ',', ';', TVO_ENUM_GRADS, TVO_ENUM_METRE, TVO_ENUM_DMS, TVO_ENUM_DMY, kUsual},
-        Case{false, ',', ';', TVO_ENUM_DMS, TVO_ENUM_INT_FEET, TVO_ENUM_DEGS, TVO_ENUM_MDY, kUsual},
-        Case{true,
-             '|',
-             '#',
-             TVO_ENUM_DEGS,
-             TVO_ENUM_US_SURVEY_FEET,
-             TVO_ENUM_GRADS,
-             TVO_ENUM_YMD,
-             {0, 0, 0}},
-        Case{
+        TextCase{true, ',', ';', TVO_ENUM_GRADS, TVO_ENUM_METRE, TVO_ENUM_DMS, TVO_ENUM_DMY,
+                 kUsual},
+        TextCase{false, ',', ';', TVO_ENUM_DMS, TVO_ENUM_INT_FEET, TVO_ENUM_DEGS, TVO_ENUM_MDY,
+                 kUsual},
+        TextCase{true,
+                 '|',
+                 '#',
+                 TVO_ENUM_DEGS,
+                 TVO_ENUM_US_SURVEY_FEET,
+                 TVO_ENUM_GRADS,
+                 TVO_ENUM_YMD,
+                 {0, 0, 0}},
+        TextCase{
             false, ';', '#', TVO_ENUM_RADS, TVO_ENUM_LINKS, TVO_ENUM_RADS, TVO_ENUM_MJD, {3, 1, 2}},
-        Case{false,
-             '|',
-             ';',
-             TVO_ENUM_USER,
-             TVO_ENUM_USER_LINEAR,
-             TVO_ENUM_USER_GEOGRAPHIC,
-             TVO_ENUM_DMY,
-             {8, 8, 8}},
-        Case{true,
-             ',',
-             ';',
-             TVO_ENUM_DMS,
-             TVO_ENUM_USER_LINEAR,
-             TVO_ENUM_DMS,
-             TVO_ENUM_YMD,
-             {255, 255, 255}},
-        Case{false,
-             ',',
-             ';',
-             TVO_ENUM_DEGS,
-             TVO_ENUM_LINKS,
-             TVO_ENUM_DMS,
-             TVO_ENUM_MJD,
-             {255, 255, 255}},
-        Case{false,
-             ',',
-             ';',
-             TVO_ENUM_UNKNOWN,
-             TVO_ENUM_UNKNOWN,
-             TVO_ENUM_UNKNOWN,
-             TVO_ENUM_DMY,
-             {12, 15, 18}}));
+        TextCase{false,
+                 '|',
+                 ';',
+                 TVO_ENUM_USER,
+                 TVO_ENUM_USER_LINEAR,
+                 TVO_ENUM_USER_GEOGRAPHIC,
+                 TVO_ENUM_DMY,
+                 {8, 8, 8}},
+        TextCase{true,
+                 ',',
+                 ';',
+                 TVO_ENUM_DMS,
+                 TVO_ENUM_USER_LINEAR,
+                 TVO_ENUM_DMS,
+                 TVO_ENUM_YMD,
+                 {255, 255, 255}},
+        TextCase{false,
+                 ',',
+                 ';',
+                 TVO_ENUM_DEGS,
+                 TVO_ENUM_LINKS,
+                 TVO_ENUM_DMS,
+                 TVO_ENUM_MJD,
+                 {255, 255, 255}},
+        TextCase{false,
+                 ',',
+                 ';',
+                 TVO_ENUM_UNKNOWN,
+                 TVO_ENUM_UNKNOWN,
+                 TVO_ENUM_UNKNOWN,
+                 TVO_ENUM_DMY,
+                 {12, 15, 18}}));
 
 }  // namespace
 }  // namespace tavo::tests

@@ -99,6 +99,53 @@ TEST(Header, PartsWithoutTheirRecords) {
             "END HEADER\n");
 }
 
+// A text gives up the gap in front of it and the indentation before anything of it is cut.
+TEST(Header, KeepsLongTextsWhole) {
+  const std::string text(60, '"');
+  const auto quoted = [](int quotes) {
+    std::string item = "\"";
+    while (quotes-- > 0) item += "\\\"";
+    return item + "\"\n";
+  };
+  Replay records;
+  ProjectRecord project = {};
+  memcpy(project.NAME, text.data(), text.size());
+  memcpy(project.CITY, text.data(), 54);
+  memcpy(project.DESCRIPTION, text.data(), text.size());
+  records.columns(4, {TVO_FIELD_NAME, TVO_FIELD_CITY, 52}).add(8, project);
+  CodeListRecord list = {};
+  memcpy(list.AUTHOR, text.data(), text.size());
+  records.columns(13, {TVO_FIELD_OPERATOR}).add(20, list);
+  EXPECT_EQ(write(records),
+            "HEADER\n"
+            "  PROJECT\n"
+            "  NAME " +
+                quoted(60) + "    CITY           " + quoted(54) +
+                // Not even the whole line holds the last three.
+                " DESCRIPTION " + quoted(57) +
+                "  END PROJECT\n"
+                "END HEADER\n\n\n"
+                "DEFINITIONS\n"
+                "  CODELIST\n"
+                "AUTHOR " +
+                quoted(60) +
+                "  END CODELIST\n"
+                "END DEFINITIONS\n");
+}
+
+// No reader gets beyond a byte 26.
+TEST(Header, TakesNoSeparatorThatEndsTheText) {
+  for (const char c : {'\x1a', '\n', '\r', '\0'}) {
+    Replay records;
+    records.columns(1, {TVO_FIELD_SEPARATOR, TVO_FIELD_TERMINATOR})
+        .add(5, HeaderRecord{0, "", c, c});
+    records.columns(9, {21, 22}).add(16, SubjectRecord{1, "a"});
+    EXPECT_EQ(write(records),
+              "HEADER\nEND HEADER\n\n\nDEFINITIONS\n  SUBJECTS (SubjectNo,Name)\n    1,  \"a\";\n"
+              "  END SUBJECTS\nEND DEFINITIONS\n");
+  }
+}
+
 // The second line of what a comment is written as, or nothing.
 TEST(Comments, AreCutAtSpacesAndLineFeeds) {
   const std::string word(60, 'w');
@@ -273,6 +320,55 @@ TEST(DataLines, NeverConsistOfTheTerminatorAlone) {
   EXPECT_NE(text.find("    UNKNOWN;\n"), std::string::npos);
 }
 
+// A date whose numbers do not fit the digits that a reader looks at is written as an empty one.
+TEST(DataLines, WriteNoDateThatWouldBeMisread) {
+  struct Case {
+    DateTime date;
+    const char* text;
+  };
+  const Case cases[] = {{{2000, 99, 1, 0, 0, 0, 0}, "01-99-2000/00:00:00.0"},
+                        {{2000, 100, 1, 0, 0, 0, 0}, ""},
+                        {{2000, -9, 1, 0, 0, 0, 0}, "01--9-2000/00:00:00.0"},
+                        {{2000, 1, -10, 0, 0, 0, 0}, ""},
+                        {{2000, 1, 1, 0, 0, 100, 0}, ""},
+                        {{10000, 1, 1, 0, 0, 0, 0}, ""},
+                        {{2000, 1, 1, 0, 0, 0, 100}, ""}};
+  for (const Case& c : cases) {
+    Replay records;
+    JobRecord job = {};
+    job.Date = c.date;
+    records.columns(23, {TVO_FIELD_JobNo, TVO_FIELD_Date}).add(33, job);
+    EXPECT_NE(write(records).find(std::string("    0,  ") + c.text + ";\n"), std::string::npos);
+  }
+}
+
+TEST(DataLines, KeepAllDigitsOfWhatIsNotConverted) {
+  Replay records;
+  records.columns(2, {TVO_FIELD_ANGULAR})
+      .add(6, UnitsRecord{TVO_ENUM_RADS, 0, 0, 0, 0, 0, 0, 0, 0});
+  SlopeRecord slope = {};
+  slope.Hz = 3.141592653589793;
+  slope.SDist = 1234567890123456.5F;
+  records.columns(49, {TVO_FIELD_Hz, TVO_FIELD_SDist}).add(54, slope);
+  const std::string text = write(records, {false, {15, 0, 0}});
+  EXPECT_NE(text.find("    3.141592653589793,  1234567948140544;\n"), std::string::npos) << text;
+}
+
+// An item that is listed stays one: an empty date is a date of zeros, in day numbers the first day
+// of the year 0.
+TEST(Sections, CodeListKeepsAnEmptyDate) {
+  const std::pair<EnumId, const char*> cases[] = {
+      {TVO_ENUM_DMY, "    DATE         00-00-0000/00:00:00.0\n"},
+      {TVO_ENUM_MJD, "    DATE         -678941.0000000000\n"},
+      {TVO_ENUM_UNKNOWN, "CODELIST\n  END CODELIST\n"}};
+  for (const auto& [order, line] : cases) {
+    Replay records;
+    records.columns(2, {TVO_FIELD_Date}).add(6, UnitsRecord{0, 0, 0, 0, 0, 0, 0, 0, order});
+    records.columns(13, {TVO_FIELD_Date}).add(20, CodeListRecord{});
+    EXPECT_NE(write(records).find(line), std::string::npos) << write(records);
+  }
+}
+
 TEST(Nesting, OpensAndClosesBlocksAsTheRecordsAsk) {
   struct Case {
     std::vector<RecordType> types;
@@ -321,6 +417,32 @@ TEST(Nesting, OpensAndClosesBlocksAsTheRecordsAsk) {
        "DEFINITIONS\n  CODELIST\n    NAME         \"\"\n  END CODELIST\n\n  CODELIST\n"
        "    CODES (CodeNo)\n    END CODES\n    NAME         \"\"\n  END CODELIST\n"
        "END DEFINITIONS\n"},
+      // Two in a store, which keeps one columns record and sorts the rest behind it.
+      {{13, 20, 20, 14, 21, 64},
+       "DEFINITIONS\n  CODELIST\n    NAME         \"\"\n  END CODELIST\n\n  CODELIST\n"
+       "    NAME         \"\"\n    CODES (CodeNo)\n      0;\n    END CODES\n  END CODELIST\n\n"
+       "  ELLIPSOIDS (EllipsoidNo)\n  END ELLIPSOIDS\nEND DEFINITIONS\n"},
+      // Codes in front of such a further one are its own, too.
+      {{13, 20, 14, 21, 20},
+       "DEFINITIONS\n  CODELIST\n    NAME         \"\"\n  END CODELIST\n\n  CODELIST\n"
+       "    CODES (CodeNo)\n      0;\n    END CODES\n    NAME         \"\"\n  END CODELIST\n"
+       "END DEFINITIONS\n"},
+      // Without any columns record there is no list.
+      {{14, 20},
+       "DEFINITIONS\n  CODELIST\n    CODES (CodeNo)\n    END CODES\n  END CODELIST\n"
+       "END DEFINITIONS\n\n\n"},
+      // EXTRAINFO takes the data records of the block around it, until another block follows.
+      {{24, 34, 109, 34, 34, 109, 26, 34, 27, 37, 110, 37, 30, 40, 111, 40},
+       "DATABASE\n  POINTS (PointNo)\n    0;\n    EXTRAINFO (PointNo)\n      0;\n      0;\n"
+       "    END EXTRAINFO\n    EXTRAINFO (PointNo)\n    END EXTRAINFO\n    THEMINFO (PointNo)\n"
+       "    END THEMINFO\n    0;\n  END POINTS\n\n"
+       "  LINES (LineNo)\n    0;\n    EXTRAINFO (LineNo)\n      0;\n    END EXTRAINFO\n"
+       "  END LINES\n\n"
+       "  POLYGONS (PolygonNo)\n    0;\n    EXTRAINFO (PolygonNo)\n      0;\n    END EXTRAINFO\n"
+       "  END POLYGONS\nEND DATABASE\n"},
+      {{23, 110},
+       "DATABASE\n  JOBS (JobNo)\n  END JOBS\n\n  LINES (LineNo)\n    EXTRAINFO (LineNo)\n"
+       "    END EXTRAINFO\n  END LINES\nEND DATABASE\n"},
       {{48, 53, 49, 54},
        "THEODOLITE\n  SETUP\n    STN_NO   0\n  END SETUP\n\n  SLOPE (TgtNo)\n    0;\n"
        "  END SLOPE\nEND THEODOLITE\n"},
@@ -330,7 +452,8 @@ TEST(Nesting, OpensAndClosesBlocksAsTheRecordsAsk) {
   for (const Case& c : cases) {
     Replay records;
     for (const RecordType type : c.types) {
-      const schema::RecordDef& def = schema::recordDef(type);
+      // The fields of EXTRAINFO are those of the block around it.
+      const schema::RecordDef& def = schema::recordDef(type > 108 ? 24 + 3 * (type - 109) : type);
       const char zeros[1024] = {};
       if (def.columns) records.columns(type, {def.fields[0].id});
       if (!def.columns) records.add(type, static_cast<const void*>(zeros));

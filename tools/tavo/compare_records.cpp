@@ -1,10 +1,7 @@
 // Comparison field by field.
 #include "compare_records.h"
 
-#include <algorithm>
-#include <cmath>
 #include <cstring>
-#include <limits>
 
 #include "record_json.h"
 #include "schema/catalogue.h"
@@ -25,13 +22,6 @@ T load(const char* bytes) {
 }
 
 bool equalText(const char* a, const char* b, size_t room) { return std::strncmp(a, b, room) == 0; }
-
-// Conversion from and to the units of the text may change the last digits.
-template <class Real>
-bool close(Real a, Real b) {
-  const Real larger = std::max(std::abs(a), std::abs(b));
-  return a == b || std::abs(a - b) <= 8 * std::numeric_limits<Real>::epsilon() * larger;
-}
 
 }  // namespace
 
@@ -77,8 +67,9 @@ void RecordComparison::finish() {
 
 template <class Real>
 bool RecordComparison::equalReal(const std::string& name, Real a, Real b) {
-  if (!close(a, b)) ++rounded_[name];
-  return true;
+  const Match match = matchReals(a, b);
+  if (match == Match::kRounded) ++rounded_[name];
+  return match != Match::kOther;
 }
 
 void RecordComparison::compareFields(RecordType type, const char* original, const char* written) {

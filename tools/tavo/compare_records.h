@@ -1,7 +1,10 @@
 // Compares the records of a text with those of a text that was written from them.
 #pragma once
 
+#include <algorithm>
+#include <cmath>
 #include <cstdint>
+#include <limits>
 #include <map>
 #include <string>
 
@@ -9,6 +12,26 @@
 #include "schema/types.h"
 
 namespace tavo::tool {
+
+// How a real number came back.
+enum class Match : uint8_t { kSame, kRounded, kOther };
+
+// Conversion from and to the units of the text may change the last digits. An infinity and a value
+// that is no number come back as themselves or as something else, never rounded; a zero that
+// changed its sign is a rounded value.
+template <class Real>
+Match matchReals(Real original, Real written) {
+  if (!std::isfinite(original) || !std::isfinite(written)) {
+    const bool neither = std::isnan(original) && std::isnan(written);
+    return neither || original == written ? Match::kSame : Match::kOther;
+  }
+  // Halves, since the sum of the sizes of two huge values is no number of the type.
+  const Real larger = std::max(std::abs(original), std::abs(written));
+  const Real apart = std::abs(original / 2 - written / 2);
+  const bool close = apart <= 4 * std::numeric_limits<Real>::epsilon() * larger;
+  const bool sameSign = std::signbit(original) == std::signbit(written);
+  return close && sameSign ? Match::kSame : Match::kRounded;
+}
 
 // Takes the records of the written text one by one.
 class RecordComparison {

@@ -1,8 +1,6 @@
 // Recognition and check of data files, on top of the engine's walk through all pages.
 #include "store/data_file.h"
 
-#include <cstdio>
-
 #include "store/engine/format.h"
 #include "store/engine/verify.h"
 #include "store/record_form.h"
@@ -14,15 +12,6 @@ namespace {
 // Head of a packed record, then field number and value of its first field.
 constexpr size_t kPackedHead = 5;
 constexpr size_t kSortCodeEnd = kPackedHead + 4;
-
-uint64_t sizeOf(const char* path) {
-  FILE* file = fopen(path, "rb");
-  if (file == nullptr) return 0;
-  const bool atEnd = fseek(file, 0, SEEK_END) == 0;
-  const long size = atEnd ? ftell(file) : 0;
-  fclose(file);
-  return size > 0 ? static_cast<uint64_t>(size) : 0;
-}
 
 // Collects the findings of one check.
 class Check {
@@ -61,20 +50,22 @@ class Check {
 
 }  // namespace
 
+bool hasDataFileSignature(const void* bytes, size_t size) {
+  engine::FileHeader header;
+  return size >= engine::kHeaderSize &&
+         engine::decodeHeader(static_cast<const uint8_t*>(bytes), header);
+}
+
 bool isDataFile(const char* path, platform::FileSystem& files) {
   const auto file = files.open(path, platform::Access::kRead, platform::Sharing::kReadWrite);
   uint8_t bytes[engine::kHeaderSize];
-  if (file == nullptr || file->readAt(0, bytes, sizeof(bytes)) != platform::Transfer::kDone) {
-    return false;
-  }
-  engine::FileHeader header;
-  return engine::decodeHeader(bytes, header);
+  return file != nullptr && file->readAt(0, bytes, sizeof(bytes)) == platform::Transfer::kDone &&
+         hasDataFileSignature(bytes, sizeof(bytes));
 }
 
 int verifyDataFile(const char* path, const FindingReport& report, DataFileStatistics* statistics,
                    platform::FileSystem& files) {
   *statistics = {};
-  statistics->fileSize = sizeOf(path);
   RecordForms forms;
   Check check(report, *statistics);
   engine::VerifyHooks hooks;
@@ -88,6 +79,8 @@ int verifyDataFile(const char* path, const FindingReport& report, DataFileStatis
   };
   engine::VerifyReport walk;
   const int result = engine::verify(path, walk, hooks, kIndexes, files);
+  statistics->fileSize = walk.fileSize;
+  statistics->roomAhead = walk.roomAhead;
   statistics->height = walk.height;
   statistics->pagesInUse = walk.pagesInUse;
   statistics->pagesInFile = walk.pagesInFile;
@@ -95,6 +88,8 @@ int verifyDataFile(const char* path, const FindingReport& report, DataFileStatis
   statistics->innerPages = walk.innerPages;
   statistics->fillFactor = walk.fillFactor();
   statistics->records = walk.records;
+  statistics->recordsCounted = walk.recordCount;
+  statistics->keysCompared = walk.keysCompared;
   statistics->freeNumbers = walk.freeNumbers;
   return result;
 }

@@ -28,6 +28,7 @@ int check(const CheckOptions& options);
 struct DumpOptions {
   std::string file;        // text or data file
   bool allFields = false;  // also those that the file does not declare
+  bool force = false;      // what can be read of a damaged data file
 };
 int dump(const DumpOptions& options);
 
@@ -43,7 +44,7 @@ struct BuildOptions {
   std::string file;  // the data file; for format the text
   std::string output;
   writers::BuildSettings settings;
-  bool force = false;  // format only: also when something would be lost
+  bool force = false;  // also when something would be lost
 };
 int build(const BuildOptions& options);
 int format(const BuildOptions& options);

@@ -330,8 +330,16 @@ void Verifier::endRecord(std::int32_t page) {
 // The keys that are there against those that the records make. Where some are missing for a known
 // reason, the rest of them would only repeat it.
 void Verifier::checkKeys() {
-  report_.keysCompared = hooks_.fields && complete_;
-  if (!report_.keysCompared) return;
+  if (!complete_) return;
+  if (!hooks_.fields) {
+    for (const KeyRef& ref : present_) {
+      if (!std::binary_search(records_.begin(), records_.end(), ref.record))
+        find(-1, "index " + text(ref.index) + " has a key of record " + text(ref.record) +
+                     ", which is missing");
+    }
+    return;
+  }
+  report_.keysCompared = true;
   std::sort(present_.begin(), present_.end());
   std::sort(expected_.begin(), expected_.end());
   const auto report = [this](const KeyRef& ref, const char* what) {
@@ -371,11 +379,6 @@ void Verifier::checkNumbers() {
       if (number < 1 || static_cast<std::uint32_t>(number) >= h.nextRecord)
         find(-1, "record number " + text(number) + " was never given out");
     }
-  }
-  for (const KeyRef& ref : complete_ ? present_ : std::vector<KeyRef>()) {
-    if (!std::binary_search(records_.begin(), records_.end(), ref.record))
-      find(-1, "index " + text(ref.index) + " has a key of record " + text(ref.record) +
-                   ", which is missing");
   }
 }
 

@@ -25,7 +25,7 @@ bool isTextByte(unsigned char byte) {
 }  // namespace
 
 std::string storedProblem(const std::string& path) {
-  const std::string problem = dataFileProblem(path);
+  std::string problem = dataFileProblem(path);
   if (problem.empty() || fileKind(path) != FileKind::kRegular) return problem;
   std::FILE* const file = std::fopen(path.c_str(), "rb");
   if (file == nullptr) return problem;

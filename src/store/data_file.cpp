@@ -1,7 +1,6 @@
 // Recognition and check of data files, on top of the engine's walk through all pages.
 #include "store/data_file.h"
 
-#include "platform/text_file.h"
 #include "store/engine/format.h"
 #include "store/engine/verify.h"
 #include "store/record_form.h"
@@ -67,7 +66,6 @@ bool isDataFile(const char* path, platform::FileSystem& files) {
 int verifyDataFile(const char* path, const FindingReport& report, DataFileStatistics* statistics,
                    platform::FileSystem& files) {
   *statistics = {};
-  statistics->fileSize = platform::fileInfo(path).size;
   RecordForms forms;
   Check check(report, *statistics);
   engine::VerifyHooks hooks;
@@ -81,6 +79,8 @@ int verifyDataFile(const char* path, const FindingReport& report, DataFileStatis
   };
   engine::VerifyReport walk;
   const int result = engine::verify(path, walk, hooks, kIndexes, files);
+  statistics->fileSize = walk.fileSize;
+  statistics->roomAhead = walk.roomAhead;
   statistics->height = walk.height;
   statistics->pagesInUse = walk.pagesInUse;
   statistics->pagesInFile = walk.pagesInFile;
@@ -88,6 +88,8 @@ int verifyDataFile(const char* path, const FindingReport& report, DataFileStatis
   statistics->innerPages = walk.innerPages;
   statistics->fillFactor = walk.fillFactor();
   statistics->records = walk.records;
+  statistics->recordsCounted = walk.recordCount;
+  statistics->keysCompared = walk.keysCompared;
   statistics->freeNumbers = walk.freeNumbers;
   return result;
 }

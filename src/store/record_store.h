@@ -67,6 +67,8 @@ class RecordStore {
   uint32_t openExisting();
 
   bool isOpen() const { return file_.isOpen(); }
+  // Whether there is a current record, be it one that cannot be read.
+  bool onRecord() const { return file_.currentRecord() != 0; }
   const char* path() const { return path_.data(); }
 
  private:

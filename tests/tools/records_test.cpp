@@ -160,9 +160,14 @@ TEST_F(RecordsTest, ImportTellsOfErrorsAndRepeatedPoints) {
   EXPECT_NE(out.find("twice.tvo:5: error E2500"), std::string::npos) << out;
   EXPECT_NE(out.find("already: 1 POINTS\n"), std::string::npos) << out;
   // The data file has the code, but not the values that it points to.
-  const ToolResult build = run({"build", "twice.dat", "-o", "built.tvo"});
-  EXPECT_EQ(build.status, 0);
-  EXPECT_NE(build.err.find("time-tagged codes"), std::string::npos);
+  for (const Arguments& verb :
+       {Arguments{"dump", "twice.dat"}, Arguments{"build", "twice.dat", "-o", "built.tvo"}}) {
+    const ToolResult result = run(verb);
+    EXPECT_EQ(result.status, 1);
+    EXPECT_NE(result.err.find("2 of 3 records; a data file cannot give back the others"),
+              std::string::npos)
+        << result.err;
+  }
   EXPECT_NE(read("built.tvo").find("1,  1.0000;"), std::string::npos) << read("built.tvo");
 }
 
@@ -177,15 +182,94 @@ TEST_F(RecordsTest, DamagedDataFilesAreFoundAndHarmless) {
     const std::string out = expectOutput(1, {"verify", "damaged.dat"});
     EXPECT_NE(out.find("damaged.dat: damaged, "), std::string::npos) << out;
     for (const Arguments& verb :
-         {Arguments{"dump", "damaged.dat"}, Arguments{"build", "damaged.dat", "-o", "built.tvo"}}) {
-      const int status = run(verb).status;
-      EXPECT_TRUE(status >= 0 && status <= 2) << status;
+         {Arguments{"dump", "damaged.dat"}, Arguments{"build", "damaged.dat", "-o", "no.tvo"}}) {
+      EXPECT_EQ(expectOutput(1, verb), "");
     }
   }
-  write("short.dat", sound.substr(0, 100));
-  EXPECT_EQ(run({"verify", "short.dat"}).status, 2);
-  EXPECT_EQ(run({"verify", "none.dat"}).status, 2);
-  EXPECT_EQ(run({"verify", example("survey.tvo")}).status, 2);
+  EXPECT_FALSE(exists("no.tvo"));
+}
+
+// The records whose pages are cut off are counted as lost; those before can be had.
+TEST_F(RecordsTest, OfADamagedDataFileWhatCanBeReadIsWrittenOnlyOnDemand) {
+  expectOutput(0, {"import", example("survey.tvo"), "-o", "survey.dat"});
+  write("cut.dat", read("survey.dat").substr(0, 40000));
+  std::filesystem::remove("cut.tvo");
+  const struct {
+    Arguments arguments;
+    const char* count;
+  } cases[] = {
+      {{"dump", "cut.dat"}, "142 of 399 records can be read"},
+      // A record whose columns are lost has no place in a text.
+      {{"build", "cut.dat", "-o", "cut.tvo"}, "141 of 399 records can be read"},
+  };
+  for (const auto& row : cases) {
+    const ToolResult refused = run(row.arguments);
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_EQ(refused.out, "");
+    EXPECT_NE(refused.err.find("is damaged"), std::string::npos) << refused.err;
+    EXPECT_NE(refused.err.find(row.count), std::string::npos) << refused.err;
+    EXPECT_NE(refused.err.find("--force"), std::string::npos) << refused.err;
+    EXPECT_FALSE(exists("cut.tvo"));
+    Arguments forced = row.arguments;
+    forced.push_back("--force");
+    const ToolResult written = run(forced);
+    EXPECT_EQ(written.status, 1);
+    EXPECT_NE(written.err.find(row.count), std::string::npos) << written.err;
+    EXPECT_EQ(linesOf(written.out).size(), row.arguments[0] == "dump" ? 142u : 0u);
+  }
+  EXPECT_EQ(linesOf(expectOutput(0, {"dump", "cut.tvo"})).size(), 141u);
+}
+
+TEST_F(RecordsTest, VerifySaysWhatAFileIs) {
+  expectOutput(0, {"import", example("survey.tvo"), "-o", "survey.dat"});
+  write("short.dat", read("survey.dat").substr(0, 100));
+  write("empty.dat", "");
+  const struct {
+    std::string file;
+    const char* message;
+  } cases[] = {
+      {example("survey.tvo"), "is a text, not a data file (see 'tavo check')"},
+      {"short.dat", "'short.dat' is not a data file"},
+      {"empty.dat", "'empty.dat' is empty, not a data file"},
+      {"none.dat", "cannot read 'none.dat'"},
+  };
+  for (const auto& row : cases) {
+    const ToolResult result = run({"verify", row.file});
+    EXPECT_EQ(result.status, 2);
+    EXPECT_NE(result.err.find(row.message), std::string::npos) << result.err;
+    EXPECT_EQ(result.err.find("another program"), std::string::npos) << result.err;
+  }
+  // Room that was allocated ahead is worth a note and no more.
+  write("ahead.dat", read("survey.dat") + std::string(3000, '\0'));
+  EXPECT_NE(expectOutput(0, {"verify", "ahead.dat"}).find("note: 3000 bytes allocated ahead"),
+            std::string::npos);
+}
+
+// What the decimals take from a value is counted, what the conversion of its unit changes is not.
+TEST_F(RecordsTest, FormatCountsEachRoundedValue) {
+  const struct {
+    const char* unit;
+    const char* column;
+    const char* value;
+    const char* note;
+  } cases[] = {
+      {"METRE", "East", "1234567.89123", "1 value of POINTS East written with other digits"},
+      {"METRE", "East", "8123456789.12345", "1 value of POINTS East written with other digits"},
+      {"METRE", "Geoid", "1.23456", "1 value of POINTS Geoid written with other digits"},
+      {"METRE", "East", "1234567.8912", ""},
+      {"METRE", "Geoid", "1.2345", ""},
+      {"US_SURVEY_FEET", "East", "1234567.8912", ""},
+      {"INT_FEET", "East", "3333333.3333", ""},
+  };
+  for (const auto& [unit, column, value, note] : cases) {
+    write("digits.tvo", std::string("HEADER\nUNITS\nLINEAR ") + unit +
+                            "\nEND UNITS\nEND HEADER\nDATABASE\nPOINTS (PointNo," + column +
+                            ")\n1," + value + ";\nEND POINTS\nEND DATABASE\n");
+    const ToolResult result = run({"format", "digits.tvo", "-o", "digits-new.tvo"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_NE(result.err.find(note), std::string::npos) << value << ": " << result.err;
+    EXPECT_EQ(result.err.empty(), *note == '\0') << value << ": " << result.err;
+  }
 }
 
 TEST_F(RecordsTest, TimelineIsInTheOrderOfTime) {

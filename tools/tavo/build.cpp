@@ -15,9 +15,13 @@ int build(const BuildOptions& options) {
     complain(problem);
     return kFailed;
   }
-  if (!records.open(options.file) || !output.open(options.output)) return kFailed;
+  if (const ExitStatus opened =
+          records.open(options.file, StoredRecords::Use::kText, options.force);
+      opened != kSound) {
+    return opened;
+  }
+  if (!output.open(options.output)) return kFailed;
   const uint16_t status = writers::writeText(output, records, options.settings);
-  if (records.complainAtEnd()) return kFindings;
   if (status == TVO_ERR_NO_RECORD) {
     complain("'" + options.file + "' holds records that begin no section (see 'tavo dump')");
     return kFindings;
@@ -26,7 +30,10 @@ int build(const BuildOptions& options) {
     complain("writing '" + options.output + "' failed");
     return kFailed;
   }
-  return output.commit() ? kSound : kFailed;
+  const bool losses = records.complainOfLosses();
+  if (records.damaged() && !options.force) return kFindings;
+  if (!output.commit()) return kFailed;
+  return losses ? kFindings : kSound;
 }
 
 }  // namespace tavo::tool

@@ -44,7 +44,11 @@ int dumpText(const DumpOptions& options) {
 
 int dumpDataFile(const DumpOptions& options) {
   StoredRecords records;
-  if (!records.open(options.file)) return kFailed;
+  if (const ExitStatus opened =
+          records.open(options.file, StoredRecords::Use::kPrint, options.force);
+      opened != kSound) {
+    return opened;
+  }
   RecordPrinter printer(RecordPrinter::Order::kDataFile, options.allFields);
   uint32_t type = 0;
   void* record = nullptr;
@@ -52,7 +56,7 @@ int dumpDataFile(const DumpOptions& options) {
     if (!printLine(printer.print(type, record))) break;
   }
   if (!flushOutput()) return kFailed;
-  return records.complainAtEnd() ? kFindings : kSound;
+  return records.complainOfLosses() ? kFindings : kSound;
 }
 
 }  // namespace

@@ -79,10 +79,13 @@ void addDump(CLI::App& app, Action* action) {
       app, "dump", "Print every record as one JSON line",
       "FILE is a text, whose records come in the order of their delivery, or a data file,\n"
       "whose records come in stored order. Angles converted by the units of the HEADER are\n"
-      "in radians and such lengths in metres, as the library delivers them.\n\n"
+      "in radians and such lengths in metres, as the library delivers them.\n"
+      "Exit status: 0 all records, 1 errors in the text, a data file that is damaged or keeps\n"
+      "records that it cannot give back, 2 a file cannot be read.\n\n"
       "Example: tavo dump survey.tvo | grep '\"name\":\"POINTS\"'");
   verb->add_option("FILE", options->file, "Text or data file")->required()->type_name("");
   verb->add_flag("--all", options->allFields, "Show fields that the file does not declare, too");
+  verb->add_flag("--force", options->force, "Print what can be read of a damaged data file");
   verb->callback([=] { *action = [=] { return dump(*options); }; });
 }
 
@@ -145,10 +148,16 @@ void addLayout(CLI::App* verb, const std::shared_ptr<BuildOptions>& options) {
 void addBuild(CLI::App& app, Action* action) {
   const auto options = std::make_shared<BuildOptions>();
   CLI::App* const verb = addVerb(app, "build", "Write the records of a data file as text",
-                                 "Values are rounded to the decimals.\n\n"
+                                 "Values are rounded to the decimals. Nothing is written from a "
+                                 "data file that 'tavo verify'\n"
+                                 "finds damaged.\n"
+                                 "Exit status: 0 all records written, 1 the data file is damaged "
+                                 "or keeps records that it\n"
+                                 "cannot give back, 2 a file cannot be read or written.\n\n"
                                  "Example: tavo build survey.dat -o survey.tvo --decimals 4,3,10");
   verb->add_option("DATAFILE", options->file, "Data file")->required()->type_name("");
   addLayout(verb, options);
+  verb->add_flag("--force", options->force, "Write what can be read of a damaged data file");
   verb->callback([=] { *action = [=] { return build(*options); }; });
 }
 

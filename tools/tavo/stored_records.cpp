@@ -1,8 +1,14 @@
 // Walking along a data file that may be damaged.
 #include "stored_records.h"
 
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+
 #include "console.h"
 #include "files.h"
+#include "schema/blocks.h"
+#include "text.h"
 
 namespace tavo::tool {
 
@@ -12,46 +18,105 @@ namespace {
 // writer may pass it.
 constexpr uint64_t kBytesPerStep = 4;
 
-// The store puts the engine's code, for which -1 is the end of the records, into the high half.
-bool isEnd(uint32_t status) {
-  return TVO_CODE(status) == TVO_ERR_STORE && static_cast<int16_t>(status >> 16) == -1;
+bool isTextByte(unsigned char byte) {
+  return byte >= ' ' || std::strchr("\t\n\f\r\x1A", byte) != nullptr;
 }
 
 }  // namespace
 
-bool StoredRecords::open(const std::string& path) {
-  path_ = path;
+std::string storedProblem(const std::string& path) {
   std::string problem = dataFileProblem(path);
-  if (problem.empty() && TVO_CODE(store_.openDataFile(path.c_str())) != TVO_OK) {
-    problem = "cannot open the data file '" + path + "'";
+  if (problem.empty() || fileKind(path) != FileKind::kRegular) return problem;
+  std::FILE* const file = std::fopen(path.c_str(), "rb");
+  if (file == nullptr) return problem;
+  unsigned char bytes[512];
+  const size_t size = std::fread(bytes, 1, sizeof bytes, file);
+  std::fclose(file);
+  if (size == 0) return "'" + path + "' is empty, not a data file";
+  if (store::hasDataFileSignature(bytes, size)) {
+    return "another program holds the data file '" + path + "' open";
+  }
+  const bool text = std::all_of(bytes, bytes + size, isTextByte);
+  return "'" + path + "' is " + (text ? "a text, " : "") + "not a data file" +
+         (text ? " (see 'tavo check')" : "");
+}
+
+ExitStatus StoredRecords::open(const std::string& path, Use use, bool force) {
+  path_ = path;
+  std::string problem = storedProblem(path);
+  if (problem.empty()) {
+    if (const int code = store::verifyDataFile(path.c_str(), nullptr, &verified_); code != 0) {
+      problem = "reading '" + path + "' failed (engine code " + std::to_string(code) + ")";
+    }
   }
   if (!problem.empty()) {
     complain(problem);
-    return false;
+    return kFailed;
   }
-  limit_ = static_cast<uint64_t>(fileSize(path)) / kBytesPerStep;
-  return true;
+  needsColumns_ = use == Use::kText && verified_.findings > 0;
+  limit_ = verified_.fileSize / kBytesPerStep;
+  const bool opened = TVO_CODE(store_.openDataFile(path.c_str())) == TVO_OK;
+  if (opened && (force || verified_.findings == 0)) return kSound;
+
+  uint32_t type = 0;
+  void* record = nullptr;
+  for (uint32_t mode = TVO_FIRST; opened && fetch(mode, &type, &record) == TVO_OK;) mode = TVO_NEXT;
+  complainOfLosses();
+  if (delivered_ > 0) complain("nothing was written; use --force to write these records");
+  return kFindings;
 }
 
 uint16_t StoredRecords::fetch(uint32_t mode, uint32_t* recordType, void** record) {
-  const uint32_t onward = mode == TVO_PREVIOUS ? TVO_PREVIOUS : TVO_NEXT;
-  for (; ++steps_ <= limit_; mode = onward) {
+  const bool back = mode == TVO_PREVIOUS;
+  if (mode == TVO_FIRST) place_ = 0;
+  for (; ++steps_ <= limit_; mode = back ? TVO_PREVIOUS : TVO_NEXT) {
     const uint32_t status = store_.read(mode, recordType, record);
-    if (TVO_CODE(status) == TVO_ERR_RECORD_TYPE) {
-      missed_ = true;
-      continue;
+    const uint16_t code = TVO_CODE(status);
+    if (code != TVO_OK && !store_.onRecord()) {
+      // Where a walk ended, the way back begins at the record that it passed last.
+      place_ = back ? 0 : furthest_ + 1;
+      return code;
     }
-    if (status != TVO_OK && !isEnd(status)) damaged_ = true;
-    return TVO_CODE(status);
+    const bool good = code == TVO_OK && usable(*recordType);
+    place_ = back ? place_ - 1 : place_ + 1;
+    if (place_ > furthest_) {
+      furthest_ = place_;
+      delivered_ += good ? 1 : 0;
+    }
+    if (good) return code;
   }
-  damaged_ = true;
   return TVO_ERR_STORE;
 }
 
-bool StoredRecords::complainAtEnd() const {
-  if (damaged_) complain("'" + path_ + "' is damaged (see 'tavo verify')");
-  if (missed_) complain("'" + path_ + "' keeps time-tagged codes, which it cannot give back");
-  return damaged_;
+bool StoredRecords::usable(RecordType type) {
+  delivers_[type] = true;
+  return !needsColumns_ || schema::recordDef(type).columns || delivers_[schema::columnsOf(type)];
+}
+
+uint64_t StoredRecords::total() const {
+  return std::max(verified_.records, verified_.recordsCounted);
+}
+
+uint64_t StoredRecords::notReturnable() const {
+  return verified_.recordsByType[TVO_RECORD_TIME_TAGGED_CODES];
+}
+
+bool StoredRecords::damaged() const {
+  return verified_.findings > 0 || delivered_ + notReturnable() != total();
+}
+
+bool StoredRecords::complainOfLosses() const {
+  const std::string count = std::to_string(delivered_) + " of " + counted(total(), "record");
+  if (verified_.findings > 0) {
+    complain("'" + path_ + "' is damaged (" + counted(verified_.findings, "finding") +
+             ", see 'tavo verify'): " + count + " can be read");
+  } else if (damaged()) {
+    complain("reading '" + path_ + "' failed: " + count + " were read");
+  } else if (notReturnable() > 0) {
+    complain("'" + path_ + "': " + count + "; a data file cannot give back the others, which are " +
+             "time-tagged codes");
+  }
+  return damaged() || notReturnable() > 0;
 }
 
 }  // namespace tavo::tool

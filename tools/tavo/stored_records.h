@@ -1,31 +1,52 @@
 // The records of a data file in stored order, for printing and for building a text.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <string>
 
+#include "store/data_file.h"
 #include "store/record_store.h"
+#include "verbs.h"
 #include "writers/build.h"
 
 namespace tavo::tool {
 
-// Passes over records that a data file keeps but cannot give back.
+// Why a file cannot be used as a data file, with what it is instead; an empty text when it can.
+std::string storedProblem(const std::string& path);
+
+// Passes over records that cannot be read and over those that a data file keeps but cannot give
+// back, and counts what it delivers.
 class StoredRecords final : public writers::RecordSource {
  public:
-  // False, with a complaint, when it is no data file that can be opened.
-  bool open(const std::string& path);
+  // A text cannot show data records whose columns record is lost, so for it they are passed over.
+  enum class Use { kPrint, kText };
+
+  // Verifies the data file and opens it. kFailed, with a complaint, when it is none; kFindings,
+  // with a complaint that says how much of it can be read, when it is damaged and `force` not set.
+  ExitStatus open(const std::string& path, Use use, bool force);
   uint16_t fetch(uint32_t mode, uint32_t* recordType, void** record) override;
 
-  // Complains when records were missed; true when that is because the file is damaged.
-  bool complainAtEnd() const;
+  // For the end of a walk: whether records were missed, with a complaint that says how many.
+  bool complainOfLosses() const;
+  // Whether some of them were missed, or may be wrong, because the file is damaged.
+  bool damaged() const;
 
  private:
+  bool usable(RecordType type);
+  uint64_t total() const;
+  uint64_t notReturnable() const;
+
   std::string path_;
   store::RecordStore store_;
+  store::DataFileStatistics verified_;
+  bool needsColumns_ = false;                                 // of a damaged file
+  std::array<bool, schema::kLastRecordType + 1> delivers_{};  // record types so far
   uint64_t steps_ = 0;
-  uint64_t limit_ = 0;  // steps that a sound file of this size can need
-  bool missed_ = false;
-  bool damaged_ = false;
+  uint64_t limit_ = 0;      // steps that a sound file of this size can need
+  uint64_t place_ = 0;      // of the record last moved to, 1 for the first
+  uint64_t furthest_ = 0;   // place up to which records are counted
+  uint64_t delivered_ = 0;  // different records
 };
 
 }  // namespace tavo::tool

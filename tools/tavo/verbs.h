@@ -31,6 +31,7 @@ int check(const CheckOptions& options);
 struct DumpOptions {
   std::string file;        // text or data file
   bool allFields = false;  // also those that the file does not declare
+  bool force = false;      // what can be read of a damaged data file
 };
 int dump(const DumpOptions& options);
 
@@ -48,7 +49,7 @@ struct BuildOptions {
   std::string output;
   bool overwrite = false;  // the output's file, whatever it is
   writers::BuildSettings settings;
-  bool force = false;  // format only: also when something would be lost
+  bool force = false;  // also when something would be lost
 };
 int build(const BuildOptions& options);
 int format(const BuildOptions& options);

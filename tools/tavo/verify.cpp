@@ -2,9 +2,9 @@
 #include <cstdio>
 
 #include "console.h"
-#include "files.h"
 #include "record_json.h"
 #include "store/data_file.h"
+#include "stored_records.h"
 #include "text.h"
 #include "verbs.h"
 
@@ -17,6 +17,13 @@ void printStatistics(const std::string& path, const store::DataFileStatistics& f
               counted(file.fileSize, "byte").c_str(), counted(file.pagesInFile, "page").c_str(),
               file.pagesInUse, counted(file.leafPages, "leaf page").c_str(),
               counted(file.innerPages, "inner page").c_str());
+  if (file.roomAhead > 0) {
+    std::printf("  note: %s allocated ahead, still zero\n",
+                counted(file.roomAhead, "byte").c_str());
+  }
+  if (!file.keysCompared) {
+    std::printf("  note: keys are not compared with records, since not all of them can be read\n");
+  }
   std::printf("  height %u, pages filled to %.1f %%\n", file.height, 100 * file.fillFactor);
   std::printf("  %s", counted(file.records, "record").c_str());
   if (file.freeNumbers > 0) {
@@ -33,7 +40,7 @@ void printStatistics(const std::string& path, const store::DataFileStatistics& f
 }  // namespace
 
 int verify(const std::string& dataFile) {
-  if (const std::string problem = dataFileProblem(dataFile); !problem.empty()) {
+  if (const std::string problem = storedProblem(dataFile); !problem.empty()) {
     complain(problem);
     return kFailed;
   }

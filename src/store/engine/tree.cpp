@@ -2,6 +2,7 @@
 // ever.
 #include "store/engine/tree.h"
 
+#include <algorithm>
 #include <cassert>
 
 #include "store/engine/key.h"
@@ -370,6 +371,12 @@ int loadLeaf(ControlBlock& file, std::int32_t number, WorkPage*& w) {
   return code == kOk && w->level() != 0 ? kCorrupt : code;
 }
 
+// Empty leaves that form a circle must not hold a walk for as long as a damaged header counts
+// pages.
+std::int64_t mostHops(const ControlBlock& file) {
+  return std::int64_t{std::min(file.header.pagesInFile, kMaxPages)} + 1;
+}
+
 }  // namespace
 
 int compareEntry(const ControlBlock& file, const std::uint8_t* e, bool leaf, const Probe& probe) {
@@ -402,7 +409,7 @@ int settleForward(ControlBlock& file, Place& place, std::int64_t& hops) {
   while (place.position >= place.page->count) {
     const std::int32_t next = place.page->next();
     if (next == kNoPage) return kNotFound;
-    if (++hops > std::int64_t{file.header.pagesInFile} + 1) return kCorrupt;
+    if (++hops > mostHops(file)) return kCorrupt;
     const int code = loadLeaf(file, next, place.page);
     if (code != kOk) return code;
     place.position = 0;
@@ -414,7 +421,7 @@ int stepBack(ControlBlock& file, Place& place, std::int64_t& hops) {
   while (place.position <= 0) {
     const std::int32_t previous = place.page->previous();
     if (previous == kNoPage) return kNotFound;
-    if (--hops < -std::int64_t{file.header.pagesInFile} - 1) return kCorrupt;
+    if (--hops < -mostHops(file)) return kCorrupt;
     const int code = loadLeaf(file, previous, place.page);
     if (code != kOk) return code;
     place.position = place.page->count;

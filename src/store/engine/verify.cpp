@@ -32,7 +32,19 @@ std::uint64_t hashBytes(const std::uint8_t* bytes, std::size_t size) {
   return hash;
 }
 
-std::string text(long long value) { return std::to_string(value); }
+template <class Number>
+std::string text(Number value) {
+  return std::to_string(value);
+}
+
+// Where a file ends that has no more than the pages its header counts; page 0 is there in any case.
+std::uint64_t countedEnd(const FileHeader& header) {
+  return kPageSize + std::uint64_t{kPageSize} * std::max(1u, header.pagesInFile);
+}
+
+bool isZero(const std::uint8_t* bytes, std::size_t size) {
+  return std::all_of(bytes, bytes + size, [](std::uint8_t byte) { return byte == 0; });
+}
 
 class Verifier {
  public:
@@ -47,14 +59,22 @@ class Verifier {
   struct Level {
     std::int32_t last = kNoPage;
     std::int32_t next = kNoPage;
+    bool cut = false;  // pages right of `last` could not be looked at
   };
 
   void find(std::int32_t page, const std::string& what) {
     ++report_.findings;
     if (hooks_.finding) hooks_.finding(page, what);
   }
+  // A finding in the tree's structure, behind which records and keys are missing.
+  void lose(std::int32_t page, const std::string& what) {
+    complete_ = false;
+    find(page, what);
+  }
   bool readPage(std::int32_t number, WorkPage& w);
-  void checkHeader();
+  std::uint64_t measure();
+  void checkHeader(const IndexDef* indexes);
+  bool enter(std::int32_t number, int expected, WorkPage& w);
   void walk(std::int32_t number, int expected, const Bytes& low, const Bytes& high);
   void checkChain(const WorkPage& w);
   void checkOrder(const WorkPage& w, const Bytes& low, const Bytes& high);
@@ -64,7 +84,10 @@ class Verifier {
   void endRecord(std::int32_t page);
   void checkKeys();
   void checkNumbers();
-  void checkPages();
+  void checkLevels();
+  void checkReached();
+  void checkReserve();
+  void checkBehind();
   int order(const std::uint8_t* a, const Bytes& b, bool aLeaf, bool bLeaf) const;
 
   VerifyReport& report_;
@@ -77,7 +100,7 @@ class Verifier {
   std::vector<std::int32_t> records_;
   std::vector<KeyRef> present_;
   std::vector<KeyRef> expected_;
-  bool typesKnown_ = true;  // every record's field list was to be had
+  bool complete_ = true;  // every page in use was read, every record's field list was to be had
 
   // The record whose pieces are being read.
   std::int32_t record_ = 0;
@@ -94,18 +117,45 @@ int Verifier::order(const std::uint8_t* a, const Bytes& b, bool aLeaf, bool bLea
   probe.keyLength = entry::keyLength(b.data(), bLeaf);
   probe.record = entry::record(b.data());
   probe.piece = entry::piece(b.data());
+  // Without an index there is no order; the entries are findings already.
+  if (probe.index > kLastIndex && probe.index == entry::index(a)) return 1;
   return compareEntry(file_, a, aLeaf, probe);
 }
 
 bool Verifier::readPage(std::int32_t number, WorkPage& w) {
   w.number = number;
   if (file_.file->readAt(pagePosition(number), w.bytes, kPageSize) == Transfer::kDone) return true;
-  find(number, "page cannot be read");
+  lose(number, pagePosition(number) + kPageSize > report_.fileSize
+                   ? "page is behind the end of the file"
+                   : "page cannot be read");
   return false;
 }
 
-void Verifier::checkHeader() {
+// Bytes of the file: one can be read exactly where there is one.
+std::uint64_t Verifier::measure() {
+  std::uint64_t size = 0;
+  for (std::uint64_t end = platform::kMaxPosition; size < end;) {
+    const std::uint64_t middle = size + (end - size) / 2;
+    std::uint8_t byte = 0;
+    if (file_.file->readAt(middle, &byte, 1) == Transfer::kDone)
+      size = middle + 1;
+    else
+      end = middle;
+  }
+  return size;
+}
+
+void Verifier::checkHeader(const IndexDef* indexes) {
   const FileHeader& h = file_.header;
+  const std::uint64_t end = countedEnd(h);
+  if (report_.fileSize < end)
+    find(-1, "the file has " + text(report_.fileSize) + " bytes, with the pages that the header " +
+                 "counts it would have " + text(end));
+  for (const IndexDef* def = indexes; def != nullptr && def->index != 0; ++def) {
+    if (h.keyType[def->index] != def->keyType)
+      find(-1, "index " + text(def->index) + " has key type " + text(h.keyType[def->index]) +
+                   " instead of " + text(def->keyType));
+  }
   for (int i = 0; i < kIndexNumbers; ++i) {
     if (h.keyType[i] > kMaxKeyType)
       find(-1, "index " + text(i) + " has key type " + text(h.keyType[i]));
@@ -122,30 +172,37 @@ void Verifier::checkHeader() {
     find(-1, "the file was left while it was being created");
 }
 
+// Reads a page that a link leads to. `expected` is the level that belongs there, -1 for the root.
+bool Verifier::enter(std::int32_t number, int expected, WorkPage& w) {
+  const auto index = static_cast<std::uint32_t>(number);
+  if (number < 0 || index >= reached_.size()) {
+    lose(number, "link to a page that is not in use");
+    return false;
+  }
+  if (reached_[index]) {
+    lose(number, "page is reached more than once");
+    return false;
+  }
+  reached_[index] = true;
+  if (!readPage(number, w)) return false;
+  if (w.parse() != kOk) {
+    lose(number, "entries do not fit the page");
+    return false;
+  }
+  if (expected < 0 || w.level() == expected) return true;
+  lose(number, "level " + text(w.level()) + " where " + text(expected) + " belongs");
+  return false;
+}
+
 // Visits the subtree of a page. `low` and `high` are the separators around it, empty at the edges
 // of the tree.
 void Verifier::walk(std::int32_t number, int expected, const Bytes& low, const Bytes& high) {
-  const auto index = static_cast<std::uint32_t>(number);
-  if (number < 0 || index >= reached_.size()) {
-    find(number, "link to a page that is not in use");
-    return;
-  }
-  if (reached_[index]) {
-    find(number, "page is reached more than once");
-    return;
-  }
-  reached_[index] = true;
   WorkPage w;
-  if (!readPage(number, w)) return;
-  if (w.parse() != kOk) {
-    find(number, "entries do not fit the page");
+  if (!enter(number, expected, w)) {
+    for (int level = 0; level <= expected; ++level) levels_[level].cut = true;
     return;
   }
   const int level = w.level();
-  if (expected >= 0 && level != expected) {
-    find(number, "level " + text(level) + " where " + text(expected) + " belongs");
-    return;
-  }
   if (number == 0) report_.height = static_cast<std::uint32_t>(level) + 1;
   report_.bytesUsed += w.offsets[w.count] - kPageHead;
   ++(level == 0 ? report_.leafPages : report_.innerPages);
@@ -162,12 +219,11 @@ void Verifier::walk(std::int32_t number, int expected, const Bytes& low, const B
 
 void Verifier::checkChain(const WorkPage& w) {
   Level& level = levels_[w.level()];
-  if (w.previous() != level.last)
+  if (!level.cut && w.previous() != level.last)
     find(w.number, "previous page is " + text(w.previous()) + ", not " + text(level.last));
-  if (level.last != kNoPage && level.next != w.number)
+  if (!level.cut && level.last != kNoPage && level.next != w.number)
     find(level.last, "next page is " + text(level.next) + ", not " + text(w.number));
-  level.last = w.number;
-  level.next = w.next();
+  level = {w.number, w.next(), false};
 }
 
 void Verifier::checkOrder(const WorkPage& w, const Bytes& low, const Bytes& high) {
@@ -228,12 +284,12 @@ void Verifier::visitLeaf(const WorkPage& w) {
 void Verifier::visitPiece(std::int32_t page, const std::uint8_t* e) {
   const std::int32_t number = entry::record(e);
   if (open_ && (number != record_ || entry::piece(e) != pieces_)) {
-    find(page, "record " + text(record_) + " lacks piece " + text(pieces_));
+    lose(page, "record " + text(record_) + " lacks piece " + text(pieces_));
     open_ = false;
   }
   if (!open_) {
     if (entry::piece(e) != 0) {
-      find(page,
+      lose(page,
            "piece " + text(entry::piece(e)) + " of record " + text(number) + " follows nothing");
       return;
     }
@@ -253,8 +309,7 @@ void Verifier::endRecord(std::int32_t page) {
   records_.push_back(record_);
   const auto size = static_cast<std::uint32_t>(packed_.size());
   if (size < kRecordHead + 2) {
-    find(page, "record " + text(record_) + " is too short");
-    typesKnown_ = false;
+    lose(page, "record " + text(record_) + " is too short");
     return;
   }
   const std::uint8_t type = packed_[kRecordType];
@@ -262,9 +317,8 @@ void Verifier::endRecord(std::int32_t page) {
   if (!hooks_.fields) return;
   const Field* const fields = hooks_.fields(type);
   if (fields == nullptr || checkPacked(fields, packed_.data(), size) != kOk) {
-    find(page,
+    lose(page,
          "record " + text(record_) + " of type " + text(type) + " does not fit its field list");
-    typesKnown_ = false;
     return;
   }
   const RecordValues values(fields, packed_.data(), size);
@@ -275,9 +329,19 @@ void Verifier::endRecord(std::int32_t page) {
   }
 }
 
-// The keys that are there against those that the records make.
+// The keys that are there against those that the records make. Where some are missing for a known
+// reason, the rest of them would only repeat it.
 void Verifier::checkKeys() {
-  if (!hooks_.fields || !typesKnown_) return;
+  if (!complete_) return;
+  if (!hooks_.fields) {
+    for (const KeyRef& ref : present_) {
+      if (!std::binary_search(records_.begin(), records_.end(), ref.record))
+        find(-1, "index " + text(ref.index) + " has a key of record " + text(ref.record) +
+                     ", which is missing");
+    }
+    return;
+  }
+  report_.keysCompared = true;
   std::sort(present_.begin(), present_.end());
   std::sort(expected_.begin(), expected_.end());
   const auto report = [this](const KeyRef& ref, const char* what) {
@@ -318,40 +382,61 @@ void Verifier::checkNumbers() {
         find(-1, "record number " + text(number) + " was never given out");
     }
   }
-  for (const KeyRef& ref : present_) {
-    if (!std::binary_search(records_.begin(), records_.end(), ref.record))
-      find(-1, "index " + text(ref.index) + " has a key of record " + text(ref.record) +
-                   ", which is missing");
+}
+
+void Verifier::checkLevels() {
+  for (const Level& level : levels_) {
+    if (!level.cut && level.last != kNoPage && level.next != kNoPage)
+      find(level.last, "next page is " + text(level.next) + " at the end of the level");
   }
 }
 
-void Verifier::checkPages() {
-  for (const Level& level : levels_) {
-    if (level.last != kNoPage && level.next != kNoPage)
-      find(level.last, "next page is " + text(level.next) + " at the end of the level");
-  }
-  // A run of pages is one finding: a damaged count alone can make millions of them.
+// A run of pages is one finding: a damaged count alone can make millions of them.
+void Verifier::checkReached() {
   for (std::size_t i = 0; i < reached_.size(); ++i) {
     if (reached_[i]) continue;
     const auto first = static_cast<std::int32_t>(i);
     while (i + 1 < reached_.size() && !reached_[i + 1]) ++i;
     const auto last = static_cast<std::int32_t>(i);
-    find(first, first == last ? "page is in use but not reached"
+    lose(first, first == last ? "page is in use but not reached"
                               : "pages up to " + text(last) + " are in use but not reached");
   }
-  static constexpr std::uint8_t kZero[kPageSize] = {};
+}
+
+void Verifier::checkReserve() {
   WorkPage w;
-  for (auto i = static_cast<std::uint32_t>(reached_.size()); i < file_.header.pagesInFile; ++i) {
-    const auto number = static_cast<std::int32_t>(i);
-    // One page that is missing stands for all behind it.
+  const std::uint64_t end = std::min(countedEnd(file_.header), report_.fileSize);
+  for (auto number = static_cast<std::int32_t>(reached_.size());
+       pagePosition(number) + kPageSize <= end; ++number) {
     if (!readPage(number, w)) return;
-    if (std::memcmp(w.bytes, kZero, kPageSize) != 0) find(number, "reserve page is not empty");
+    if (!isZero(w.bytes, kPageSize)) find(number, "reserve page is not empty");
   }
-  const auto end =
-      static_cast<std::int32_t>(std::clamp<std::uint32_t>(file_.header.pagesInFile, 1, kMaxPages));
-  if (file_.file->readAt(pagePosition(end), w.bytes, kPageSize) == Transfer::kDone &&
-      std::memcmp(w.bytes, kZero, kPageSize) != 0)
-    find(end, "a page stands behind those that the header counts");
+}
+
+// Behind the counted pages may stand room that was allocated ahead. Anything but zeroes there was
+// written by somebody whose header never came.
+void Verifier::checkBehind() {
+  WorkPage w;
+  std::int32_t first = kNoPage;
+  std::int32_t last = kNoPage;
+  const std::uint64_t begin = countedEnd(file_.header);
+  for (std::uint64_t at = begin; at < report_.fileSize; at += kPageSize) {
+    const auto size =
+        static_cast<std::uint32_t>(std::min<std::uint64_t>(kPageSize, report_.fileSize - at));
+    const auto number = static_cast<std::int32_t>(at / kPageSize - 1);
+    if (file_.file->readAt(at, w.bytes, size) != Transfer::kDone)
+      return find(number, "page cannot be read");
+    if (isZero(w.bytes, size)) continue;
+    if (first == kNoPage) first = number;
+    last = number;
+  }
+  if (first == kNoPage) {
+    report_.roomAhead = report_.fileSize - std::min(begin, report_.fileSize);
+  } else {
+    find(first, first == last
+                    ? "page stands behind those that the header counts"
+                    : "pages up to " + text(last) + " stand behind those that the header counts");
+  }
 }
 
 int Verifier::run(const char* path, const IndexDef* indexes) {
@@ -363,11 +448,16 @@ int Verifier::run(const char* path, const IndexDef* indexes) {
   const FileHeader& h = file_.header;
   report_.pagesInUse = h.pagesInUse;
   report_.pagesInFile = h.pagesInFile;
-  checkHeader();
+  report_.recordCount = h.recordCount;
+  report_.fileSize = measure();
+  checkHeader(indexes);
   reached_.resize(std::clamp<std::uint32_t>(h.pagesInUse, 1, kMaxPages));
   walk(0, -1, {}, {});
-  if (open_) find(-1, "record " + text(record_) + " lacks piece " + text(pieces_));
-  checkPages();
+  if (open_) lose(-1, "record " + text(record_) + " lacks piece " + text(pieces_));
+  checkLevels();
+  checkReached();
+  checkReserve();
+  checkBehind();
   checkNumbers();
   checkKeys();
   return kOk;

@@ -13,6 +13,7 @@ namespace tavo::engine {
 
 struct VerifyReport {
   // What the file is like. Height counts levels, 1 for a single leaf.
+  std::uint64_t fileSize = 0;  // bytes, of those that a store can reach
   std::uint32_t height = 0;
   std::uint32_t pagesInUse = 0;    // by the header
   std::uint32_t pagesInFile = 0;   // by the header
@@ -20,8 +21,11 @@ struct VerifyReport {
   std::uint32_t innerPages = 0;    // reached from the root
   std::uint64_t bytesUsed = 0;     // entry bytes in those pages
   std::uint32_t records = 0;       // complete records
+  std::uint32_t recordCount = 0;   // by the header
   std::uint32_t freeNumbers = 0;   // record numbers waiting for reuse
   std::uint64_t entries[21] = {};  // leaf entries by index number
+  std::uint64_t roomAhead = 0;     // bytes behind the counted pages, all of them zero: no finding
+  bool keysCompared = false;       // with the records; not where some of either are missing
   std::uint32_t findings = 0;
 
   // Bytes used of the room that the pages in use have, 0 to 1.
@@ -36,7 +40,8 @@ struct VerifyHooks {
                      std::size_t size)>
       record;
   // The field list of a record type (values may be null), or null when unknown. When given, every
-  // record must have each of its keys exactly once, and the indexes no others.
+  // record must have each of its keys exactly once, and the indexes no others. This is compared
+  // when every page in use can be read.
   std::function<const Field*(std::uint8_t type)> fields;
 };
 

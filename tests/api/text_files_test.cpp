@@ -56,7 +56,7 @@ class TextFiles : public testing::Test {
     std::error_code none;
     fs::create_hard_link("own.dat", "hard.dat", none);
     fs::create_symlink("in.tvo", "soft.tvo", none);
-    fs::copy_file("own.dat", "held.dat", fs::copy_options::overwrite_existing);
+    writeFile("held.dat", readFile("own.dat"));
   }
   void TearDown() override { TVO_CloseDataFile(); }
 

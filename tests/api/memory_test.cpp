@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <initializer_list>
+#include <memory>
 #include <new>
 #include <string>
 #include <utility>
@@ -149,12 +150,15 @@ TEST_F(Memory, RunsShortInTheStore) {
 }
 
 TEST_F(Memory, RunsShortInTheObjectInterface) {
-  ITavo* object = nullptr;
+  std::unique_ptr<ITavo, void (*)(ITavo*)> object(nullptr, [](ITavo* made) { made->Delete(); });
   expectSurvived(
-      "object", {1}, [] {}, [&] { return (object = GetITavo()) == nullptr ? 1U : 0U; });
+      "object", {1}, [] {},
+      [&] {
+        object.reset(GetITavo());
+        return object == nullptr ? 1U : 0U;
+      });
   expectSurvived(
       "cursor", {1}, [] {}, [&] { return object->CreateCursor() == nullptr ? 1U : 0U; });
-  object->Delete();
 #if !defined(_WIN32)
   // A collection that lacks records ends the program.
   const auto collect = [](size_t k) {

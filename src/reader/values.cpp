@@ -154,14 +154,14 @@ int parseReal(Run& run, Cursor& cursor, Real* value) {
 // type is refused like what is too large as it is read.
 template <class Real>
 int parseConverted(Run& run, Cursor& cursor, schema::UnitKind unit, Real* value) {
-  cursor.skipBlanks();
-  const Cursor start = cursor;
+  const char* const start = cursor.at;
   const int status = parseReal(run, cursor, value);
   if (status != 0 || unit == schema::UnitKind::kNone) return status;
   *value = static_cast<Real>(schema::toInternal(run.settings.units, unit, *value));
   if (std::isfinite(*value)) return 0;
   *value = 0;
-  cursor = start;
+  cursor.at = start;
+  cursor.skipBlanks();
   return rejectField(run, cursor, kSyntaxError);
 }
 

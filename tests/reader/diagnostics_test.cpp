@@ -52,14 +52,14 @@ TEST(Diagnostics, LineFormats) {
 }
 
 TEST(Diagnostics, NotesAreNeverCut) {
+  const std::string margin(52, ' ');
   for (const size_t length : {0U, 105U, 106U, 5000U}) {
     const std::string note(length, 'n');
     const std::string log = logOf(0, [&](auto& diagnostics) {
       diagnostics.reportWarning(7000, 1, note);
       diagnostics.reportWarning(7000, 1, std::string_view("ab", 1));
     });
-    const std::string margin = std::string(52, ' ') + ": ";
-    EXPECT_EQ(log, margin + note + "\n" + margin + "a\n");
+    EXPECT_EQ(log, margin + ": " + note + "\n" + margin + ": a\n");
   }
 }
 

@@ -54,6 +54,11 @@ enum {
   TVO_RECORD_POLYGON_EDGES = 41,
   TVO_RECORD_POLYGON_THEMINFO_COLUMNS = 32,
   TVO_RECORD_POLYGON_THEMINFO = 42,
+  /* EXTRAINFO blocks, for TVO_Build only: the data records that follow such a columns record, of
+     the block around it, become its lines. Nothing delivers or stores these. */
+  TVO_RECORD_POINT_EXTRAINFO_COLUMNS = 109,
+  TVO_RECORD_LINE_EXTRAINFO_COLUMNS = 110,
+  TVO_RECORD_POLYGON_EXTRAINFO_COLUMNS = 111,
   TVO_RECORD_ELEMENTS_COLUMNS = 43,
   TVO_RECORD_ELEMENTS = 44,
   TVO_RECORD_INSTRUMENTS_COLUMNS = 45,

@@ -163,7 +163,7 @@ class Session {
   int result_ = 0;
   bool sound_ = false;
   uint32_t records_ = 0;
-  std::array<std::vector<char>, schema::kLastRecordType + 1> seen_;  // the last of each type
+  std::array<std::vector<char>, schema::kRecordTypes> seen_;  // the last of each type
 };
 
 }  // namespace

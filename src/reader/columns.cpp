@@ -217,19 +217,15 @@ bool Columns::hasPlace(uint16_t offset) const {
          std::ranges::any_of(span(), [offset](const Column& c) { return c.offset == offset; });
 }
 
-void Columns::fill(ColumnsRecord* record) const {
-  std::memset(record, 0, sizeof *record);
-  FieldId ids[TVO_COLUMNS_ROOM];
+ColumnsRecord Columns::record() const {
+  FieldId ids[kMaxColumns];
   for (size_t i = 0; i < count_; ++i) ids[i] = columns_[i].id;
-  ids[count_] = TVO_FIELD_End;
-  std::memcpy(reinterpret_cast<char*>(record) + offsetof(ColumnsRecord, fields), ids,
-              (count_ + 1) * sizeof(FieldId));
+  return schema::columnsRecord({ids, count_});
 }
 
 int reportOpenBlock(Run& run, uint32_t keyword) {
-  std::string_view name;
-  schema::KeywordName(keyword, &name);
-  return run.reportError(kMissingSectionEnd, name) == kStop ? kStop : kEndOfInput;
+  return run.reportError(kMissingSectionEnd, schema::keywordName(keyword)) == kStop ? kStop
+                                                                                    : kEndOfInput;
 }
 
 int passOver(Run& run, uint32_t keyword) {

@@ -39,7 +39,7 @@ class Columns {
   // Whether a column has its value at the offset.
   bool hasPlace(uint16_t offset) const;
   // The list as a columns record, its comment empty.
-  void fill(ColumnsRecord* record) const;
+  ColumnsRecord record() const;
 
  private:
   std::array<Column, kMaxColumns> columns_;

@@ -32,6 +32,16 @@ const FieldDef* findOffset(const FieldDef* table, uint16_t offset) {
   return nullptr;
 }
 
+ColumnsRecord columnsRecord(std::span<const FieldId> fields) {
+  ColumnsRecord record = {};
+  char* const list = reinterpret_cast<char*>(&record) + offsetof(ColumnsRecord, fields);
+  constexpr FieldId kEndOfList = TVO_FIELD_End;
+  const size_t size = std::min(fields.size(), kMaxListed) * sizeof(FieldId);
+  memcpy(list, fields.data(), size);
+  memcpy(list + size, &kEndOfList, sizeof kEndOfList);
+  return record;
+}
+
 std::span<const FieldDef> rows(const FieldDef* table) {
   size_t n = 0;
   while (table[n].id != kEndMark) ++n;

@@ -19,6 +19,9 @@ const FieldDef* findId(const FieldDef* table, FieldId id);
 // The first row whose value lies at the offset of the record, or null.
 const FieldDef* findOffset(const FieldDef* table, uint16_t offset);
 
+// A columns record that lists the fields, at most kMaxListed.
+ColumnsRecord columnsRecord(std::span<const FieldId> fields);
+
 // Every row of a table but its end mark, also those of empty name, which stand for members that no
 // column or item reaches: to be walked by the store and by printers.
 std::span<const FieldDef> rows(const FieldDef* table);

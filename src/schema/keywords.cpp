@@ -102,6 +102,12 @@ std::string_view firstToken(std::string_view text) {
   return text.substr(0, n);
 }
 
+std::string_view firstWord(std::string_view text) {
+  size_t n = 0;
+  while (n < text.size() && static_cast<unsigned char>(text[n]) > 32) ++n;
+  return text.substr(0, n);
+}
+
 std::string_view skipBlanks(std::string_view text) {
   size_t n = 0;
   while (n < text.size() && isBlank(text[n])) ++n;
@@ -124,9 +130,7 @@ int CheckEnd(std::string_view line, uint32_t keyword) {
   if (LineKeyword(text, &found) != kFound) return kNoKeyword;
   if (found != kEnd) return kForeignKeyword;
   // The END word itself ends at a blank only: END(JOBS) closes nothing.
-  size_t n = 0;
-  while (n < text.size() && static_cast<unsigned char>(text[n]) > 32) ++n;
-  if (LineKeyword(text.substr(n), &found) != kFound) return kUnknownEnd;
+  if (LineKeyword(text.substr(firstWord(text).size()), &found) != kFound) return kUnknownEnd;
   return found == keyword ? 0 : kOtherEnd;
 }
 

@@ -91,8 +91,18 @@ int FindKeyword(std::string_view token, uint32_t* keyword);
 // Name of a keyword number; an unknown number gives "UNKNOWN" and status 2570.
 int KeywordName(uint32_t keyword, std::string_view* name);
 
+// The name alone.
+inline std::string_view keywordName(uint32_t keyword) {
+  std::string_view name;
+  KeywordName(keyword, &name);
+  return name;
+}
+
 // First word of a text that begins with a non-blank: up to a character below 33 or '('.
 std::string_view firstToken(std::string_view text);
+
+// The same up to a character below 33 alone.
+std::string_view firstWord(std::string_view text);
 
 // Text behind its leading blanks (characters 1 to 32).
 std::string_view skipBlanks(std::string_view text);

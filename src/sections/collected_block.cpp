@@ -84,10 +84,7 @@ class CollectedBlock {
   int flush() {
     if (!columnsDelivered_) {
       columnsDelivered_ = true;
-      ColumnsRecord declared = {};
-      listed_[listedCount_] = TVO_FIELD_End;
-      std::memcpy(reinterpret_cast<char*>(&declared) + offsetof(ColumnsRecord, fields), listed_,
-                  (listedCount_ + 1) * sizeof(FieldId));
+      const ColumnsRecord declared = schema::columnsRecord({listed_, listedCount_});
       if (run_.deliver(block_.columns, &declared) == reader::kAborted) return reader::kAborted;
     }
     uint8_t record[schema::kRecordRoom] = {};
@@ -160,7 +157,7 @@ class CollectedBlock {
   const Kind kind_;
   reader::Columns columns_;  // offsets are those of the pending list's rows
   PendingList pending_;
-  FieldId listed_[TVO_COLUMNS_ROOM];
+  FieldId listed_[schema::kMaxListed];
   size_t listedCount_ = 0;
   bool columnsDelivered_ = false;
 };

@@ -8,8 +8,7 @@ int readData(reader::Run& run, const schema::BlockDef& block) {
   reader::Columns columns;
   int status = reader::parseColumns(run, block.keyword, block.columns, block.data, &columns);
   if (status != reader::kGoOn) return finishBlock(run, block, status);
-  ColumnsRecord declared;
-  columns.fill(&declared);
+  const ColumnsRecord declared = columns.record();
   status = run.deliver(block.columns, &declared);
   if (status != reader::kGoOn) return status;
 

@@ -30,9 +30,7 @@ constexpr OffsetItem kOffsetItems[] = {
 // Behind the first word of a text and the blanks that follow it.
 std::string_view behindWord(std::string_view text) {
   text = schema::skipBlanks(text);
-  size_t n = 0;
-  while (n < text.size() && static_cast<unsigned char>(text[n]) > 32) ++n;
-  return schema::skipBlanks(text.substr(n));
+  return schema::skipBlanks(text.substr(schema::firstWord(text).size()));
 }
 
 // The factor of a user unit stands behind the unit word; false when it is missing or malformed.
@@ -130,10 +128,7 @@ class ItemBlock {
   }
 
   int deliver() {
-    ColumnsRecord columns = {};
-    listed_[count_] = TVO_FIELD_End;
-    std::memcpy(reinterpret_cast<char*>(&columns) + offsetof(ColumnsRecord, fields), listed_,
-                (count_ + 1) * sizeof(FieldId));
+    const ColumnsRecord columns = schema::columnsRecord({listed_, count_});
     const int status = run_.deliver(block_.columns, &columns);
     return status != reader::kGoOn ? status : run_.deliver(block_.data, record_);
   }
@@ -142,7 +137,7 @@ class ItemBlock {
   const schema::BlockDef& block_;
   const schema::FieldDef* const table_;
   const bool subSections_;
-  FieldId listed_[TVO_COLUMNS_ROOM];
+  FieldId listed_[schema::kMaxListed];
   size_t count_ = 0;
   uint8_t record_[schema::kRecordRoom] = {};
 };

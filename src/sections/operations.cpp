@@ -22,10 +22,8 @@ constexpr int kWrongCount = 7;
 
 bool beginsOperation(std::string_view line) {
   uint32_t operation = 0;
-  const std::string_view text = schema::skipBlanks(line);
-  size_t n = 0;
-  while (n < text.size() && static_cast<unsigned char>(text[n]) > 32) ++n;
-  return schema::FindOperation(text.substr(0, n), &operation) == schema::kFound;
+  const std::string_view word = schema::firstWord(schema::skipBlanks(line));
+  return schema::FindOperation(word, &operation) == schema::kFound;
 }
 
 class OperationReader {
@@ -60,10 +58,8 @@ class OperationReader {
     size_t count = 0;
     for (line = schema::skipBlanks(line); !line.empty() && count < 3;
          line = schema::skipBlanks(line.substr(words[count++].size()))) {
-      size_t n = 0;
-      while (n < line.size() && static_cast<unsigned char>(line[n]) > 32) ++n;
-      words[count] = line.substr(0, n);
-      if (n == 0) break;  // a zero byte cannot stand here, but nothing may loop on it
+      words[count] = schema::firstWord(line);
+      if (words[count].empty()) break;  // a zero byte cannot stand here, but nothing may loop on it
     }
     schema::FindOperation(words[0], &operation_);
     const schema::Operation* const row = schema::operation(operation_);
@@ -160,9 +156,7 @@ class OperationReader {
     if (count == 2 && found[0] == found[1]) count = 1;
     std::copy_n(found, count, columns_.fields);
     columns_.fields[count] = TVO_FIELD_End;
-    ColumnsRecord record = {};
-    std::memcpy(reinterpret_cast<char*>(&record) + offsetof(ColumnsRecord, fields), columns_.fields,
-                (count + 1) * sizeof(FieldId));
+    const ColumnsRecord record = schema::columnsRecord({columns_.fields, count});
     run_.deliver(TVO_RECORD_OPERATIONS_COLUMNS, &record);
     columns_.defined = true;
     return reader::kGoOn;

@@ -154,7 +154,7 @@ RecordForm::RecordForm(RecordType type) : size_(schema::recordDef(type).size) {
   size_t end = size_ + sizeof(uint16_t);
   for (const Member& part : members) {
     if (part.letter != 'B') continue;
-    runs_.push_back({part.offset, part.length, end});
+    counted_.push_back({part.offset, part.length, end});
     end += sizeof(uint16_t) + part.length;
   }
   values_.resize(end);
@@ -162,7 +162,7 @@ RecordForm::RecordForm(RecordType type) : size_(schema::recordDef(type).size) {
   fields_.push_back({'U', keyRoleOf(kBySortCode), 'D', 2, kBySortCode, values_.data() + size_});
   size_t run = 0;
   for (const Member& part : members) {
-    const size_t place = part.letter == 'B' ? runs_[run++].counted : part.offset;
+    const size_t place = part.letter == 'B' ? counted_[run++].counted : part.offset;
     fields_.push_back({part.letter, keyRoleOf(part.index), 'D', static_cast<int16_t>(part.length),
                        part.index, values_.data() + place});
   }
@@ -191,7 +191,7 @@ void RecordForm::load(RecordType type, const void* record) {
   memmove(values_.data(), record, size_);
   const uint16_t code = schema::recordDef(type).sortCode;
   memcpy(values_.data() + size_, &code, sizeof(code));
-  for (const Run& run : runs_) {
+  for (const CountedBytes& run : counted_) {
     const unsigned char* bytes = values_.data() + run.offset;
     size_t used = run.length;
     while (used > 0 && bytes[used - 1] == 0) --used;
@@ -207,11 +207,12 @@ void RecordForm::terminateTexts() {
 
 void RecordForm::clear() {
   memset(values_.data(), 0, size_);
-  for (const Run& run : runs_) memset(values_.data() + run.counted, 0, sizeof(uint16_t));
+  for (const CountedBytes& run : counted_)
+    memset(values_.data() + run.counted, 0, sizeof(uint16_t));
 }
 
 void RecordForm::finishRead() {
-  for (const Run& run : runs_) {
+  for (const CountedBytes& run : counted_) {
     uint16_t count;
     memcpy(&count, values_.data() + run.counted, sizeof(count));
     const size_t used = std::min<size_t>(count, run.length);

@@ -64,14 +64,14 @@ class RecordForm {
 
  private:
   // Bytes kept without their trailing zeros, behind a 16-bit count elsewhere in the buffer.
-  struct Run {
+  struct CountedBytes {
     size_t offset, length, counted;
   };
 
   size_t size_;
   std::vector<unsigned char> values_;
   std::vector<engine::Field> fields_;
-  std::vector<Run> runs_;
+  std::vector<CountedBytes> counted_;
   std::vector<size_t> textEnds_;  // places of the last bytes of all texts
 };
 

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "schema/bytes.h"
 #include "schema/enums.h"
 #include "writers/number.h"
 #include "writers/writer.h"
@@ -15,6 +16,7 @@ namespace {
 
 using schema::DataType;
 using schema::FieldDef;
+using schema::load;
 
 // The version of the format that is written here, whatever version the records come from.
 constexpr double kVersion = 1.31;
@@ -23,13 +25,6 @@ constexpr int kFactorDecimals = 8;
 constexpr double kLongestFactor = 1e15;
 constexpr size_t kOffsetWidth = 10;  // of an OFFSETS value, which has 3 decimals
 constexpr int kOffsetDecimals = 3;
-
-template <class T>
-T load(const char* record, size_t offset) {
-  T value;
-  memcpy(&value, record + offset, sizeof value);
-  return value;
-}
 
 size_t putText(std::string_view text, char* out) {
   memcpy(out, text.data(), text.size());
@@ -51,7 +46,7 @@ size_t putFactor(double* factor, char* out) {
 }
 
 size_t putUnit(Writer& writer, const FieldDef& field, const char* record, char* out) {
-  const auto value = load<EnumId>(record, field.offset);
+  const auto value = load<EnumId>(record + field.offset);
   std::string_view name;
   schema::EnumName(value, &name);
   size_t n = putText(name, out);
@@ -61,7 +56,7 @@ size_t putUnit(Writer& writer, const FieldDef& field, const char* record, char* 
   if (item->factor != nullptr && schema::isUserUnit(value)) {
     // Another group's user unit stands without a factor and readers drop its line.
     if (value != item->user) return n;
-    auto factor = load<double>(record, item->factorOffset);
+    auto factor = load<double>(record + item->factorOffset);
     out[n++] = ' ';
     n += putFactor(&factor, out + n);
     units.*item->factor = factor;
@@ -72,7 +67,7 @@ size_t putUnit(Writer& writer, const FieldDef& field, const char* record, char* 
 
 size_t putOffset(Writer& writer, const FieldDef& field, const char* record, char* out) {
   const schema::Written offset = schema::toWritten(
-      writer.state.units, field.unit, load<double>(record, field.offset), kOffsetDecimals);
+      writer.state.units, field.unit, load<double>(record + field.offset), kOffsetDecimals);
   char digits[kNumberSize];
   const size_t size = putFixed(offset.value, offset.significant, kOffsetDecimals, digits);
   const size_t blanks = kOffsetWidth - std::min(kOffsetWidth, size);

@@ -13,6 +13,8 @@
 
 namespace tavo::writers {
 
+using schema::keywordName;
+
 // A line is broken before it reaches this many characters.
 inline constexpr size_t kBreak = schema::kLineBreak;
 
@@ -84,11 +86,5 @@ void writeDefinition(Output& output, const OutputState& state, size_t indent,
 // One data record under its block's columns.
 void writeDataRecord(Output& output, const OutputState& state, size_t indent,
                      const ColumnList& list, const ColumnWidths& widths, const char* record);
-
-inline std::string_view keywordName(uint32_t keyword) {
-  std::string_view name;
-  schema::KeywordName(keyword, &name);
-  return name;
-}
 
 }  // namespace tavo::writers

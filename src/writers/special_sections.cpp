@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "schema/bytes.h"
 #include "schema/enums.h"
 #include "writers/number.h"
 #include "writers/writer.h"
@@ -11,16 +12,11 @@ namespace tavo::writers {
 
 namespace {
 
-constexpr size_t kIndent = 2;
 using schema::kMaxCodeValues;
 using schema::kMaxOperationPoints;
+using schema::load;
 
-template <class T>
-T load(const char* bytes) {
-  T value;
-  memcpy(&value, bytes, sizeof value);
-  return value;
-}
+constexpr size_t kIndent = 2;
 
 // A line of items that follow each other without blanks and may be broken in front of any of them.
 class PackedLine {

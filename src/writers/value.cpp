@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "schema/bytes.h"
 #include "schema/catalogue.h"
 #include "schema/enums.h"
 #include "schema/fields.h"
@@ -19,19 +20,13 @@ namespace {
 
 using schema::DataType;
 using schema::DecimalKind;
+using schema::load;
 
 // A text on a line of its own is followed by a separator or terminator.
 constexpr size_t kTextRoom = kLineLimit - 1;
 constexpr size_t kDateWidth = 21;
 constexpr int kMjdDecimals = 10;
 constexpr double kLongestConverted = 1e15;  // conversions keep 15 digits
-
-template <class T>
-T load(const char* bytes) {
-  T value;
-  memcpy(&value, bytes, sizeof value);
-  return value;
-}
 
 enum class Treatment : uint8_t { kPlain, kEscape, kBlank };
 

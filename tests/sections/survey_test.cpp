@@ -85,8 +85,7 @@ TEST(Survey, EveryFieldArrivesInItsRecord) {
     if (block.layout.fields == nullptr || block.kind == schema::BlockKind::kItemLines) continue;
     for (const uint32_t parent : {block.parent, block.odd.alsoIn}) {
       if (parent == schema::kUnknownSection) continue;
-      std::string_view name;
-      schema::KeywordName(block.keyword, &name);
+      const std::string_view name = schema::keywordName(block.keyword);
       std::string text = std::string(name) + " (";
       std::string values;
       std::string members;
@@ -105,8 +104,7 @@ TEST(Survey, EveryFieldArrivesInItsRecord) {
       // Around it the blocks that it stands in, with empty definitions where they need one.
       for (uint32_t outer = parent;
            outer < schema::kKeywordCount && outer != schema::kUnknownSection;) {
-        std::string_view outerName;
-        schema::KeywordName(outer, &outerName);
+        const std::string_view outerName = schema::keywordName(outer);
         const uint32_t above = schema::parentOf(outer);
         const schema::BlockDef& around = *schema::findBlock(above, outer);
         const bool defines = around.columns != 0 && around.kind != schema::BlockKind::kItemLines;

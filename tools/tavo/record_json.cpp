@@ -11,7 +11,6 @@
 #include "schema/catalogue.h"
 #include "schema/enums.h"
 #include "text.h"
-#include "writers/writer.h"
 
 namespace tavo::tool {
 
@@ -157,7 +156,7 @@ const schema::BlockDef* blockOf(RecordType type) {
 void appendPath(uint32_t keyword, std::string* path) {
   if (keyword == schema::kUnknownSection) return;
   appendPath(schema::parentOf(keyword), path);
-  *path += writers::keywordName(keyword);
+  *path += schema::keywordName(keyword);
   *path += '/';
 }
 
@@ -167,7 +166,7 @@ std::string blockPath(RecordType type) {
   std::string path;
   if (block == nullptr) return path;
   appendPath(block->parent, &path);
-  return path += writers::keywordName(block->keyword);
+  return path += schema::keywordName(block->keyword);
 }
 
 // The number of the object that a block of this record type says more about, where its table offers
@@ -217,7 +216,7 @@ std::string oneLine(const Json& value) {
 std::string recordName(RecordType type) {
   const schema::BlockDef* const block = blockOf(type);
   if (block == nullptr) return "UNKNOWN";
-  std::string name(writers::keywordName(block->keyword));
+  std::string name(schema::keywordName(block->keyword));
   if (isColumns(type)) return name + " columns";
   return type == TVO_RECORD_OPERATION_POINTS ? name + " points" : name;
 }

@@ -7,7 +7,7 @@
 
 #include "console.h"
 #include "files.h"
-#include "schema/blocks.h"
+#include "schema/catalogue.h"
 #include "text.h"
 
 namespace tavo::tool {

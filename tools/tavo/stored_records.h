@@ -41,7 +41,7 @@ class StoredRecords final : public writers::RecordSource {
   store::RecordStore store_;
   store::DataFileStatistics verified_;
   bool needsColumns_ = false;                                 // of a damaged file
-  std::array<bool, schema::kLastRecordType + 1> delivers_{};  // record types so far
+  std::array<bool, schema::kRecordTypes> delivers_{};  // record types so far
   uint64_t steps_ = 0;
   uint64_t limit_ = 0;      // steps that a sound file of this size can need
   uint64_t place_ = 0;      // of the record last moved to, 1 for the first

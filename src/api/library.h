@@ -38,8 +38,8 @@ class Library {
   // Reads and checks a text and hands its records to the request's sink. The data file is closed at
   // the end, whatever happened. counts is left alone when a file cannot be opened. One file for two
   // purposes, the data file included, and files that others keep for themselves are TVO_ERR_OPEN
-  // with nothing created, truncated or deleted. An exception of the sink ends the run as memory that
-  // runs out does: TVO_ERR_WRITE, with a summary of what was read so far.
+  // with nothing created, truncated or deleted. An exception of the sink ends the run as memory
+  // that runs out does: TVO_ERR_WRITE, with a summary of what was read so far.
   uint32_t analyse(const AnalysisRequest& request, AnalysisCounts* counts);
 
   // Writes a text file from the records that a callback delivers. fromStore: it reads the library's

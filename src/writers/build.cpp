@@ -12,7 +12,6 @@ namespace tavo::writers {
 
 namespace {
 
-
 class CallbackSource final : public RecordSource {
  public:
   explicit CallbackSource(TVO_RecordSource callback) : callback_(callback) {}

@@ -117,6 +117,7 @@ class RecordGenerator {
     const std::vector<FieldId> ids = chooseFields(columns);
     addColumns(columns, ids);
     last_[columns] = ids;
+    listed_[columns] = ids.size();
     alone_ = ids.size() == 1;
     for (uint32_t n = below(8); n > 0; --n) addData(dataOf(columns), ids);
     alone_ = false;
@@ -148,8 +149,9 @@ class RecordGenerator {
       return id == number.id || id == TVO_FIELD_PointID || id == TVO_FIELD_LineID ||
              id == TVO_FIELD_PolygonID || field.type == DataType::kEnum;
     });
-    // A columns record has no room for more.
-    ids.resize(std::min(ids.size(), TVO_COLUMNS_ROOM - 1 - last_[columns].size()));
+    // They come back listed behind the block's own, and a definition takes no more.
+    ids.resize(std::min(ids.size(), schema::kMaxColumns - listed_[columns]));
+    listed_[columns] += ids.size();
     ids.insert(ids.begin(), number.id);
     addColumns(TVO_RECORD_POINT_EXTRAINFO_COLUMNS + (columns - TVO_RECORD_POINTS_COLUMNS) / 3, ids);
     addData(last.type, ids, last.bytes.data() + number.offset);
@@ -357,7 +359,8 @@ class RecordGenerator {
   size_t room_ = kLineRoom;
   bool alone_ = false;  // the fields to be filled stand on lines of their own
   size_t completions_ = 0;
-  RecordType latest_ = 0;  // columns record
+  RecordType latest_ = 0;                // columns record
+  std::map<RecordType, size_t> listed_;  // columns of the latest block of a type
   std::map<RecordType, std::vector<FieldId>> last_;
 };
 

@@ -40,7 +40,7 @@ class StoredRecords final : public writers::RecordSource {
   std::string path_;
   store::RecordStore store_;
   store::DataFileStatistics verified_;
-  bool needsColumns_ = false;                                 // of a damaged file
+  bool needsColumns_ = false;                          // of a damaged file
   std::array<bool, schema::kRecordTypes> delivers_{};  // record types so far
   uint64_t steps_ = 0;
   uint64_t limit_ = 0;      // steps that a sound file of this size can need

@@ -16,17 +16,14 @@ namespace {
 void dropNeedlessColumns(char* bytes) {
   ColumnsRecord record;
   std::memcpy(&record, bytes, sizeof record);
-  size_t kept = 0;
+  std::vector<FieldId> kept;
   for (size_t i = 0; i + 1 < TVO_COLUMNS_ROOM && record.fields[i] != TVO_FIELD_End; ++i) {
     const FieldId id = record.fields[i];
-    const bool repeated =
-        std::find(record.fields, record.fields + kept, id) != record.fields + kept;
-    if (id != 0 && !repeated) record.fields[kept++] = id;
+    if (id != 0 && std::ranges::find(kept, id) == kept.end()) kept.push_back(id);
   }
-  if (kept == 0) return;
-  std::memset(record.fields + kept, 0, sizeof record.fields - kept * sizeof record.fields[0]);
-  record.fields[kept] = TVO_FIELD_End;
-  std::memcpy(bytes, &record, sizeof record);
+  if (kept.empty()) return;
+  const ColumnsRecord rest = schema::columnsRecord(kept);
+  std::memcpy(bytes + offsetof(ColumnsRecord, fields), rest.fields, sizeof rest.fields);
 }
 
 }  // namespace

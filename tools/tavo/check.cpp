@@ -1,11 +1,17 @@
-// tavo check: reads texts and shows what is wrong with them.
+// tavo check: reads texts, side by side where there are several, and shows what is wrong with them.
+#include <algorithm>
+#include <condition_variable>
 #include <cstdio>
+#include <map>
+#include <memory>
+#include <mutex>
 #include <string_view>
+#include <thread>
 
 #include "console.h"
 #include "files.h"
 #include "findings.h"
-#include "record_json.h"
+#include "json.h"
 #include "text.h"
 #include "verbs.h"
 
@@ -22,8 +28,8 @@ struct Checked {
   // What of it makes the file fail, in one word.
   const char* verdict(const CheckOptions& options) const {
     if (!problem.empty()) return "failed";
-    if (analysis.findings.errors() > 0) return "errors";
-    if (options.failOnWarning && analysis.findings.warnings() > 0) return "warnings";
+    if (analysis.counts.errors > 0) return "errors";
+    if (options.failOnWarning && analysis.counts.warnings > 0) return "warnings";
     if (options.failOnEmpty && analysis.counts.records == 0) return "empty";
     return "ok";
   }
@@ -32,69 +38,128 @@ struct Checked {
     return verdict(options) == std::string_view("ok") ? kSound : kFindings;
   }
   bool atLimit(const CheckOptions& options) const {
-    return analysis.findings.errors() >= options.maxErrors;
+    return problem.empty() && analysis.counts.errors >= options.maxErrors;
   }
 };
 
-// Takes the place of the log's file when the analysis is over, whatever that found.
+// The log takes its place when the analysis is over, whatever that found.
 void checkText(Checked* checked, const CheckOptions& options) {
-  OutputFile log;
+  Output log;
+  AnalysisOptions wanted;
+  wanted.maxErrors = options.maxErrors;
+  wanted.progress = options.files.size() == 1;
   if (!options.log.empty()) {
     checked->problem =
         targetProblem(options.log, checked->text.name(), OutputKind::kLog, options.overwrite);
-    if (checked->problem.empty()) checked->problem = log.tryOpen(options.log);
+    if (checked->problem.empty()) checked->problem = log.open(options.log);
     if (!checked->problem.empty()) return;
+    wanted.log = log.target();
   }
-  // An instance of its own, so that no file depends on the one checked before it.
-  api::Library library;
-  auto ignore = [](RecordType, const void*) { return uint32_t{TVO_OK}; };
-  AnalysisOptions analysis;
-  if (!options.log.empty()) analysis.log = &log;
-  analysis.maxErrors = options.maxErrors;
-  checked->analysis = analyse(library, checked->text, sinkOf(ignore), analysis);
-  const bool failed = checked->analysis.status == TVO_ERR_WRITE || !checked->analysis.readable();
-  if (failed) {
+  checked->analysis = analyseWith(checked->text, nullptr, nullptr, wanted);
+  if (!checked->analysis.complete()) {
     checked->problem = "reading '" + checked->text.name() + "'" +
-                       (options.log.empty() ? "" : " or writing its log") + " failed";
+                       (options.log.empty() ? "" : " or writing its log") +
+                       " failed: " + tavo_status_text(checked->analysis.status);
   } else if (!options.log.empty() && !log.commit()) {
     checked->problem = "writing the log '" + options.log + "' failed";
   }
 }
 
-Json findingJson(const Found& found) {
-  Json finding{{"line", found.line}};
-  if (found.isNote()) {
-    finding["kind"] = "note";
-    finding["message"] = toUtf8(found.text);
-    return finding;
+std::unique_ptr<Checked> checkFile(const std::string& path, const CheckOptions& options) {
+  auto checked = std::make_unique<Checked>();
+  try {
+    checked->problem = checked->text.open(path);
+    if (checked->problem.empty()) checkText(checked.get(), options);
+  } catch (const std::bad_alloc&) {
+    checked->problem = "'" + path + "': out of memory";
   }
-  finding["kind"] = found.isError() ? "error" : "warning";
-  finding["code"] = codeOf(found);
-  finding["message"] = found.message;
-  finding["text"] = toUtf8(found.text);
-  return finding;
+  return checked;
 }
 
-void printJson(Checked& checked, const CheckOptions& options) {
+// Checks the files in threads of its own and hands the results out in the order of the files.
+class Checks {
+ public:
+  Checks(const CheckOptions& options, size_t threads) : options_(options) {
+    for (size_t i = 0; i < std::min(threads, options.files.size()); ++i) {
+      threads_.emplace_back([this] { work(); });
+    }
+  }
+  ~Checks() {
+    for (std::thread& thread : threads_) thread.join();
+  }
+
+  std::unique_ptr<Checked> next() {
+    std::unique_lock lock(mutex_);
+    wake_.wait(lock, [this] { return done_[taken_] != nullptr; });
+    auto checked = std::move(done_[taken_]);
+    done_.erase(taken_++);
+    wake_.notify_all();
+    return checked;
+  }
+
+ private:
+  // A thread that is far ahead waits, so that no more results are kept than are useful.
+  static constexpr size_t kAhead = 64;
+
+  void work() {
+    for (;;) {
+      size_t file = 0;
+      {
+        std::unique_lock lock(mutex_);
+        wake_.wait(lock, [this] { return started_ < taken_ + kAhead; });
+        if (started_ == options_.files.size()) return;
+        file = started_++;
+      }
+      auto checked = checkFile(options_.files[file], options_);
+      const std::lock_guard lock(mutex_);
+      done_[file] = std::move(checked);
+      wake_.notify_all();
+    }
+  }
+
+  const CheckOptions& options_;
+  std::mutex mutex_;
+  std::condition_variable wake_;
+  std::map<size_t, std::unique_ptr<Checked>> done_;  // by place among the files
+  size_t started_ = 0;
+  size_t taken_ = 0;
+  std::vector<std::thread> threads_;
+};
+
+bool printJson(const Checked& checked, const CheckOptions& options) {
   const Analysis& analysis = checked.analysis;
-  Json file{{"file", toUtf8(checked.text.name())}, {"status", checked.verdict(options)}};
-  if (!checked.problem.empty()) file["problem"] = toUtf8(checked.problem);
-  file["errors"] = analysis.findings.errors();
-  file["warnings"] = analysis.findings.warnings();
-  file["changedNumbers"] = analysis.findings.changedNumbers();
-  file["shortenedReals"] = analysis.findings.shortenedReals();
-  file["lines"] = analysis.counts.lines;
-  file["records"] = analysis.counts.records;
-  file["errorLimitReached"] = checked.atLimit(options);
+  if (!checked.problem.empty()) {
+    Json json = jsonOf("tavo-check/1");
+    json["file"] = toUtf8(checked.text.name());
+    json["status"] = checked.verdict(options);
+    json["problem"] = toUtf8(checked.problem);
+    return printLine(json);
+  }
+  Json json = jsonOf("tavo-check/1", checked.text);
+  json["status"] = checked.verdict(options);
+  json["lines"] = analysis.counts.lines;
+  json["records"] = analysis.counts.records;
+  json["errors"] = analysis.counts.errors;
+  json["warnings"] = analysis.counts.warnings;
+  json["comments"] = analysis.counts.comments;
+  json["wrappedNumbers"] = analysis.counts.wrapped_integers;
+  json["roundedReals"] = analysis.counts.rounded_reals;
+  json["errorLimitReached"] = checked.atLimit(options);
+  std::map<std::string, uint64_t> counts;
   Json findings = Json::array();
-  for (const Found& found : analysis.findings.all()) findings.push_back(findingJson(found));
-  file["findings"] = std::move(findings);
-  if (!analysis.notes.empty()) file["notes"] = analysis.notes;
-  std::printf("%s\n", oneLine(file).c_str());
+  for (const Found& found : analysis.findings) {
+    ++counts[found.code()];
+    findings.push_back(findingJson(found));
+  }
+  json["counts"] = Json::object();
+  for (const auto& [code, count] : counts) json["counts"][code] = count;
+  json["findings"] = std::move(findings);
+  if (!analysis.notes.empty()) json["notes"] = analysis.notes;
+  return printLine(json);
 }
 
-void printForPerson(Checked& checked, const CheckOptions& options) {
-  if (!checked.analysis.readable()) return;
+void printForPerson(const Checked& checked, const CheckOptions& options) {
+  if (!checked.problem.empty()) return;
   printFindings(stdout, checked.text, checked.analysis, colourWanted());
   const std::string name = printable(checked.text.name());
   std::printf("%s: %s\n", name.c_str(), checked.analysis.summary().c_str());
@@ -106,6 +171,7 @@ void printForPerson(Checked& checked, const CheckOptions& options) {
 
 // Why the options do not go together, or an empty text when they do.
 std::string callProblem(const CheckOptions& options) {
+  if (std::ranges::count(options.files, "-") > 1) return "the standard input can be read only once";
   if (options.log.empty()) return {};
   if (options.files.size() > 1) {
     return "--log names the log of one file, but there are " +
@@ -124,17 +190,18 @@ int check(const CheckOptions& options) {
   }
   // A log on the standard output says what would be printed there.
   const bool quiet = options.quiet || isStream(options.log);
+  const size_t cores = std::max(1U, std::thread::hardware_concurrency());
+  Checks checks(options, options.jobs > 0 ? options.jobs : cores);
   int status = kSound;
   std::vector<std::string> failed;
-  for (const std::string& path : options.files) {
-    Checked checked;
-    checked.problem = checked.text.open(path);
-    if (checked.problem.empty()) checkText(&checked, options);
-    if (!checked.problem.empty()) complain(checked.problem);
-    if (!quiet) (options.json ? printJson : printForPerson)(checked, options);
-    if (isStream(options.log)) complainOfNotes(checked.text, checked.analysis);
-    const ExitStatus result = checked.status(options);
-    if (result != kSound) failed.push_back(checked.text.name());
+  for (size_t i = 0; i < options.files.size(); ++i) {
+    const auto checked = checks.next();
+    if (!checked->problem.empty()) complain(checked->problem);
+    if (!quiet && options.json) printJson(*checked, options);
+    if (!quiet && !options.json) printForPerson(*checked, options);
+    if (isStream(options.log)) complainOfNotes(checked->text, checked->analysis);
+    const ExitStatus result = checked->status(options);
+    if (result != kSound) failed.push_back(checked->text.name());
     status = std::max(status, static_cast<int>(result));
   }
   if (!quiet && !options.json && options.files.size() > 1) {

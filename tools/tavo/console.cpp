@@ -12,6 +12,8 @@
 #include <fcntl.h>
 #include <io.h>
 #include <windows.h>
+
+#include <shellapi.h>
 #else
 #include <unistd.h>
 #endif
@@ -39,9 +41,30 @@ bool understandsEscapes() {
 
 }  // namespace
 
+std::vector<std::string> arguments(int argc, char** argv) {
+#ifdef _WIN32
+  int count = 0;
+  LPWSTR* const words = CommandLineToArgvW(GetCommandLineW(), &count);
+  if (words != nullptr) {
+    std::vector<std::string> result;
+    for (int i = 0; i < count; ++i) {
+      const int size = WideCharToMultiByte(CP_UTF8, 0, words[i], -1, nullptr, 0, nullptr, nullptr);
+      std::string& word = result.emplace_back(static_cast<size_t>(std::max(size, 1)), '\0');
+      WideCharToMultiByte(CP_UTF8, 0, words[i], -1, word.data(), size, nullptr, nullptr);
+      word.pop_back();  // the end mark
+    }
+    LocalFree(words);
+    return result;
+  }
+#endif
+  return {argv, argv + argc};
+}
+
 void prepareConsole() {
 #ifdef _WIN32
+  _setmode(_fileno(stdin), _O_BINARY);
   _setmode(_fileno(stdout), _O_BINARY);
+  SetConsoleOutputCP(CP_UTF8);
 #endif
 }
 
@@ -79,8 +102,8 @@ ProgressBar::~ProgressBar() {
   std::fflush(stderr);
 }
 
-void ProgressBar::onProgress(uint64_t bytesRead) {
-  if (bytesRead < next_) return;
+void ProgressBar::show(uint64_t bytesRead) {
+  if (size_ == 0 || bytesRead < next_) return;
   const uint64_t percent = std::min<uint64_t>(100 * bytesRead / size_, 100);
   next_ = (percent + 1) * size_ / 100 + 1;
   char bar[kBarWidth + 1] = {};

@@ -5,10 +5,12 @@
 #include <cstdint>
 #include <cstdio>
 #include <string>
-
-#include "api/library.h"
+#include <vector>
 
 namespace tavo::tool {
+
+// The program's arguments in UTF-8, as the library takes paths.
+std::vector<std::string> arguments(int argc, char** argv);
 
 // Makes the standard output the same bytes on every platform. Called once, first of all.
 void prepareConsole();
@@ -26,20 +28,18 @@ bool flushOutput();
 
 // Shows on standard error how far the reading of a file is, when that is a terminal and the file is
 // large. The bar is gone when the object is.
-class ProgressBar final : public reader::ProgressObserver {
+class ProgressBar {
  public:
   ProgressBar(const std::string& name, uint64_t size);
   ProgressBar(const ProgressBar&) = delete;
   ProgressBar& operator=(const ProgressBar&) = delete;
   ~ProgressBar();
 
-  // The observer for an analysis; null when there is nothing to show.
-  reader::ProgressObserver* observer() { return size_ > 0 ? this : nullptr; }
-  void onProgress(uint64_t bytesRead) override;
+  void show(uint64_t bytesRead);
 
  private:
   std::string name_;
-  uint64_t size_ = 0;
+  uint64_t size_ = 0;  // 0: nothing is shown
   uint64_t next_ = 0;  // bytes at which the picture changes
 };
 

@@ -1,4 +1,5 @@
-// tavo dump: prints the records of a text or a data file, one JSON line each.
+// tavo dump: prints the records of a text or a data file, one JSON line each, behind a line that
+// says in which units.
 #include <cstdio>
 #include <string>
 
@@ -6,7 +7,6 @@
 #include "files.h"
 #include "findings.h"
 #include "record_json.h"
-#include "store/data_file.h"
 #include "stored_records.h"
 #include "verbs.h"
 
@@ -14,10 +14,53 @@ namespace tavo::tool {
 
 namespace {
 
-bool printLine(const Json& line) {
-  const std::string text = oneLine(line) + "\n";
-  return std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
+constexpr char kShape[] = "tavo-dump/1";
+
+RecordPrinter::Values valuesOf(const DumpOptions& options) {
+  return options.si ? RecordPrinter::Values::kSi : RecordPrinter::Values::kFile;
 }
+
+// The units in force behind the first HEADER: lines that follow name those that change.
+tavo_units firstUnits(const InputText& text) {
+  struct Look {
+    tavo_units units = *tavo_default_units();
+    ColumnsRecord columns{};
+  } look;
+  const auto take = [&look](const tavo_record& record) -> uint32_t {
+    const tavo_schema_block* const block = tavo_schema_block_of(record.type);
+    const bool header =
+        std::string_view(block->parent) == "HEADER" || std::string_view(block->keyword) == "HEADER";
+    if (!header) return TVO_ERR_ABORTED;
+    if (record.type == block->columns_type)
+      std::memcpy(&look.columns, record.bytes, sizeof look.columns);
+    tavo_units_follow(&look.units, &look.columns, record.type, record.bytes);
+    return TAVO_OK;
+  };
+  analyse(text, take, {.progress = false});
+  return look.units;
+}
+
+// The head of the output, and again whenever a HEADER changes the units.
+class UnitsLine {
+ public:
+  UnitsLine(Json head, const DumpOptions& options, const tavo_units& units)
+      : si_(options.si), said_(units) {
+    head["units"] = options.si ? "si" : "file";
+    head["in"] = si_ ? Json{{"angular", "radian"}, {"linear", "metre"}, {"geographic", "radian"}}
+                     : unitsJson(units);
+    printLine(head);
+  }
+
+  bool follow(const tavo_units& units) {
+    if (si_ || std::memcmp(&units, &said_, sizeof units) == 0) return true;
+    said_ = units;
+    return printLine({{"in", unitsJson(units)}});
+  }
+
+ private:
+  bool si_;
+  tavo_units said_;
+};
 
 int dumpText(const DumpOptions& options) {
   InputText text;
@@ -25,46 +68,31 @@ int dumpText(const DumpOptions& options) {
     complain(problem);
     return kFailed;
   }
-  RecordPrinter printer(RecordPrinter::Order::kText, options.allFields);
-  auto print = [&printer](RecordType type, const void* record) -> uint32_t {
-    return printLine(printer.print(type, record)) ? TVO_OK : TVO_ERR_ABORTED;
+  const tavo_units first = firstUnits(text);
+  UnitsLine head(jsonOf(kShape, text), options, first);
+  RecordPrinter printer(RecordPrinter::Order::kText, valuesOf(options), options.allFields);
+  const auto print = [&](const tavo_record& record) -> uint32_t {
+    const bool printed = printLine(printer.print(record.type, record.bytes));
+    // What the first HEADER sets stands in the head.
+    const bool later = record.type == TVO_RECORD_UNITS && head.follow(printer.units());
+    return printed || later ? TAVO_OK : TVO_ERR_ABORTED;
   };
-  api::Library library;
-  const Analysis analysis = analyse(library, text, sinkOf(print));
+  const Analysis analysis = analyse(text, print);
   if (!flushOutput()) return kFailed;
-  if (!analysis.readable() || analysis.status == TVO_ERR_WRITE) {
-    complain("reading '" + text.name() + "' failed");
+  if (!analysis.complete()) {
+    complain("reading '" + text.name() + "' failed: " + tavo_status_text(analysis.status));
     return kFailed;
   }
   complainOfNotes(text, analysis);
-  if (analysis.findings.errors() == 0 && analysis.findings.warnings() == 0) return kSound;
+  if (analysis.counts.errors == 0 && analysis.counts.warnings == 0) return kSound;
   complain(text.name() + ": " + analysis.summary() + " (see 'tavo check')");
-  return analysis.findings.errors() > 0 ? kFindings : kSound;
-}
-
-int dumpDataFile(const DumpOptions& options) {
-  StoredRecords records;
-  if (const ExitStatus opened =
-          records.open(options.file, StoredRecords::Use::kPrint, options.force);
-      opened != kSound) {
-    return opened;
-  }
-  RecordPrinter printer(RecordPrinter::Order::kDataFile, options.allFields);
-  uint32_t type = 0;
-  void* record = nullptr;
-  for (uint32_t mode = TVO_FIRST; records.fetch(mode, &type, &record) == TVO_OK; mode = TVO_NEXT) {
-    if (!printLine(printer.print(type, record))) break;
-  }
-  if (!flushOutput()) return kFailed;
-  return records.complainOfLosses() ? kFindings : kSound;
+  return analysis.counts.errors > 0 ? kFindings : kSound;
 }
 
 }  // namespace
 
 int dump(const DumpOptions& options) {
-  const bool isData =
-      fileKind(options.file) == FileKind::kRegular && store::isDataFile(options.file.c_str());
-  return isData ? dumpDataFile(options) : dumpText(options);
+  return isDataFile(options.file) ? dumpDataFile(options) : dumpText(options);
 }
 
 }  // namespace tavo::tool

@@ -5,16 +5,13 @@
 #include <cstdio>
 #include <iterator>
 #include <string_view>
+#include <utility>
 
 #include "console.h"
-#include "schema/keywords.h"
-#include "store/data_file.h"
 
 namespace tavo::tool {
 
 namespace {
-
-using platform::OpenResult;
 
 constexpr const char* kNoStream = "a data file is no stream, it needs a name";
 
@@ -35,15 +32,16 @@ bool anyLine(std::string_view text, Function function) {
 bool beginsLikeText(std::string_view head) {
   std::string_view word;
   anyLine(head, [&](std::string_view line) {
-    word = schema::firstToken(schema::skipBlanks(line));
+    constexpr std::string_view kBlanks = " \t\v\f\r";
+    line.remove_prefix(std::min(line.find_first_not_of(kBlanks), line.size()));
+    word = line.substr(0, line.find_first_of(" \t\v\f\r("));
     return !word.empty() && word.front() != ';';
   });
-  static constexpr uint32_t kSections[] = {
-      schema::kHeader,     schema::kDefinitions, schema::kDatabase,       schema::kMeteo,
-      schema::kTheodolite, schema::kOperations,  schema::kTimeTaggedCodes};
-  uint32_t keyword = schema::kUnknownSection;
-  schema::FindKeyword(word, &keyword);
-  return std::find(std::begin(kSections), std::end(kSections), keyword) != std::end(kSections);
+  const tavo_schema_block* block = nullptr;
+  for (size_t i = 0; (block = tavo_schema_block_at(i)) != nullptr; ++i) {
+    if (*block->parent == '\0' && word == block->keyword) return true;
+  }
+  return false;
 }
 
 // Its first line is a finding or, perhaps behind the path, the summary.
@@ -58,7 +56,7 @@ bool beginsLikeLog(std::string_view head) {
 }
 
 bool beginsLikeDataFile(std::string_view head) {
-  return store::hasDataFileSignature(head.data(), head.size());
+  return tavo_is_data_file(head.data(), head.size()) != 0;
 }
 
 struct KindTraits {
@@ -77,14 +75,7 @@ const KindTraits& traitsOf(OutputKind kind) {
 
 }  // namespace
 
-FileKind fileKind(const std::string& path) { return platform::fileInfo(path.c_str()).kind; }
-
-int64_t fileSize(const std::string& path) {
-  const platform::FileInfo info = platform::fileInfo(path.c_str());
-  return info.kind == FileKind::kRegular ? static_cast<int64_t>(info.size) : -1;
-}
-
-std::string openProblem(const std::string& path, OpenResult result) {
+std::string openProblem(const std::string& path, uint32_t reason) {
   static constexpr const char* kReasons[] = {
       "",
       "no such file or folder",
@@ -93,73 +84,60 @@ std::string openProblem(const std::string& path, OpenResult result) {
       "another program holds it open",
       "the system refuses it",
   };
-  return "'" + path + "': " + kReasons[static_cast<size_t>(result)];
-}
-
-std::string dataFileProblem(const std::string& path) {
-  if (isStream(path)) return kNoStream;
-  platform::InputFile file;
-  const OpenResult opened = file.open(path.c_str());
-  // The store's own open tells what is held and what is damaged.
-  if (opened != OpenResult::kDone && opened != OpenResult::kHeld) {
-    return "cannot read " + openProblem(path, opened);
-  }
-  file.close();
-  if (store::isDataFile(path.c_str())) return {};
-  return "'" + path + "' is not a data file, or another program holds it open";
+  return "'" + path +
+         "': " + kReasons[reason < std::size(kReasons) ? reason : std::size(kReasons) - 1];
 }
 
 std::string targetProblem(const std::string& target, const std::string& input, OutputKind kind,
                           bool overwrite) {
   if (isStream(target)) return kind == OutputKind::kDataFile ? kNoStream : "";
-  if (!input.empty() && platform::sameFile(target.c_str(), input.c_str())) {
+  if (!input.empty() && tavo_same_file(target.c_str(), input.c_str()) != 0) {
     return "'" + target + "' is the input itself; it is not overwritten";
   }
-  const platform::FileInfo info = platform::fileInfo(target.c_str());
-  if (info.kind == FileKind::kMissing) return {};
-  if (info.kind != FileKind::kRegular) return "'" + target + "' is not a regular file";
-  platform::InputFile file;
-  if (const OpenResult opened = file.open(target.c_str()); opened != OpenResult::kDone) {
-    return "cannot replace " + openProblem(target, opened);
-  }
+  const uint32_t found = tavo_path_kind(target.c_str(), nullptr);
+  if (found == TAVO_PATH_MISSING) return {};
+  if (found != TAVO_PATH_FILE) return "'" + target + "' is not a regular file";
+  const ReadFile file(target);
+  if (!file.isOpen()) return "cannot replace " + file.problem();
   std::string head(1U << 16, '\0');
-  head.resize(file.read(head.data(), head.size()));
+  head.resize(static_cast<size_t>(std::max<int64_t>(file.read(head.data(), head.size()), 0)));
   const KindTraits& traits = traitsOf(kind);
   if (overwrite || head.empty() || traits.matches(head)) return {};
   return "'" + target + "' is there and is no " + traits.name + "; use --overwrite to replace it";
 }
 
-bool NewFile::commit() {
+std::string Output::open(const std::string& target, Writer writer) {
+  target_ = target;
+  if (isStream(target)) return {};
+  uint32_t reason = TAVO_REASON_NONE;
+  const tavo_status status = writer == Writer::kTool
+                                 ? tavo_output_create(&output_, target.c_str(), &reason)
+                                 : tavo_output_reserve(&output_, target.c_str());
+  return status == TAVO_OK ? "" : "cannot write " + openProblem(target, reason);
+}
+
+bool Output::write(const void* bytes, size_t size) {
   if (interrupted()) return false;
-  if (place_.commit()) return true;
-  complain("cannot replace '" + place_.target() + "'; another program may hold it open");
+  return output_ == nullptr ? std::fwrite(bytes, 1, size, stdout) == size
+                            : tavo_output_write(output_, bytes, size) == TAVO_OK;
+}
+
+tavo_target Output::target() {
+  tavo_target target = TAVO_TARGET_INIT;
+  target.user = this;
+  target.write = [](const void* bytes, size_t size, void* user) {
+    return static_cast<Output*>(user)->write(bytes, size) ? 0 : 1;
+  };
+  return target;
+}
+
+bool Output::commit() {
+  if (interrupted()) return false;
+  if (output_ == nullptr) return flushOutput();
+  if (tavo_output_commit(std::exchange(output_, nullptr)) == TAVO_OK) return true;
+  complain("cannot replace '" + target_ +
+           "'; another program may hold it open, or the disk is full");
   return false;
 }
-
-bool OutputFile::open(const std::string& target) {
-  const std::string problem = tryOpen(target);
-  if (!problem.empty()) complain(problem);
-  return problem.empty();
-}
-
-std::string OutputFile::tryOpen(const std::string& target) {
-  if (isStream(target)) return {};
-  auto place = std::make_unique<NewFile>(target);
-  const OpenResult made = file_.create(place->path().c_str(), target.c_str());
-  if (made != OpenResult::kDone || !file_.start()) {
-    return "cannot write " + openProblem(target, made);
-  }
-  place_ = std::move(place);
-  return {};
-}
-
-bool OutputFile::write(const char* bytes, size_t size) {
-  if (interrupted()) return false;
-  return place_ == nullptr ? std::fwrite(bytes, 1, size, stdout) == size : file_.write(bytes, size);
-}
-
-bool OutputFile::close() { return place_ == nullptr || file_.close(); }
-
-bool OutputFile::commit() { return place_ == nullptr ? flushOutput() : place_->commit(); }
 
 }  // namespace tavo::tool

@@ -6,23 +6,37 @@
 #include <string>
 
 #include "interrupt.h"
-#include "platform/text_file.h"
+#include "tavo/survey.h"
 
 namespace tavo::tool {
-
-using platform::FileKind;
-FileKind fileKind(const std::string& path);
-
-// Bytes of a regular file, else -1.
-int64_t fileSize(const std::string& path);
 
 // Whether the path stands for the standard input or output.
 inline bool isStream(const std::string& path) { return path == "-"; }
 
-// Why a path cannot be opened, as a sentence about it.
-std::string openProblem(const std::string& path, platform::OpenResult result);
-// Why a file cannot be read as a data file, or an empty text when it can.
-std::string dataFileProblem(const std::string& path);
+// Why a path cannot be opened, as a sentence about it; reason is the layer's.
+std::string openProblem(const std::string& path, uint32_t reason);
+
+// A file open for reading.
+class ReadFile {
+ public:
+  explicit ReadFile(const std::string& path) : path_(path) {
+    tavo_file_open(&file_, path.c_str(), &reason_);
+  }
+  ReadFile(const ReadFile&) = delete;
+  ReadFile& operator=(const ReadFile&) = delete;
+  ~ReadFile() { tavo_file_close(file_); }
+
+  bool isOpen() const { return file_ != nullptr; }
+  // The sentence on why it is not.
+  std::string problem() const { return openProblem(path_, reason_); }
+  // Bytes read, 0 at the end, -1 on failure.
+  int64_t read(char* bytes, size_t room) const { return tavo_file_read(bytes, room, file_); }
+
+ private:
+  std::string path_;
+  tavo_file* file_ = nullptr;
+  uint32_t reason_ = TAVO_REASON_NONE;
+};
 
 enum class OutputKind { kText, kLog, kDataFile };
 // Why a path must not take output of that kind, or an empty text when it may. An existing file must
@@ -31,35 +45,33 @@ enum class OutputKind { kText, kLog, kDataFile };
 std::string targetProblem(const std::string& target, const std::string& input, OutputKind kind,
                           bool overwrite);
 
-// A new file under a temporary name beside its target. One that was not committed leaves no trace,
-// not even when the program is interrupted.
-class NewFile {
+// Output under a temporary name beside its target, or to the standard output as it comes. One that
+// was not committed leaves no trace, not even when the program is interrupted.
+class Output {
  public:
-  explicit NewFile(const std::string& target) { place_.prepare(target.c_str()); }
-  const std::string& path() const { return place_.path(); }
-  // Puts it in the target's place; false, with a complaint, when that cannot be.
+  enum class Writer {
+    kTool,  // write() below
+    kOther  // somebody else makes the file at path()
+  };
+
+  Output() = default;
+  Output(const Output&) = delete;
+  Output& operator=(const Output&) = delete;
+  ~Output() { tavo_output_abandon(output_); }
+
+  // Why no output can be made there, or an empty text when it is.
+  std::string open(const std::string& target, Writer writer = Writer::kTool);
+  const char* path() const { return tavo_output_path(output_); }
+  bool write(const void* bytes, size_t size);
+  // The output as the layer's target of a text.
+  tavo_target target();
+  // False, with a complaint, when the target cannot be replaced or the stream not written.
   bool commit();
 
  private:
   Interruptible interruptible_;
-  platform::Replacement place_;
-};
-
-// Text output into a new file, or to the standard output as it comes.
-class OutputFile final : public platform::TextOutput {
- public:
-  // Why no file can be made there, or an empty text when it is.
-  std::string tryOpen(const std::string& target);
-  // The same; false, with a complaint, when there is a problem.
-  bool open(const std::string& target);
-  bool write(const char* bytes, size_t size) override;
-  bool close() override;
-  // False, with a complaint, when the target cannot be replaced or the stream written.
-  bool commit();
-
- private:
-  std::unique_ptr<NewFile> place_;  // none for the standard output
-  platform::OutputFile file_;
+  std::string target_;
+  tavo_output* output_ = nullptr;  // none for the standard output
 };
 
 }  // namespace tavo::tool

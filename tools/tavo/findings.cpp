@@ -2,7 +2,6 @@
 #include "findings.h"
 
 #include <algorithm>
-#include <cstdio>
 
 #include "console.h"
 #include "text.h"
@@ -13,156 +12,178 @@ namespace {
 
 // Longest part of a line or text that is shown.
 constexpr size_t kShown = 160;
-constexpr size_t kLongestCharacter = 4;
-
-constexpr char kNoteColour[] = "\033[1;36m";
+// Longest part of a line that is shown in front of the marked text.
+constexpr size_t kLead = 100;
 
 struct Style {
   const char* name;
   const char* colour;
+  char letter;
+};
+constexpr Style kStyles[] = {
+    {"note", "\033[1;36m", 'N'}, {"warning", "\033[1;35m", 'W'}, {"error", "\033[1;31m", 'E'}};
+constexpr char kMark[] = "\033[1;32m";
+constexpr char kPlain[] = "\033[0m";
+
+// A run's observers. Nothing may be thrown into the library, so a lack of memory is only noted.
+struct Observer {
+  Analysis* analysis;
+  ProgressBar* bar;
+  tavo_record_fn take;
+  void* user;
+  bool full = false;
+
+  static uint32_t record(const tavo_record* record, void* self) {
+    auto* const observer = static_cast<Observer*>(self);
+    return observer->take(record, observer->user);
+  }
+  static void finding(const tavo_finding* finding, void* self) {
+    auto* const observer = static_cast<Observer*>(self);
+    try {
+      observer->analysis->findings.emplace_back(*finding);
+    } catch (const std::bad_alloc&) {
+      observer->full = true;
+    }
+  }
+  static int progress(uint64_t done, uint64_t, void* self) {
+    auto* const observer = static_cast<Observer*>(self);
+    if (observer->bar != nullptr) observer->bar->show(done);
+    return interrupted() || observer->full ? 1 : 0;
+  }
+
+  tavo_analysis_options options(const AnalysisOptions& wanted) {
+    tavo_analysis_options options = TAVO_ANALYSIS_OPTIONS_INIT;
+    options.max_errors = wanted.maxErrors;
+    options.log = wanted.log;
+    if (take != nullptr) options.on_record = &Observer::record;
+    options.on_finding = &Observer::finding;
+    options.on_progress = &Observer::progress;
+    options.record_user = options.finding_user = options.progress_user = this;
+    return options;
+  }
 };
 
-Style styleOf(const Found& found) {
-  if (found.isNote()) return {"note", kNoteColour};
-  return found.isError() ? Style{"error", "\033[1;31m"} : Style{"warning", "\033[1;35m"};
+void finish(const InputText& text, bool full, Analysis* result) {
+  if (full) result->status = TAVO_ERR_MEMORY;
+  // A note of the log explains the finding in front of it.
+  for (size_t i = 1; i < result->findings.size(); ++i) {
+    Found& found = result->findings[i];
+    if (found.number == 7000) found.line = result->findings[i - 1].line;
+  }
+  result->notes = text.oddities();
+  if (result->status == TAVO_OK && result->counts.records == 0 && result->findings.empty()) {
+    if (const auto emptiness = text.emptiness()) result->notes.push_back(*emptiness);
+  }
 }
 
-// The beginnings of chosen lines of a file, fetched in one pass.
-class SourceLines {
- public:
-  SourceLines(InputText& text, std::vector<uint32_t> wanted) : wanted_(std::move(wanted)) {
-    std::sort(wanted_.begin(), wanted_.end());
-    wanted_.erase(std::unique(wanted_.begin(), wanted_.end()), wanted_.end());
-    texts_.resize(wanted_.size());
-    if (wanted_.empty()) return;
-    if (platform::TextInput* const input = text.rewind()) read(*input);
-    text.close();
-  }
-
-  const std::string& line(uint32_t number) const {
-    const auto found = std::lower_bound(wanted_.begin(), wanted_.end(), number);
-    return texts_[static_cast<size_t>(found - wanted_.begin())];
-  }
-
- private:
-  void read(platform::TextInput& input) {
-    std::vector<char> block(1U << 16);
-    uint32_t number = 1;
-    size_t at = 0;
-    for (size_t n; at < wanted_.size() && (n = input.read(block.data(), block.size())) > 0;) {
-      for (size_t i = 0; i < n && at < wanted_.size(); ++i) {
-        std::string& text = texts_[at];
-        const bool here = number == wanted_[at];
-        if (block[i] != '\n') {
-          if (here && text.size() < kShown + kLongestCharacter) text += block[i];
-          continue;
-        }
-        if (here) ++at;
-        ++number;
-      }
+// The line with its offending text marked under it: "    1,ABC;" and "      ^~~".
+void printSource(std::FILE* stream, const Found& found, bool colour) {
+  std::string_view line = found.source;
+  if (line.empty()) return;
+  size_t at = found.column > 0 ? found.column - 1 : 0;
+  const char* lead = "";
+  if (at > kLead) {
+    // Long lines show what stands around the text.
+    const size_t cut = at - kLead / 2;
+    line.remove_prefix(cut);
+    while (!line.empty() && (static_cast<unsigned char>(line.front()) & 0xC0) == 0x80) {
+      line.remove_prefix(1);
     }
-    for (std::string& text : texts_) {
-      if (!text.empty() && text.back() == '\r') text.pop_back();
-    }
+    at -= found.source.size() - line.size();
+    lead = "... ";
   }
-
-  std::vector<uint32_t> wanted_;
-  std::vector<std::string> texts_;
-};
+  std::fprintf(stream, "    %s%s\n", lead, printable(line, kShown).c_str());
+  if (found.column == 0 || at >= std::min(line.size(), kShown)) return;
+  const size_t length = std::min<size_t>(std::max<uint32_t>(found.length, 1), kShown - at);
+  const size_t before = columnsOf(line.substr(0, at)) + std::string_view(lead).size();
+  const size_t marked = std::max<size_t>(columnsOf(line.substr(at, length)), 1);
+  std::fprintf(stream, "    %*s%s^%s%s\n", static_cast<int>(before), "", colour ? kMark : "",
+               std::string(marked - 1, '~').c_str(), colour ? kPlain : "");
+}
 
 }  // namespace
 
-bool Found::isNote() const { return number == reader::kNote; }
-bool Found::isError() const { return number < reader::kNote; }
-
-void FindingList::onFinding(const reader::Finding& finding) {
-  Found found{finding.number, finding.line, std::string(finding.text), finding.message};
-  // The reader keeps the beginning of such a line, up to a byte that may be amid a character.
-  if (found.number == reader::kExceedsLine) found.text.resize(lengthOfWhole(found.text));
-  if (found.isNote()) {
-    if (!found_.empty()) found.line = found_.back().line;
-  } else {
-    ++(found.isError() ? errors_ : warnings_);
-  }
-  found_.push_back(std::move(found));
+Found::Found(const tavo_finding& finding)
+    : number(finding.number),
+      kind(finding.kind),
+      line(finding.line),
+      column(finding.column),
+      length(finding.length),
+      text(finding.text, finding.text_size) {
+  if (finding.source != nullptr) source.assign(finding.source, finding.source_size);
+  while (source.ends_with('\r') || source.ends_with('\n')) source.pop_back();
 }
 
-void FindingList::onLoss(reader::Loss loss, uint32_t line, std::string_view text) {
-  Found found{reader::kNote, line, std::string(text), {}};
-  if (loss == reader::Loss::kDigits) {
-    if (shortenedReals_++ == 0) firstShortened_ = std::move(found);
-    return;
-  }
-  found.text = "'" + found.text + "' does not fit its field and is read as another number";
-  ++changedNumbers_;
-  found_.push_back(std::move(found));
+std::string Found::code() const { return kStyles[kind].letter + std::to_string(number); }
+
+std::string Found::message() const {
+  if (number == 7000) return text;
+  const tavo_schema_message* const row = tavo_schema_message_of(number);
+  return row == nullptr ? "?" : row->text;
 }
 
 std::string Analysis::summary() const {
-  return counted(findings.errors(), "error") + ", " + counted(findings.warnings(), "warning") +
-         "; " + counted(counts.lines, "line") + " and " + counted(counts.records, "record") +
-         " read";
+  return counted(counts.errors, "error") + ", " + counted(counts.warnings, "warning") + "; " +
+         counted(counts.lines, "line") + " and " + counted(counts.records, "record") + " read";
 }
 
-Analysis analyse(api::Library& library, InputText& text, reader::RecordSink sink,
-                 const AnalysisOptions& options) {
+Analysis analyseWith(const InputText& text, tavo_record_fn take, void* user,
+                     const AnalysisOptions& wanted) {
   Analysis result;
-  platform::NoOutput noLog;
-  ProgressBar bar(text.name(), text.size());
-  api::AnalysisRequest request;
-  request.inputPath = text.name().c_str();
-  request.input = text.rewind();
-  if (request.input == nullptr) return result;
-  request.log = options.log == nullptr ? &noLog : options.log;
-  request.maxErrors = options.maxErrors;
-  request.sink = sink;
-  request.intoStore = options.intoStore;
-  request.findings = &result.findings;
-  request.progress = bar.observer();
-  result.status = TVO_CODE(library.analyse(request, &result.counts));
-  result.notes = text.oddities();
-  if (result.status == TVO_OK && result.counts.records == 0 && result.findings.all().empty()) {
-    if (const auto emptiness = text.emptiness()) result.notes.push_back(*emptiness);
-  }
-  text.close();
+  ProgressBar bar(text.name(), wanted.progress ? text.size() : 0);
+  Observer observer{&result, &bar, take, user};
+  const tavo_analysis_options options = observer.options(wanted);
+  const tavo_input input = text.input();
+  result.status = tavo_analyse(&input, &options, &result.counts);
+  finish(text, observer.full, &result);
   return result;
 }
 
-std::string codeOf(const Found& found) {
-  if (found.isNote()) return {};
-  std::string code(1, found.isError() ? 'E' : 'W');
-  return code += std::to_string(found.number);
+Survey readSurvey(const InputText& text, Analysis* analysis) {
+  *analysis = {};
+  ProgressBar bar(text.name(), text.size());
+  Observer observer{analysis, &bar, nullptr, nullptr};
+  const tavo_analysis_options options = observer.options({});
+  const tavo_input input = text.input();
+  tavo_survey* survey = nullptr;
+  analysis->status = tavo_survey_read(&survey, &input, &options);
+  if (survey != nullptr) analysis->counts = *tavo_survey_counts(survey);
+  finish(text, observer.full, analysis);
+  return Survey(survey);
 }
 
-void printFindings(std::FILE* stream, InputText& text, const Analysis& analysis, bool colour) {
-  std::vector<uint32_t> wanted;
-  for (const Found& found : analysis.findings.all()) {
-    if (!found.isNote()) wanted.push_back(found.line);
-  }
-  const SourceLines source(text, std::move(wanted));
+void printFindings(std::FILE* stream, const InputText& text, const Analysis& analysis,
+                   bool colour) {
   const std::string name = printable(text.name());
-  for (const Found& found : analysis.findings.all()) {
-    const Style style = styleOf(found);
-    std::fprintf(stream, "%s:%u: %s%s%s", name.c_str(), found.line, colour ? style.colour : "",
-                 style.name, colour ? "\033[0m" : "");
-    if (found.isNote()) {
-      std::fprintf(stream, ": %s\n", printable(found.text, kShown).c_str());
-      continue;
-    }
-    std::fprintf(stream, " %s: %.*s: '%s'\n", codeOf(found).c_str(),
-                 static_cast<int>(found.message.size()), found.message.data(),
-                 printable(found.text, kShown).c_str());
-    const std::string& line = source.line(found.line);
-    if (!line.empty()) std::fprintf(stream, "    %s\n", printable(line, kShown).c_str());
+  for (const Found& found : analysis.findings) {
+    const Style& style = kStyles[found.kind];
+    std::fprintf(stream, "%s:%llu:", name.c_str(), static_cast<unsigned long long>(found.line));
+    if (found.column > 0) std::fprintf(stream, "%u:", found.column);
+    std::fprintf(stream, " %s%s%s", colour ? style.colour : "", style.name, colour ? kPlain : "");
+    if (found.kind != TAVO_NOTE) std::fprintf(stream, " %s", found.code().c_str());
+    std::fprintf(stream, ": %s", printable(found.message(), kShown).c_str());
+    if (found.number != 7000) std::fprintf(stream, ": '%s'", printable(found.text, kShown).c_str());
+    std::fprintf(stream, "\n");
+    printSource(stream, found, colour);
   }
   for (const std::string& note : analysis.notes) {
-    std::fprintf(stream, "%s: %snote%s: %s\n", name.c_str(), colour ? kNoteColour : "",
-                 colour ? "\033[0m" : "", note.c_str());
+    std::fprintf(stream, "%s: %snote%s: %s\n", name.c_str(), colour ? kStyles[0].colour : "",
+                 colour ? kPlain : "", note.c_str());
   }
 }
 
 void complainOfNotes(const InputText& text, const Analysis& analysis) {
   for (const std::string& note : analysis.notes) complain(text.name() + ": " + note);
+}
+
+Json findingJson(const Found& found) {
+  Json json{{"code", found.code()}, {"kind", kStyles[found.kind].name}, {"line", found.line}};
+  if (found.column > 0) json["column"] = found.column;
+  if (found.column > 0) json["length"] = found.length;
+  json["message"] = toUtf8(found.message());
+  if (found.number != 7000) json["text"] = toUtf8(found.text);
+  if (!found.source.empty()) json["source"] = toUtf8(found.source);
+  return json;
 }
 
 }  // namespace tavo::tool

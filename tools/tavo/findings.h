@@ -1,95 +1,89 @@
-// What an analysis found: kept whole and printed for a person, in the form that editors and build
-// servers know.
+// What an analysis found: kept whole, printed for a person in the form that editors and build
+// servers know, and for programs as JSON.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "api/library.h"
 #include "input_text.h"
 #include "interrupt.h"
+#include "json.h"
+#include "tavo/survey.h"
+#include "tavo/tavo.h"
 
 namespace tavo::tool {
 
 struct Found {
-  int number;        // as in reader::Finding
-  uint32_t line;     // of a note the line of the finding that it explains
-  std::string text;  // the offending text, of a note the message
-  std::string_view message;
+  uint32_t number;
+  uint32_t kind;       // TAVO_NOTE, TAVO_WARNING or TAVO_ERROR
+  uint64_t line;       // of a note the line of the finding that it explains
+  uint32_t column;     // 0: not known
+  uint32_t length;     // of the text in its line
+  std::string text;    // the offending text, of a note of the log the sentence
+  std::string source;  // the line of the file
 
-  bool isNote() const;
-  bool isError() const;
+  explicit Found(const tavo_finding& finding);
+  // "E2500", "W7014", "N7000".
+  std::string code() const;
+  // The sentence on what is wrong, without the offending text.
+  std::string message() const;
 };
 
-class FindingList final : public reader::FindingObserver {
- public:
-  void onFinding(const reader::Finding& finding) override;
-  void onLoss(reader::Loss loss, uint32_t line, std::string_view text) override;
-
-  const std::vector<Found>& all() const { return found_; }
-  // Not wrapped, unlike the counts of the log.
-  size_t errors() const { return errors_; }
-  size_t warnings() const { return warnings_; }
-  // Whole numbers that were read as other ones; a note stands among the findings for each.
-  size_t changedNumbers() const { return changedNumbers_; }
-  // Real numbers with more digits than are kept, and the first of them as a note.
-  size_t shortenedReals() const { return shortenedReals_; }
-  const Found& firstShortened() const { return firstShortened_; }
-
- private:
-  std::vector<Found> found_;
-  size_t errors_ = 0;
-  size_t warnings_ = 0;
-  size_t changedNumbers_ = 0;
-  size_t shortenedReals_ = 0;
-  Found firstShortened_{};
-};
-
-// Result of reading a text. readable is false when it, the log or the data file cannot be opened.
+// Result of reading a text.
 struct Analysis {
-  uint32_t status = TVO_ERR_OPEN;
-  api::AnalysisCounts counts;
-  FindingList findings;
+  tavo_status status = TVO_ERR_OPEN;
+  tavo_analysis_counts counts = TAVO_ANALYSIS_COUNTS_INIT;
+  std::vector<Found> findings;
   // What the file is instead of a text with data in it, one sentence each.
   std::vector<std::string> notes;
 
-  bool readable() const { return status != TVO_ERR_OPEN; }
+  // It was read to its end, whatever was found.
+  bool complete() const { return status == TAVO_OK || status == TVO_ERR_ERRORS_FOUND; }
   // "3 errors, 1 warning; 120 lines and 96 records read"
   std::string summary() const;
 };
 
 // What an analysis does besides reading and checking.
 struct AnalysisOptions {
-  platform::TextOutput* log = nullptr;  // none: no log is kept
+  tavo_target log = TAVO_TARGET_INIT;  // nowhere: no log is kept
   uint16_t maxErrors = UINT16_MAX;
-  bool intoStore = false;
+  bool progress = true;  // a bar on the terminal
 };
 
-// Runs the analysis of a text with a progress bar. The records go to the sink.
-Analysis analyse(api::Library& library, InputText& text, reader::RecordSink sink,
-                 const AnalysisOptions& options = {});
-
-// A sink that calls a function object (record type, record) for each record; its result as in
-// reader::RecordSink. Stops the run when the program is interrupted.
+// Runs the analysis of a text and hands each record to take, if there is one. An interruption of
+// the program stops the run.
+Analysis analyseWith(const InputText& text, tavo_record_fn take, void* user,
+                     const AnalysisOptions& options = {});
+// The same with a function object, called with each tavo_record; it answers as a tavo_record_fn
+// does.
 template <class Function>
-reader::RecordSink sinkOf(Function& function) {
-  return {[](void* context, RecordType type, const void* record) -> uint32_t {
-            if (interrupted()) return TVO_ERR_ABORTED;
-            return (*static_cast<Function*>(context))(type, record);
-          },
-          &function};
+Analysis analyse(const InputText& text, Function take, const AnalysisOptions& options = {}) {
+  const auto call = [](const tavo_record* record, void* user) -> uint32_t {
+    return (*static_cast<Function*>(user))(*record);
+  };
+  return analyseWith(text, call, &take, options);
 }
 
-// "E2500", "W7014", or an empty text for a note.
-std::string codeOf(const Found& found);
+struct FreeSurvey {
+  void operator()(tavo_survey* survey) const { tavo_survey_free(survey); }
+};
+using Survey = std::unique_ptr<tavo_survey, FreeSurvey>;
+// The same for a survey that is kept in memory; null unless the analysis is complete.
+Survey readSurvey(const InputText& text, Analysis* analysis);
 
-// Prints "FILE:LINE: error E2500: syntax error: 'ABC'" for each finding, with the line of the file
-// under it, and the notes on the file behind them.
-void printFindings(std::FILE* stream, InputText& text, const Analysis& analysis, bool colour);
+// Prints "FILE:LINE:COLUMN: error E2500: syntax error: 'ABC'" for each finding, under it the line
+// of the file with the text marked, and the notes on the file behind them.
+void printFindings(std::FILE* stream, const InputText& text, const Analysis& analysis, bool colour);
 // The notes alone, on standard error.
 void complainOfNotes(const InputText& text, const Analysis& analysis);
+
+// {"code", "kind", "line", "column", "length", "message", "text", "source"}, without members that
+// have no value.
+Json findingJson(const Found& found);
 
 }  // namespace tavo::tool

@@ -1,13 +1,11 @@
 // tavo format: writes a text anew from its records, and proves that nothing was lost on the way.
 #include <cstdio>
-#include <new>
+#include <memory>
 
 #include "compare_records.h"
 #include "console.h"
 #include "files.h"
 #include "findings.h"
-#include "memory_records.h"
-#include "schema/enums.h"
 #include "text.h"
 #include "verbs.h"
 
@@ -16,56 +14,41 @@ namespace tavo::tool {
 namespace {
 
 // Records do not carry the size of an operation, so its line cannot be written whole.
-uint64_t operationsWithSize(const MemoryRecords& records) {
+uint64_t operationsWithSize(const tavo_survey* survey) {
+  const tavo_records* const records = tavo_survey_records(survey, TVO_RECORD_OPERATIONS);
+  const auto* const operations = static_cast<const OperationRecord*>(records->bytes);
   uint64_t count = 0;
-  for (size_t i = 0; i < records.size(); ++i) {
-    if (records.type(i) != TVO_RECORD_OPERATIONS) continue;
-    const auto* const record = static_cast<const OperationRecord*>(records.record(i));
-    const schema::Operation* const operation = schema::operation(record->Operation);
-    if (operation != nullptr && operation->hasParameter) ++count;
+  const tavo_schema_operation* operation = nullptr;
+  for (size_t n = 0; (operation = tavo_schema_operation_at(n)) != nullptr; ++n) {
+    if (operation->has_size == 0) continue;
+    for (size_t i = 0; i < records->count; ++i) {
+      if (operations[i].Operation == operation->number) ++count;
+    }
   }
   return count;
 }
 
-bool collect(InputText& text, MemoryRecords* records, Analysis* analysis) {
-  bool full = false;
-  auto keep = [&](RecordType type, const void* record) -> uint32_t {
-    try {
-      records->append(type, record);
-      return TVO_OK;
-    } catch (const std::bad_alloc&) {
-      full = true;
-      return TVO_ERR_ABORTED;
-    }
-  };
-  api::Library library;
-  *analysis = analyse(library, text, sinkOf(keep));
-  if (full) complain("'" + text.name() + "' does not fit into memory");
-  if (full) return false;
-  if (analysis->readable() && analysis->status != TVO_ERR_WRITE) return true;
-  complain("reading '" + text.name() + "' failed");
-  return false;
-}
-
 // Whether something would be lost, with what and why.
-bool complainOfLosses(InputText& text, const Analysis& analysis, const MemoryRecords& records) {
+bool complainOfLosses(const InputText& text, const Analysis& analysis, const tavo_survey* survey) {
   bool losses = false;
-  if (analysis.findings.errors() + analysis.findings.warnings() > 0) {
+  const uint64_t changed = analysis.counts.wrapped_integers;
+  const bool findings = analysis.counts.errors + analysis.counts.warnings > 0;
+  if (findings || changed > 0) {
     printFindings(stderr, text, analysis, false);
-    complain(text.name() + ": " + analysis.summary() +
-             "; what the findings are about would be lost");
     losses = true;
   } else {
     complainOfNotes(text, analysis);
   }
-  if (const size_t changed = analysis.findings.changedNumbers(); changed > 0) {
-    if (!losses) printFindings(stderr, text, analysis, false);
+  if (findings) {
+    complain(text.name() + ": " + analysis.summary() +
+             "; what the findings are about would be lost");
+  }
+  if (changed > 0) {
     complain(text.name() + ": " + counted(changed, "number") +
              (changed == 1 ? " does not fit its field and would be written as another one"
                            : " do not fit their fields and would be written as other ones"));
-    losses = true;
   }
-  if (const uint64_t sizes = operationsWithSize(records); sizes > 0) {
+  if (const uint64_t sizes = operationsWithSize(survey); sizes > 0) {
     complain(text.name() + ": the size of " + counted(sizes, "operation") +
              " (CIRCLE_RADIUS, RECTANGLE) would be lost, since records do not carry it");
     losses = true;
@@ -78,39 +61,52 @@ void noteSilentLosses(const std::string& path, const Analysis& analysis) {
   if (const uint64_t comments = analysis.counts.comments; comments > 0) {
     complain(path + ": " + counted(comments, "comment") + " left out");
   }
-  const FindingList& findings = analysis.findings;
-  if (const size_t count = findings.shortenedReals(); count > 0) {
-    const Found& first = findings.firstShortened();
-    complain(path + ": " + counted(count, "real number") +
-             " with more digits than are kept, the first on line " + std::to_string(first.line) +
-             ": " + printable(first.text, 40));
+  if (analysis.counts.rounded_reals == 0) return;
+  const auto first =
+      std::ranges::find(analysis.findings, uint32_t{TAVO_NOTE_ROUNDED}, &Found::number);
+  std::string note = path + ": " + counted(analysis.counts.rounded_reals, "real number") +
+                     " with more digits than are kept";
+  if (first != analysis.findings.end()) {
+    note +=
+        ", the first on line " + std::to_string(first->line) + ": " + printable(first->text, 40);
   }
+  complain(note);
 }
 
 // Reads the written text again and holds its records against the original ones.
-bool proveWritten(const std::string& written, const MemoryRecords& records) {
+bool proveWritten(const std::string& written, const tavo_survey* survey) {
   InputText text;
   text.take("(formatted text)", written);
-  RecordComparison comparison(records);
-  auto take = [&](RecordType type, const void* record) -> uint32_t {
-    comparison.take(type, record);
-    return TVO_OK;
-  };
-  api::Library library;
-  const Analysis analysis = analyse(library, text, sinkOf(take));
-  comparison.finish();
-  if (analysis.status != TVO_OK || analysis.findings.warnings() > 0 ||
-      !comparison.difference().empty()) {
+  Analysis analysis;
+  const Survey again = readSurvey(text, &analysis);
+  Comparison comparison;
+  if (again != nullptr) comparison = compareSurveys(survey, again.get());
+  const bool clean = analysis.status == TAVO_OK && analysis.counts.warnings == 0;
+  if (!clean || !comparison.difference.empty()) {
     printFindings(stderr, text, analysis, false);
     complain("the formatted text does not give back the same records (" +
-             (comparison.difference().empty() ? analysis.summary() : comparison.difference()) +
+             (comparison.difference.empty() ? analysis.summary() : comparison.difference) +
              "); nothing was written");
     return false;
   }
-  for (const auto& [name, count] : comparison.rounded()) {
+  for (const auto& [name, count] : comparison.rounded) {
     complain(counted(count, "value") + " of " + name + " written with other digits");
   }
   return true;
+}
+
+bool buildText(const tavo_survey* survey, const tavo_build_options& options, std::string* text) {
+  tavo_target target = TAVO_TARGET_INIT;
+  target.user = text;
+  target.write = [](const void* bytes, size_t size, void* user) {
+    try {
+      static_cast<std::string*>(user)->append(static_cast<const char*>(bytes), size);
+    } catch (const std::bad_alloc&) {
+      return 1;
+    }
+    return interrupted() ? 1 : 0;
+  };
+  return tavo_survey_build(survey, &target, &options) == TAVO_OK;
 }
 
 }  // namespace
@@ -126,25 +122,29 @@ int format(const BuildOptions& options) {
     complain(problem);
     return kFailed;
   }
-  MemoryRecords records;
   Analysis analysis;
-  if (!collect(text, &records, &analysis)) return kFailed;
-  const bool losses = complainOfLosses(text, analysis, records);
+  const Survey survey = readSurvey(text, &analysis);
+  if (survey == nullptr) {
+    complain("reading '" + text.name() + "' failed: " + tavo_status_text(analysis.status));
+    return kFailed;
+  }
+  const bool losses = complainOfLosses(text, analysis, survey.get());
   if (losses && !options.force) {
     complain("nothing was written; correct the text, or use --force to write the rest");
     return kFindings;
   }
-  records.prepareForWriting();
-  platform::MemoryOutput written;
-  MemorySource source(records);
-  if (writers::writeText(written, source, options.settings) != TVO_OK) {
+  std::string written;
+  if (!buildText(survey.get(), options.layout, &written)) {
     complain("formatting '" + text.name() + "' failed");
     return kFailed;
   }
-  if (!losses && !proveWritten(written.text, records)) return kFailed;
-  OutputFile output;
-  if (!output.open(options.output)) return kFailed;
-  if (!output.write(written.text.data(), written.text.size()) || !output.close()) {
+  if (!losses && !proveWritten(written, survey.get())) return kFailed;
+  Output output;
+  if (problem = output.open(options.output); !problem.empty()) {
+    complain(problem);
+    return kFailed;
+  }
+  if (!output.write(written.data(), written.size())) {
     complain("writing '" + options.output + "' failed");
     return kFailed;
   }

@@ -2,11 +2,12 @@
 #include "input_text.h"
 
 #include <algorithm>
-#include <array>
+#include <cstdio>
+#include <memory>
 #include <string_view>
 
 #include "files.h"
-#include "store/data_file.h"
+#include "sha256.h"
 
 namespace tavo::tool {
 
@@ -58,38 +59,47 @@ bool isBinary(std::string_view head) {
 }  // namespace
 
 std::string InputText::open(const std::string& path) {
-  platform::InputFile file;
   const bool stream = isStream(path);
   name_ = stream ? "(standard input)" : path;
-  if (stream) {
-    file.openStandard();
-  } else if (const auto opened = file.open(path.c_str()); opened != platform::OpenResult::kDone) {
-    return "cannot read " + openProblem(path, opened);
-  }
-  const platform::FileInfo info = stream ? platform::FileInfo{} : platform::fileInfo(path.c_str());
-  if (info.kind != FileKind::kRegular) {
-    memory_ = readAll(file);
-    size_ = memory_.size();
-  } else {
+  memory_.clear();
+  if (stream) return readStream();
+  const ReadFile file(path);
+  if (!file.isOpen()) return "cannot read " + file.problem();
+  uint64_t size = 0;
+  const bool regular = tavo_path_kind(path.c_str(), &size) == TAVO_PATH_FILE;
+  memory_.resize(kHead);
+  int64_t read = file.read(memory_.data(), memory_.size());
+  if (regular) {
     path_ = path;
-    memory_.resize(kHead);
-    memory_.resize(file.read(memory_.data(), kHead));
-    size_ = info.size;
+    size_ = size;
   }
-  if (file.failed()) return "reading '" + name_ + "' failed";
-  if (!store::hasDataFileSignature(memory_.data(), memory_.size())) return {};
-  return "'" + name_ + "' is a data file, not a text (see 'tavo dump' and 'tavo build')";
+  memory_.resize(static_cast<size_t>(std::max<int64_t>(read, 0)));
+  // A pipe is read once, so all of it is kept.
+  while (!regular && read > 0) {
+    const size_t used = memory_.size();
+    memory_.resize(used + kHead);
+    read = file.read(memory_.data() + used, kHead);
+    memory_.resize(used + static_cast<size_t>(std::max<int64_t>(read, 0)));
+  }
+  if (!regular) size_ = memory_.size();
+  return read < 0 ? "reading '" + name_ + "' failed" : contentProblem();
 }
 
-std::string InputText::readAll(platform::InputFile& file) {
-  std::string text;
-  size_t used = 0;
+std::string InputText::readStream() {
+  size_t read = 0;
   do {
-    text.resize(std::max(2 * used, 4 * kHead));
-    used += file.read(text.data() + used, text.size() - used);
-  } while (used == text.size());
-  text.resize(used);
-  return text;
+    const size_t used = memory_.size();
+    memory_.resize(used + kHead);
+    read = std::fread(memory_.data() + used, 1, kHead, stdin);
+    memory_.resize(used + read);
+  } while (read == kHead);
+  size_ = memory_.size();
+  return std::ferror(stdin) != 0 ? "reading '" + name_ + "' failed" : contentProblem();
+}
+
+std::string InputText::contentProblem() const {
+  if (tavo_is_data_file(memory_.data(), memory_.size()) == 0) return {};
+  return "'" + name_ + "' is a data file, not a text (see 'tavo dump' and 'tavo build')";
 }
 
 void InputText::take(const std::string& name, std::string text) {
@@ -99,9 +109,16 @@ void InputText::take(const std::string& name, std::string text) {
   size_ = memory_.size();
 }
 
-platform::TextInput* InputText::rewind() {
-  if (path_.empty()) return &memoryInput_.emplace(memory_);
-  return file_.open(path_.c_str()) == platform::OpenResult::kDone ? &file_ : nullptr;
+tavo_input InputText::input() const {
+  tavo_input input = TAVO_INPUT_INIT;
+  input.name = name_.c_str();
+  if (path_.empty()) {
+    input.bytes = memory_.data();
+    input.size = memory_.size();
+  } else {
+    input.path = path_.c_str();
+  }
+  return input;
 }
 
 std::vector<std::string> InputText::oddities() const {
@@ -117,24 +134,48 @@ std::vector<std::string> InputText::oddities() const {
   return {};
 }
 
-std::optional<std::string> InputText::emptiness() {
+template <class Function>
+bool InputText::eachBlock(Function function) const {
+  if (path_.empty()) {
+    function(std::string_view(memory_));
+    return true;
+  }
+  const ReadFile file(path_);
+  std::string block(kHead, '\0');
+  int64_t read = file.isOpen() ? 1 : -1;
+  while (read > 0) {
+    read = file.read(block.data(), block.size());
+    if (read > 0 && !function(std::string_view(block).substr(0, static_cast<size_t>(read)))) {
+      return true;
+    }
+  }
+  return read == 0;
+}
+
+std::optional<std::string> InputText::emptiness() const {
   if (size_ == 0) return "the file is empty";
-  platform::TextInput* const input = rewind();
-  if (input == nullptr) return {};
-  std::array<char, 4096> block;
   bool comment = false;
-  size_t n;
-  do {
-    n = input->read(block.data(), block.size());
-    for (const char c : std::string_view(block.data(), n)) {
-      if (c == '\x1A') n = 0;
-      if (n == 0) break;
+  bool empty = true;
+  const bool read = eachBlock([&](std::string_view block) {
+    for (const char c : block) {
+      if (c == '\x1A') return false;
       if (c == '\n') comment = false;
       if (c == ';') comment = true;
-      if (!comment && static_cast<unsigned char>(c) > ' ') return {};
+      if (!comment && static_cast<unsigned char>(c) > ' ') empty = false;
     }
-  } while (n == block.size());
+    return empty;
+  });
+  if (!read || !empty) return {};
   return "there is nothing in it but comments and blank lines";
+}
+
+std::string InputText::hash() const {
+  Sha256 hash;
+  const bool read = eachBlock([&hash](std::string_view block) {
+    hash.add(block);
+    return true;
+  });
+  return read ? hash.digits() : std::string();
 }
 
 }  // namespace tavo::tool

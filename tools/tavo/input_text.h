@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/text_file.h"
+#include "tavo/survey.h"
 
 namespace tavo::tool {
 
@@ -21,25 +21,27 @@ class InputText {
   const std::string& name() const { return name_; }
   // Bytes of it.
   uint64_t size() const { return size_; }
-  // The text from its beginning; null when the file cannot be opened any more.
-  platform::TextInput* rewind();
-  // Lets go of the file.
-  void close() { file_.close(); }
+  // The text for an analysis; valid while this object is.
+  tavo_input input() const;
 
   // What the file is instead of a plain text, one sentence each.
   std::vector<std::string> oddities() const;
   // The sentence that there is no line of data, where that is so.
-  std::optional<std::string> emptiness();
+  std::optional<std::string> emptiness() const;
+  // SHA-256 of its bytes, or an empty text when they cannot be read any more.
+  std::string hash() const;
 
  private:
-  std::string readAll(platform::InputFile& file);
+  std::string readStream();
+  std::string contentProblem() const;
+  // Hands the text over in blocks, until one is refused; false when reading fails.
+  template <class Function>
+  bool eachBlock(Function function) const;
 
   std::string name_;
   std::string path_;    // empty when the text is in memory
   std::string memory_;  // the text, or the beginning of the file
   uint64_t size_ = 0;
-  platform::InputFile file_;
-  std::optional<platform::MemoryInput> memoryInput_;
 };
 
 }  // namespace tavo::tool

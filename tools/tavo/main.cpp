@@ -39,8 +39,9 @@ void addCheck(CLI::App& app, Action* action) {
   const auto failOn = std::make_shared<std::vector<std::string>>();
   CLI::App* const verb = addVerb(
       app, "check", "Check texts and show what is wrong with them",
-      "Prints each finding as FILE:LINE: error E2500: syntax error: 'ABC', the line of the\n"
-      "file under it, and how many lines and records were read.\n"
+      "Prints each finding as FILE:LINE:COLUMN: error E2500: syntax error: 'ABC', the line\n"
+      "of the file under it with the text marked, and how many lines and records were read.\n"
+      "Several files are checked side by side and shown in their order.\n"
       "A number that does not fit its field, and so is read as another one, gets a note.\n"
       "Exit status: 0 no errors (warnings do not count), 1 errors, or what --fail-on names,\n"
       "2 a file cannot be read.\n\n"
@@ -63,6 +64,9 @@ void addCheck(CLI::App& app, Action* action) {
       ->allow_extra_args(false)
       ->check(CLI::IsMember({"warning", "empty"}).description(""))
       ->type_name("warning|empty");
+  verb->add_option("-j,--jobs", options->jobs, "Files checked at once (default: one per core)")
+      ->check(CLI::Range(1, 1024).description(""))
+      ->type_name("N");
   verb->add_flag("-q,--quiet", options->quiet, "Print nothing, the exit status tells");
   verb->callback([=] {
     options->json = *format == "json";
@@ -78,15 +82,24 @@ void addDump(CLI::App& app, Action* action) {
   CLI::App* const verb = addVerb(
       app, "dump", "Print every record as one JSON line",
       "FILE is a text, whose records come in the order of their delivery, or a data file,\n"
-      "whose records come in stored order. Angles converted by the units of the HEADER are\n"
-      "in radians and such lengths in metres, as the library delivers them.\n"
+      "whose records come in stored order. The first line names the units of lengths and\n"
+      "angles, and so does a further one when a HEADER changes them. Offsets of the HEADER\n"
+      "are not added to coordinates.\n"
       "Exit status: 0 all records, 1 errors in the text, a data file that is damaged or keeps\n"
       "records that it cannot give back, 2 a file cannot be read.\n\n"
       "Example: tavo dump survey.tvo | grep '\"name\":\"POINTS\"'");
   verb->add_option("FILE", options->file, "Text or data file")->required()->type_name("");
+  const auto units = std::make_shared<std::string>("file");
+  verb->add_option("--units", *units, "the file's own units, or si: metres and radians")
+      ->check(CLI::IsMember({"file", "si"}).description(""))
+      ->type_name("file|si")
+      ->capture_default_str();
   verb->add_flag("--all", options->allFields, "Show fields that the file does not declare, too");
   verb->add_flag("--force", options->force, "Print what can be read of a damaged data file");
-  verb->callback([=] { *action = [=] { return dump(*options); }; });
+  verb->callback([=] {
+    options->si = *units == "si";
+    *action = [=] { return dump(*options); };
+  });
 }
 
 void addImport(CLI::App& app, Action* action) {
@@ -107,16 +120,27 @@ void addImport(CLI::App& app, Action* action) {
   verb->callback([=] { *action = [=] { return import(*options); }; });
 }
 
+// One line of JSON, or several, instead of text for people.
+void addForm(CLI::App* verb, bool* json) {
+  verb->add_option_function<std::string>(
+          "--format", [json](const std::string& form) { *json = form == "json"; },
+          "text for people, or json")
+      ->check(CLI::IsMember({"text", "json"}).description(""))
+      ->type_name("FORM")
+      ->default_str("text");
+}
+
 void addVerify(CLI::App& app, Action* action) {
-  const auto file = std::make_shared<std::string>();
+  const auto options = std::make_shared<VerifyOptions>();
   CLI::App* const verb =
       addVerb(app, "verify", "Check the inner order of a data file",
               "Says what is wrong and where, and prints the height of the tree, its pages, how\n"
               "far they are filled, and the records by type.\n"
               "Exit status: 0 sound, 1 findings, 2 not a data file or unreadable.\n\n"
               "Example: tavo verify survey.dat");
-  verb->add_option("DATAFILE", *file, "Data file")->required()->type_name("");
-  verb->callback([=] { *action = [=] { return verify(*file); }; });
+  verb->add_option("DATAFILE", options->dataFile, "Data file")->required()->type_name("");
+  addForm(verb, &options->json);
+  verb->callback([=] { *action = [=] { return verify(*options); }; });
 }
 
 // The two verbs that write texts. A file of that name is replaced when the new one is complete.
@@ -125,7 +149,7 @@ void addLayout(CLI::App* verb, const std::shared_ptr<BuildOptions>& options) {
   addOverwrite(verb, &options->overwrite);
   verb->add_option_function<std::string>(
           "--columns",
-          [options](const std::string& value) { options->settings.alignColumns = value == "on"; },
+          [options](const std::string& value) { options->layout.align = value == "on" ? 1 : 0; },
           "Align the columns of data lines")
       ->check(CLI::IsMember({"on", "off"}).description(""))
       ->type_name("on|off")
@@ -133,9 +157,9 @@ void addLayout(CLI::App* verb, const std::shared_ptr<BuildOptions>& options) {
   verb->add_option_function<std::vector<int>>(
           "--decimals",
           [options](const std::vector<int>& value) {
-            options->settings.decimals = {static_cast<uint8_t>(value[0]),
-                                          static_cast<uint8_t>(value[1]),
-                                          static_cast<uint8_t>(value[2])};
+            options->layout.angular_decimals = static_cast<uint8_t>(value[0]);
+            options->layout.linear_decimals = static_cast<uint8_t>(value[1]);
+            options->layout.geographic_decimals = static_cast<uint8_t>(value[2]);
           },
           "Decimals: angles, lengths, geographic coordinates")
       ->delimiter(',')
@@ -180,13 +204,15 @@ void addFormat(CLI::App& app, Action* action) {
 }
 
 void addTimeline(CLI::App& app, Action* action) {
-  const auto file = std::make_shared<std::string>();
+  const auto options = std::make_shared<TimelineOptions>();
   CLI::App* const verb =
       addVerb(app, "timeline", "Print a text's time-stamped records in time order",
-              "One line each: kind (point, slope, code), time, number, ID or code, main values.\n\n"
+              "One line each: kind (point, setup, slope, code), time, number, ID or code, main\n"
+              "values.\n\n"
               "Example: tavo timeline survey.tvo");
-  verb->add_option("FILE", *file, "Text")->required()->type_name("");
-  verb->callback([=] { *action = [=] { return timeline(*file); }; });
+  verb->add_option("FILE", options->file, "Text")->required()->type_name("");
+  addForm(verb, &options->json);
+  verb->callback([=] { *action = [=] { return timeline(*options); }; });
 }
 
 // How many letters must be put in, left out, exchanged or swapped to make one word of the other.
@@ -266,7 +292,11 @@ int run(int argc, char** argv) {
 int main(int argc, char** argv) {
   tavo::tool::prepareConsole();
   try {
-    const int status = tavo::tool::run(argc, argv);
+    std::vector<std::string> words = tavo::tool::arguments(argc, argv);
+    std::vector<char*> pointers;
+    for (std::string& word : words) pointers.push_back(word.data());
+    pointers.push_back(nullptr);
+    const int status = tavo::tool::run(static_cast<int>(words.size()), pointers.data());
     tavo::tool::endIfInterrupted();
     return status;
   } catch (const std::exception& error) {

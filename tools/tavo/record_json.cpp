@@ -2,35 +2,19 @@
 #include "record_json.h"
 
 #include <algorithm>
-#include <charconv>
+#include <chrono>
+#include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <string_view>
 
-#include "schema/catalogue.h"
-#include "schema/enums.h"
 #include "text.h"
 
 namespace tavo::tool {
 
 namespace {
-
-using schema::DataType;
-using schema::FieldDef;
-
-// Members that no column names.
-struct Nameless {
-  RecordType type;
-  size_t offset;
-  const char* name;
-};
-constexpr Nameless kNameless[] = {
-    {TVO_RECORD_UNITS, offsetof(UnitsRecord, angularFactor), "angularFactor"},
-    {TVO_RECORD_UNITS, offsetof(UnitsRecord, linearFactor), "linearFactor"},
-    {TVO_RECORD_UNITS, offsetof(UnitsRecord, geographicFactor), "geographicFactor"},
-    {TVO_RECORD_SETUP, offsetof(SetupRecord, Date), "Date"},
-};
 
 template <class T>
 T load(const char* bytes) {
@@ -49,10 +33,18 @@ std::string textOf(const char* bytes, size_t room) {
 // The double with the shortest decimal form that still names the float, so that 1.31 shows as such.
 double shortest(float value) {
   char digits[32];
-  const auto end = std::to_chars(digits, digits + sizeof digits, value).ptr;
-  double result = 0;
-  std::from_chars(digits, end, result);
-  return result;
+  for (int count = 6; count <= 9; ++count) {
+    std::snprintf(digits, sizeof digits, "%.*g", count, double{value});
+    if (std::strtof(digits, nullptr) == value) break;
+  }
+  return std::strtod(digits, nullptr);
+}
+
+// Converting to a unit and back costs the last digits of a double.
+double withoutNoise(double value) {
+  char digits[40];
+  std::snprintf(digits, sizeof digits, "%.14g", value);
+  return std::strtod(digits, nullptr);
 }
 
 std::string bits(unsigned value, unsigned width) {
@@ -61,12 +53,11 @@ std::string bits(unsigned value, unsigned width) {
   return digits;
 }
 
-Json enumJson(const FieldDef& field, EnumId value) {
+Json enumJson(const tavo_schema_field& field, EnumId value) {
   // 0 is the name of an angular unit, and elsewhere what an absent value leaves behind.
   const bool angular = field.id == TVO_FIELD_ANGULAR || field.id == TVO_FIELD_GEOCRD;
   if (value == 0 && !angular) return nullptr;
-  std::string_view name;
-  return schema::EnumName(value, &name) == schema::kFound ? Json(name) : Json(value);
+  return tavo_schema_value_name(value);
 }
 
 // A value that may be of several kinds has the JSON type of its kind.
@@ -85,42 +76,10 @@ Json kindJson(const Value& value) {
   }
 }
 
-Json valueJson(const FieldDef& field, const char* at) {
-  switch (field.type) {
-    case DataType::kChar:
-      return textOf(at, 1);
-    case DataType::kUint8:
-      return load<uint8_t>(at);
-    case DataType::kUint16:
-      return load<uint16_t>(at);
-    case DataType::kInt16:
-      return load<int16_t>(at);
-    case DataType::kUint32:
-      return load<uint32_t>(at);
-    case DataType::kFloat:
-      return shortest(load<float>(at));
-    case DataType::kDouble:
-      return load<double>(at);
-    case DataType::kBits:
-      return bits(field.width == 8 ? load<uint8_t>(at) : load<uint16_t>(at), field.width);
-    case DataType::kDateTime:
-      return dateJson(load<DateTime>(at));
-    case DataType::kText:
-      return textOf(at, field.width);
-    case DataType::kDefault:
-      return kindJson(load<DefaultValue>(at));
-    case DataType::kEnum:
-      return enumJson(field, load<EnumId>(at));
-    case DataType::kFree:
-      return kindJson(load<FreeValue>(at));
-  }
-  return nullptr;
-}
-
 Json timeTaggedJson(const TimeTaggedRecord& record) {
   Json fields;
   fields["Code"] = textOf(record.Code, sizeof record.Code);
-  fields["TimeTag"] = dateJson(record.TimeTag);
+  if (Json tag = dateJson(record.TimeTag); !tag.is_null()) fields["TimeTag"] = std::move(tag);
   fields["Number"] = uint16_t{record.Number};
   Json values = Json::array();
   const char* entry = reinterpret_cast<const char*>(record.entries);
@@ -147,115 +106,146 @@ Json operationPointsJson(const OperationPointsRecord& record) {
   return points;
 }
 
-bool isColumns(RecordType type) { return schema::blockOfColumns(type) != nullptr; }
-
-const schema::BlockDef* blockOf(RecordType type) {
-  return schema::blockOfColumns(isColumns(type) ? type : schema::columnsOf(type));
+const char* operationName(uint32_t number) {
+  const tavo_schema_operation* operation = nullptr;
+  for (size_t i = 0; (operation = tavo_schema_operation_at(i)) != nullptr; ++i) {
+    if (operation->number == number) return operation->name;
+  }
+  return "UNKNOWN";
 }
 
-void appendPath(uint32_t keyword, std::string* path) {
-  if (keyword == schema::kUnknownSection) return;
-  appendPath(schema::parentOf(keyword), path);
-  *path += schema::keywordName(keyword);
-  *path += '/';
+bool isColumns(uint32_t type) {
+  const tavo_schema_block* const block = tavo_schema_block_of(type);
+  return block != nullptr && block->columns_type == type;
 }
 
 // "DATABASE/POINTS/THEMINFO"
-std::string blockPath(RecordType type) {
-  const schema::BlockDef* const block = blockOf(type);
+std::string blockPath(uint32_t type) {
   std::string path;
-  if (block == nullptr) return path;
-  appendPath(block->parent, &path);
-  return path += schema::keywordName(block->keyword);
-}
-
-// The number of the object that a block of this record type says more about, where its table offers
-// several for one member.
-FieldId ownerField(RecordType type) {
-  const schema::BlockDef* const block = blockOf(type);
-  switch (block == nullptr ? uint32_t{schema::kUnknownSection} : block->parent) {
-    case schema::kLines:
-      return TVO_FIELD_LineNo;
-    case schema::kPolygons:
-      return TVO_FIELD_PolygonNo;
-    default:
-      return TVO_FIELD_PointNo;
+  const tavo_schema_block* block = tavo_schema_block_of(type);
+  for (; block != nullptr; block = tavo_schema_block_named(block->parent)) {
+    path = block->keyword + (path.empty() ? "" : "/" + path);
   }
+  return path;
 }
 
-std::string fieldName(RecordType type, const FieldDef& field) {
-  if (field.name[0] != '\0') return field.name;
-  for (const Nameless& member : kNameless) {
-    if (member.type == type && member.offset == field.offset) return member.name;
-  }
-  return {};
-}
-
-bool isZero(const FieldDef& field, const char* at) {
-  const size_t size = schema::storedSize(field.type, field.width);
-  return std::all_of(at, at + size, [](char c) { return c == '\0'; });
+bool isZero(const tavo_schema_field& field, const char* at) {
+  return std::all_of(at, at + field.size, [](char c) { return c == '\0'; });
 }
 
 }  // namespace
 
-std::string oneLine(const Json& value) {
-  std::string line = value.dump();
-  const auto isHigh = [&](size_t at) {
-    return line[at] == '\x7F' || static_cast<unsigned char>(line[at + 1]) < 0xA0;
-  };
-  for (size_t at = 0; (at = line.find_first_of("\x7F\xC2", at)) != line.npos; ++at) {
-    if (!isHigh(at)) continue;
-    const size_t length = line[at] == '\x7F' ? 1 : 2;
-    const auto code = static_cast<unsigned char>(line[at + length - 1]);
-    constexpr char kDigits[] = "0123456789abcdef";
-    line.replace(at, length, {'\\', 'u', '0', '0', kDigits[code >> 4], kDigits[code & 15]});
-  }
-  return line;
-}
-
-std::string recordName(RecordType type) {
-  const schema::BlockDef* const block = blockOf(type);
+std::string recordName(uint32_t type) {
+  const tavo_schema_block* const block = tavo_schema_block_of(type);
   if (block == nullptr) return "UNKNOWN";
-  std::string name(schema::keywordName(block->keyword));
-  if (isColumns(type)) return name + " columns";
-  return type == TVO_RECORD_OPERATION_POINTS ? name + " points" : name;
+  const std::string name = block->keyword;
+  if (block->columns_type == type) return name + " columns";
+  return block->data_type == type ? name : name + " points";
 }
 
 Json dateJson(const DateTime& date) {
   constexpr DateTime kNone{};
   if (std::memcmp(&date, &kNone, sizeof date) == 0) return nullptr;
+  using namespace std::chrono;
+  const auto part = [](int16_t value) { return static_cast<unsigned>(value); };
+  const bool possible = (year{date.year} / month{part(date.month)} / day{part(date.day)}).ok() &&
+                        date.year >= 0 && date.hour >= 0 && date.hour < 24 && date.minute >= 0 &&
+                        date.minute < 60 && date.second >= 0 && date.second < 60 &&
+                        date.hundredths >= 0 && date.hundredths < 100;
   char text[64];
-  std::snprintf(text, sizeof text, "%04d-%02d-%02dT%02d:%02d:%02d.%02d", date.year, date.month,
-                date.day, date.hour, date.minute, date.second, date.hundredths);
+  // What no calendar has keeps the form of the format, which nobody takes for a date.
+  std::snprintf(
+      text, sizeof text,
+      possible ? "%04d-%02d-%02dT%02d:%02d:%02d.%02d" : "%04d-%02d-%02d/%02d:%02d:%02d.%02d",
+      date.year, date.month, date.day, date.hour, date.minute, date.second, date.hundredths);
   return text;
 }
 
-Json RecordPrinter::print(RecordType type, const void* record) {
+Json unitsJson(const tavo_units& units) {
+  Json json;
+  const auto add = [&](const char* name, EnumId unit, double factor) {
+    json[name] = tavo_schema_value_name(unit);
+    const bool user =
+        unit == TVO_ENUM_USER || unit == TVO_ENUM_USER_LINEAR || unit == TVO_ENUM_USER_GEOGRAPHIC;
+    if (user) json[std::string(name) + "Factor"] = factor;
+  };
+  add("angular", units.angular, units.angular_factor);
+  add("linear", units.linear, units.linear_factor);
+  add("geographic", units.geographic, units.geographic_factor);
+  add("temperature", units.temperature, 1);
+  add("pressure", units.pressure, 1);
+  add("date", units.date_order, 1);
+  return json;
+}
+
+double RecordPrinter::inUnits(const tavo_schema_field& field, double value) const {
+  const bool converted = field.converted != 0;
+  if (field.unit == TAVO_UNIT_NONE || converted == (values_ == Values::kSi)) return value;
+  return withoutNoise(converted ? tavo_to_file(&units_, field.unit, value)
+                                : tavo_to_si(&units_, field.unit, value));
+}
+
+Json RecordPrinter::value(const tavo_schema_field& field, const char* at) const {
+  switch (field.type) {
+    case TAVO_TYPE_CHAR:
+      return textOf(at, 1);
+    case TAVO_TYPE_UINT8:
+      return load<uint8_t>(at);
+    case TAVO_TYPE_UINT16:
+      return load<uint16_t>(at);
+    case TAVO_TYPE_INT16:
+      return load<int16_t>(at);
+    case TAVO_TYPE_UINT32:
+      return load<uint32_t>(at);
+    case TAVO_TYPE_FLOAT:
+      return inUnits(field, shortest(load<float>(at)));
+    case TAVO_TYPE_DOUBLE:
+      return inUnits(field, load<double>(at));
+    case TAVO_TYPE_BITS:
+      return bits(field.width == 8 ? load<uint8_t>(at) : load<uint16_t>(at), field.width);
+    case TAVO_TYPE_DATE_TIME:
+      return dateJson(load<DateTime>(at));
+    case TAVO_TYPE_TEXT:
+      return textOf(at, field.width);
+    case TAVO_TYPE_DEFAULT:
+      return kindJson(load<DefaultValue>(at));
+    case TAVO_TYPE_ENUM:
+      return enumJson(field, load<EnumId>(at));
+    case TAVO_TYPE_FREE:
+      return kindJson(load<FreeValue>(at));
+    default:
+      return nullptr;
+  }
+}
+
+Json RecordPrinter::print(uint32_t type, const void* record) {
   const char* const bytes = static_cast<const char*>(record);
   Json line{{"type", type}, {"name", recordName(type)}, {"block", blockPath(type)}};
   if (isColumns(type)) {
+    if (type == TVO_RECORD_UNITS_COLUMNS || type == TVO_RECORD_OFFSETS_COLUMNS) {
+      headerColumns_ = load<ColumnsRecord>(bytes);
+    }
     const std::string comment = textOf(bytes, TVO_COMMENT_SIZE);
     if (!comment.empty()) line["comment"] = comment;
     line["columns"] = columns(type, bytes);
   } else if (type == TVO_RECORD_TIME_TAGGED_CODES) {
     line["fields"] = timeTaggedJson(load<TimeTaggedRecord>(bytes));
   } else if (type == TVO_RECORD_OPERATIONS) {
-    std::string_view name;
-    schema::OperationName(load<OperationRecord>(bytes).Operation, &name);
-    line["fields"]["Operation"] = name;
+    line["fields"]["Operation"] = operationName(load<OperationRecord>(bytes).Operation);
   } else if (type == TVO_RECORD_OPERATION_POINTS) {
     line["points"] = operationPointsJson(load<OperationPointsRecord>(bytes));
   } else {
     line["fields"] = fields(type, bytes);
+    tavo_units_follow(&units_, &headerColumns_, type, bytes);
   }
   return line;
 }
 
 // Names of the declared columns, null for one that the format does not know.
-Json RecordPrinter::columns(RecordType type, const char* record) {
+Json RecordPrinter::columns(uint32_t type, const char* record) {
   const bool operations = type == TVO_RECORD_OPERATIONS_COLUMNS;
-  const FieldDef* const table =
-      schema::definitionTable(operations ? RecordType{TVO_RECORD_POINTS_COLUMNS} : type);
+  const tavo_schema_block* const block =
+      tavo_schema_block_of(operations ? uint32_t{TVO_RECORD_POINTS_COLUMNS} : type);
   std::vector<FieldId>& declared = declared_[type];
   known_[type] = true;
   if (order_ == Order::kText) declared.clear();
@@ -263,36 +253,31 @@ Json RecordPrinter::columns(RecordType type, const char* record) {
   for (size_t i = 0; i < TVO_COLUMNS_ROOM; ++i) {
     const auto id = load<FieldId>(record + offsetof(ColumnsRecord, fields) + i * sizeof(FieldId));
     if (id == TVO_FIELD_End) break;
-    const FieldDef* const field = table == nullptr || id == 0 ? nullptr : schema::findId(table, id);
-    names.push_back(field == nullptr ? Json(nullptr) : Json(field->name));
+    const char* const name = id == 0 ? nullptr : tavo_schema_column_name(block, id);
+    names.push_back(name == nullptr ? Json(nullptr) : Json(name));
     declared.push_back(id);
   }
   return names;
 }
 
-Json RecordPrinter::fields(RecordType type, const char* record) const {
+Json RecordPrinter::fields(uint32_t type, const char* record) const {
   Json result = Json::object();
-  const RecordType columnsType = schema::columnsOf(type);
-  const std::vector<FieldId>& declared = declared_[columnsType];
-  const bool all = allFields_ || !known_[columnsType];
-  const FieldDef* const table = schema::recordDef(type).fields;
-  if (table == nullptr) return result;
-  for (const FieldDef& field : schema::rows(table)) {
-    if (field.offset == schema::kNotKept) continue;
-    const char* const at = record + field.offset;
-    bool shown =
-        field.id != 0 && std::find(declared.begin(), declared.end(), field.id) != declared.end();
-    if (field.name[0] == '\0') {
-      shown = !isZero(field, at);
-    } else if (!shown && all) {
-      const bool oneOfSeveral =
-          std::any_of(std::begin(schema::rows(table)), std::end(schema::rows(table)),
-                      [&](const FieldDef& other) {
-                        return other.offset == field.offset && other.id != field.id;
-                      });
-      shown = !oneOfSeveral || field.id == ownerField(type);
-    }
-    if (shown) result[fieldName(type, field)] = valueJson(field, at);
+  const tavo_schema_block* const block = tavo_schema_block_of(type);
+  if (block == nullptr) return result;
+  const std::vector<FieldId>& declared = declared_[block->columns_type];
+  const bool all = allFields_ || !known_[block->columns_type];
+  const tavo_schema_field* field = nullptr;
+  for (size_t i = 0; (field = tavo_schema_field_at(block, i)) != nullptr; ++i) {
+    if (field->offset == UINT32_MAX) continue;
+    const char* const at = record + field->offset;
+    bool shown = std::find(declared.begin(), declared.end(), field->id) != declared.end();
+    // Members without a column are shown where they hold something, and names that share a member
+    // only under the one that fits the block.
+    if (field->hidden != 0) shown = !isZero(*field, at);
+    if (!shown && all && field->hidden == 0) shown = field->alias == 0;
+    if (!shown) continue;
+    Json json = value(*field, at);
+    if (!json.is_null()) result[field->name] = std::move(json);
   }
   return result;
 }

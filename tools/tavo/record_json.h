@@ -1,25 +1,23 @@
-// Records as JSON, with the names of the format's tables.
+// Records as JSON, with the names of the format's tables and every value in a stated unit.
 #pragma once
 
 #include <array>
-#include <nlohmann/json.hpp>
 #include <vector>
 
-#include "schema/catalogue.h"
+#include "json.h"
+#include "tavo/survey.h"
 
 namespace tavo::tool {
 
-using Json = nlohmann::ordered_json;
-
-// The value in one line. Control characters are written as escapes, those above 126, too, so that a
-// terminal never sees one.
-std::string oneLine(const Json& value);
-
 // "POINTS", "POINTS columns", "OPERATIONS points".
-std::string recordName(RecordType type);
+std::string recordName(uint32_t type);
 
-// "0100-02-03T04:05:06.70", or null for an empty date-time.
+// "2024-09-17T07:42:29.60"; a date that no calendar has as text, "2024-02-30/10:00:00.0"; null for
+// an empty one.
 Json dateJson(const DateTime& date);
+
+// {"angular": "GRADS", "linear": "METRE", ...}, factors and offsets where there are some.
+Json unitsJson(const tavo_units& units);
 
 class RecordPrinter {
  public:
@@ -27,23 +25,36 @@ class RecordPrinter {
     kText,      // a block's columns record stands directly before its data records
     kDataFile,  // all columns records of a type stand before all data records
   };
+  // The units of lengths and angles: those of the file, or metres and radians.
+  enum class Values { kFile, kSi };
 
   // With allFields fields that no columns record declared are shown, too.
-  RecordPrinter(Order order, bool allFields) : order_(order), allFields_(allFields) {}
+  RecordPrinter(Order order, Values values, bool allFields)
+      : order_(order), values_(values), allFields_(allFields), units_(*tavo_default_units()) {}
 
   // Shape: {"type", "name", "block"} and one of "columns" (with "comment" where there is one),
   // "fields" or "points". Records are given in the order of their delivery.
-  Json print(RecordType type, const void* record);
+  Json print(uint32_t type, const void* record);
+
+  // In force behind the records so far.
+  const tavo_units& units() const { return units_; }
 
  private:
-  Json columns(RecordType type, const char* record);
-  Json fields(RecordType type, const char* record) const;
+  static constexpr size_t kTypes = 256;
+
+  Json columns(uint32_t type, const char* record);
+  Json fields(uint32_t type, const char* record) const;
+  Json value(const tavo_schema_field& field, const char* at) const;
+  double inUnits(const tavo_schema_field& field, double value) const;
 
   Order order_;
+  Values values_;
   bool allFields_;
+  tavo_units units_;
+  ColumnsRecord headerColumns_{};  // the latest columns record of UNITS or OFFSETS
   // Per columns record type what it declared. A type that is not there shows all fields.
-  std::array<std::vector<FieldId>, schema::kRecordTypes> declared_;
-  std::array<bool, schema::kRecordTypes> known_{};
+  std::array<std::vector<FieldId>, kTypes> declared_;
+  std::array<bool, kTypes> known_{};
 };
 
 }  // namespace tavo::tool

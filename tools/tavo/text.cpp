@@ -80,6 +80,15 @@ size_t lengthOfWhole(std::string_view text) {
   return text.size();
 }
 
+size_t columnsOf(std::string_view text) {
+  size_t columns = 0;
+  while (!text.empty()) {
+    text.remove_prefix(std::max<size_t>(sequenceLength(text), 1));
+    ++columns;
+  }
+  return columns;
+}
+
 std::string counted(uint64_t count, std::string_view singular) {
   std::string result = std::to_string(count) + " " + std::string(singular);
   return count == 1 ? result : result + "s";

@@ -17,6 +17,9 @@ std::string printable(std::string_view text, size_t limit = std::string_view::np
 // Length of the text without the beginning of a UTF-8 sequence at its end, which a cut has left.
 size_t lengthOfWhole(std::string_view text);
 
+// Characters that printable() makes of the text.
+size_t columnsOf(std::string_view text);
+
 // "1 error", "2 errors".
 std::string counted(uint64_t count, std::string_view singular);
 

@@ -1,14 +1,12 @@
-// tavo timeline: prints the time-stamped records of a text in time order, as the object interface's
-// cursor delivers them.
+// tavo timeline: prints the time-stamped records of a text in the order of their time.
 #include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <numbers>
 
-#include "api/timeline.h"
 #include "console.h"
 #include "findings.h"
-#include "tavo/itavo.h"
+#include "record_json.h"
 #include "text.h"
 #include "verbs.h"
 
@@ -18,28 +16,26 @@ namespace {
 
 constexpr double kGonPerRadian = 200.0 / std::numbers::pi;
 
+// What a line says of a record, whatever its type.
+struct Entry {
+  const char* kind;
+  DateTime time;
+  uint32_t number;
+  std::string id;
+  std::string values;
+};
+
 template <size_t N>
 std::string textOf(const char (&text)[N]) {
-  return printable({text, strnlen(text, N)}, N);
+  return {text, strnlen(text, N)};
 }
 
-std::string timeOf(const DateTime& time) {
-  char text[64];
-  std::snprintf(text, sizeof text, "%04d-%02d-%02d %02d:%02d:%02d.%02d", time.year, time.month,
-                time.day, time.hour, time.minute, time.second, time.hundredths);
-  return text;
-}
-
-void printEntry(const char* kind, const DateTime& time, uint32_t number, const std::string& id,
-                const std::string& values) {
-  std::string line = kind;
-  line.resize(7, ' ');
-  line += timeOf(time);
-  char columns[64];
-  std::snprintf(columns, sizeof columns, "%10u  %-16s  ", number, id.c_str());
-  line += columns + values;
-  line.erase(line.find_last_not_of(' ') + 1);
-  std::printf("%s\n", line.c_str());
+template <class Record>
+Record load(const tavo_records& records, size_t index) {
+  Record record;
+  std::memcpy(&record, static_cast<const char*>(records.bytes) + index * records.size,
+              sizeof record);
+  return record;
 }
 
 std::string triple(const char* format, double a, double b, double c) {
@@ -49,29 +45,43 @@ std::string triple(const char* format, double a, double b, double c) {
   return text;
 }
 
-void printPoint(const PointRecord& point) {
-  std::string values;
-  if (point.East != 0 || point.North != 0 || point.Elevation != 0) {
-    values =
+// Presence decides which of its systems a point is shown in.
+Entry entryOf(const PointRecord& point, tavo_given given) {
+  const tavo_schema_block* const block = tavo_schema_block_of(TVO_RECORD_POINTS);
+  const auto has = [&](size_t offset) {
+    const tavo_schema_field* field = nullptr;
+    for (size_t i = 0; (field = tavo_schema_field_at(block, i)) != nullptr; ++i) {
+      if (field->offset == offset) return (given >> i & 1) != 0;
+    }
+    return false;
+  };
+  Entry entry{"point", point.Date, point.PointNo, textOf(point.PointID), {}};
+  if (has(offsetof(PointRecord, East)) || has(offsetof(PointRecord, North))) {
+    entry.values =
         triple("East %.4f  North %.4f  Elevation %.4f", point.East, point.North, point.Elevation);
-  } else if (point.Longitude != 0 || point.Latitude != 0) {
-    values = triple("Longitude %.10f  Latitude %.10f  EllHeight %.4f", point.Longitude,
-                    point.Latitude, point.EllHeight);
-  } else if (point.X != 0 || point.Y != 0 || point.Z != 0) {
-    values = triple("X %.4f  Y %.4f  Z %.4f", point.X, point.Y, point.Z);
+  } else if (has(offsetof(PointRecord, Longitude)) || has(offsetof(PointRecord, Latitude))) {
+    entry.values = triple("Longitude %.10f  Latitude %.10f  EllHeight %.4f", point.Longitude,
+                          point.Latitude, point.EllHeight);
+  } else if (has(offsetof(PointRecord, X)) || has(offsetof(PointRecord, Y))) {
+    entry.values = triple("X %.4f  Y %.4f  Z %.4f", point.X, point.Y, point.Z);
   }
-  const std::string code = textOf(point.Code);
-  if (!code.empty()) values += "  Code " + code;
-  printEntry("point", point.Date, point.PointNo, textOf(point.PointID), values);
+  if (const std::string code = textOf(point.Code); !code.empty()) entry.values += "  Code " + code;
+  return entry;
 }
 
-void printSlope(const SlopeRecord& slope) {
-  printEntry("slope", slope.Date, slope.TgtNo, textOf(slope.TgtID),
-             triple("Hz %.4f gon  Vz %.4f gon  SDist %.4f m", slope.Hz * kGonPerRadian,
-                    slope.Vz * kGonPerRadian, slope.SDist));
+Entry entryOf(const SlopeRecord& slope) {
+  return {"slope", slope.Date, slope.TgtNo, textOf(slope.TgtID),
+          triple("Hz %.4f gon  Vz %.4f gon  SDist %.4f m", slope.Hz * kGonPerRadian,
+                 slope.Vz * kGonPerRadian, slope.SDist)};
 }
 
-void printCode(const TimeTaggedRecord& code) {
+Entry entryOf(const SetupRecord& setup) {
+  char height[64];
+  std::snprintf(height, sizeof height, "INST_HT %.4f m", double{setup.INST_HT});
+  return {"setup", setup.Date, setup.STN_NO, textOf(setup.STN_ID), height};
+}
+
+Entry entryOf(const TimeTaggedRecord& code) {
   std::string values;
   for (size_t i = 0; i < code.EntryCount; ++i) {
     const TimeTaggedEntry& entry = code.entries[i];
@@ -87,78 +97,70 @@ void printCode(const TimeTaggedRecord& code) {
       values += std::to_string(entry.integer);
     }
   }
-  printEntry("code", code.TimeTag, code.Number, textOf(code.Code), values);
+  return {"code", code.TimeTag, code.Number, textOf(code.Code), values};
 }
 
-// Whether the object interface collects the record.
-bool isStamped(RecordType type, const void* record) {
-  switch (type) {
+Entry entryOf(const tavo_survey* survey, const tavo_moment& moment) {
+  const tavo_records& records = *tavo_survey_records(survey, moment.type);
+  switch (moment.type) {
     case TVO_RECORD_POINTS:
-      return static_cast<const PointRecord*>(record)->Date.year != 0;
+      return entryOf(load<PointRecord>(records, moment.index), records.given[moment.index]);
+    case TVO_RECORD_SETUP:
+      return entryOf(load<SetupRecord>(records, moment.index));
     case TVO_RECORD_SLOPE:
-      return static_cast<const SlopeRecord*>(record)->Date.year != 0;
-    case TVO_RECORD_TIME_TAGGED_CODES:
-      return static_cast<const TimeTaggedRecord*>(record)->TimeTag.year != 0;
+      return entryOf(load<SlopeRecord>(records, moment.index));
     default:
-      return false;
+      return entryOf(load<TimeTaggedRecord>(records, moment.index));
   }
 }
 
-// Prints what the cursor delivers and returns the number of entries.
-uint64_t walk(ITavo& timeline) {
-  uint64_t count = 0;
-  TimeCursor* const cursor = timeline.CreateCursor();
-  if (cursor == nullptr) return 0;
-  const void* record = nullptr;
-  for (cursor->First(); cursor->IsValid() != 0; cursor->Next(), ++count) {
-    switch (cursor->Get(&record)) {
-      case 1:
-        printPoint(*static_cast<const PointRecord*>(record));
-        break;
-      case 2:
-        // No item of a setup sets its date, so what has one is a slope.
-        printSlope(*static_cast<const SlopeRecord*>(record));
-        break;
-      default:
-        printCode(*static_cast<const TimeTaggedRecord*>(record));
-        break;
-    }
-  }
-  return count;
+void printForPerson(const Entry& entry) {
+  char columns[128];
+  std::snprintf(columns, sizeof columns, "%-6s %04d-%02d-%02d %02d:%02d:%02d.%02d%10u  %-16s  ",
+                entry.kind, entry.time.year, entry.time.month, entry.time.day, entry.time.hour,
+                entry.time.minute, entry.time.second, entry.time.hundredths, entry.number,
+                printable(entry.id).c_str());
+  std::string line = columns + printable(entry.values);
+  line.erase(line.find_last_not_of(' ') + 1);
+  std::printf("%s\n", line.c_str());
+}
+
+bool printJson(const Entry& entry, uint64_t line) {
+  Json json{{"kind", entry.kind}, {"time", dateJson(entry.time)}, {"line", line}};
+  if (entry.number != 0) json["number"] = entry.number;
+  if (!entry.id.empty()) json["id"] = toUtf8(entry.id);
+  if (!entry.values.empty()) json["values"] = toUtf8(entry.values);
+  return printLine(json);
 }
 
 }  // namespace
 
-int timeline(const std::string& file) {
+int timeline(const TimelineOptions& options) {
   InputText text;
-  if (const std::string problem = text.open(file); !problem.empty()) {
+  if (const std::string problem = text.open(options.file); !problem.empty()) {
     complain(problem);
     return kFailed;
   }
-  // The object interface tells nothing about the run, so the findings come from one of our own.
-  uint64_t stamped = 0;
-  auto count = [&](RecordType type, const void* record) -> uint32_t {
-    if (isStamped(type, record)) ++stamped;
-    return TVO_OK;
-  };
-  api::Library library;
-  const Analysis analysis = analyse(library, text, sinkOf(count));
-  ITavo* const collected = GetITavo();
-  platform::TextInput* const input = text.rewind();
-  if (!analysis.readable() || collected == nullptr || input == nullptr) {
-    complain("reading '" + text.name() + "' failed");
+  Analysis analysis;
+  const Survey survey = readSurvey(text, &analysis);
+  if (survey == nullptr) {
+    complain("reading '" + text.name() + "' failed: " + tavo_status_text(analysis.status));
     return kFailed;
   }
-  api::analyseInput(*collected, *input);
-  const uint64_t shown = walk(*collected);
-  collected->Delete();
+  if (options.json) printLine(jsonOf("tavo-timeline/1", text));
+  size_t count = 0;
+  const tavo_moment* const moments = tavo_survey_timeline(survey.get(), &count);
+  for (size_t i = 0; i < count; ++i) {
+    const Entry entry = entryOf(survey.get(), moments[i]);
+    if (options.json) {
+      printJson(entry, tavo_survey_records(survey.get(), moments[i].type)->lines[moments[i].index]);
+    } else {
+      printForPerson(entry);
+    }
+  }
   if (!flushOutput()) return kFailed;
   complainOfNotes(text, analysis);
-  if (shown < stamped) {
-    complain(text.name() + ": " + counted(stamped - shown, "record") +
-             " not shown, their time is outside of what the time key can order");
-  }
-  if (analysis.findings.errors() == 0) return kSound;
+  if (analysis.counts.errors == 0) return kSound;
   complain(text.name() + ": " + analysis.summary() + " (see 'tavo check')");
   return kFindings;
 }

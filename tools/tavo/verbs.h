@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "writers/build.h"
+#include "tavo/survey.h"
 
 namespace tavo::tool {
 
@@ -25,6 +25,7 @@ struct CheckOptions {
   bool quiet = false;
   bool failOnWarning = false;
   bool failOnEmpty = false;  // a file without any record
+  size_t jobs = 0;           // files checked side by side; 0: as many as the machine has cores
 };
 int check(const CheckOptions& options);
 
@@ -32,6 +33,7 @@ struct DumpOptions {
   std::string file;        // text or data file
   bool allFields = false;  // also those that the file does not declare
   bool force = false;      // what can be read of a damaged data file
+  bool si = false;         // lengths in metres and angles in radians, not in the file's units
 };
 int dump(const DumpOptions& options);
 
@@ -42,18 +44,26 @@ struct ImportOptions {
 };
 int import(const ImportOptions& options);
 
-int verify(const std::string& dataFile);
+struct VerifyOptions {
+  std::string dataFile;
+  bool json = false;
+};
+int verify(const VerifyOptions& options);
 
 struct BuildOptions {
   std::string file;  // the data file; for format the text
   std::string output;
   bool overwrite = false;  // the output's file, whatever it is
-  writers::BuildSettings settings;
+  tavo_build_options layout = TAVO_BUILD_OPTIONS_INIT;
   bool force = false;  // also when something would be lost
 };
 int build(const BuildOptions& options);
 int format(const BuildOptions& options);
 
-int timeline(const std::string& file);
+struct TimelineOptions {
+  std::string file;
+  bool json = false;
+};
+int timeline(const TimelineOptions& options);
 
 }  // namespace tavo::tool

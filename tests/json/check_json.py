@@ -1,0 +1,56 @@
+#!/usr/bin/env python3
+"""Holds the JSON that the tool prints against the schemas in docs/json.
+
+usage: check_json.py TOOL SCHEMAS EXAMPLES CASES
+"""
+import json
+import pathlib
+import subprocess
+import sys
+import tempfile
+
+import jsonschema
+
+
+def lines(tool, *arguments):
+    run = subprocess.run([tool, *map(str, arguments)], capture_output=True, check=False)
+    assert run.returncode in (0, 1, 2), (arguments, run.returncode, run.stderr)
+    return [json.loads(line) for line in run.stdout.decode().splitlines()]
+
+
+def main():
+    tool, schemas, examples, cases = sys.argv[1], *map(pathlib.Path, sys.argv[2:])
+    validators = {}
+    for path in schemas.glob("*.schema.json"):
+        schema = json.loads(path.read_text())
+        jsonschema.Draft202012Validator.check_schema(schema)
+        validators[path.name.split(".")[0]] = jsonschema.Draft202012Validator(schema)
+    surveys = sorted(examples.rglob("*.tvo")) + sorted(cases.glob("*.tvo"))
+    assert surveys
+    count = 0
+
+    def hold(shape, objects):
+        nonlocal count
+        assert objects, shape
+        for value in objects:
+            validators[shape].validate(value)
+            count += 1
+
+    hold("tavo-check", lines(tool, "check", "--format", "json", "none.tvo", *surveys))
+    for survey in surveys:
+        hold("tavo-dump", lines(tool, "dump", survey))
+        hold("tavo-timeline", lines(tool, "timeline", "--format", "json", survey))
+    for survey in sorted(examples.glob("*.tvo")):
+        hold("tavo-dump", lines(tool, "dump", "--units", "si", survey))
+        with tempfile.TemporaryDirectory() as folder:
+            data = pathlib.Path(folder) / "survey.dat"
+            lines(tool, "import", survey, "-o", data)
+            hold("tavo-dump", lines(tool, "dump", data))
+            hold("tavo-verify", lines(tool, "verify", "--format", "json", data))
+            data.write_bytes(data.read_bytes()[:9216])
+            hold("tavo-verify", lines(tool, "verify", "--format", "json", data))
+    print(f"{count} objects keep their shape")
+
+
+if __name__ == "__main__":
+    main()

@@ -11,6 +11,7 @@
 #include <memory>
 #include <sstream>
 
+#include "schema/bytes.h"
 #include "schema/catalogue.h"
 #include "schema/enums.h"
 #include "schema/fields.h"
@@ -18,6 +19,8 @@
 namespace tavo::tests {
 
 namespace {
+
+using schema::load;
 
 constexpr const char* kInput = "analysis.input";
 constexpr const char* kLog = "analysis.log";
@@ -27,13 +30,6 @@ std::string format(const char* pattern, Args... args) {
   char buffer[400];
   std::snprintf(buffer, sizeof buffer, pattern, args...);
   return buffer;
-}
-
-template <class Value>
-Value load(const void* bytes) {
-  Value value;
-  memcpy(&value, bytes, sizeof value);
-  return value;
 }
 
 std::string enumText(EnumId id) {

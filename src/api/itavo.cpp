@@ -108,9 +108,9 @@ struct Collection {
   }
 };
 
-class Cursor final : public TimeCursor {
+class CollectionCursor final : public TimeCursor {
  public:
-  explicit Cursor(const Collection& collection) : collection_(collection) {
+  explicit CollectionCursor(const Collection& collection) : collection_(collection) {
     for (uint32_t i = 0; i < kArrays; ++i) {
       walks_[i] = {static_cast<Kind>(i + 1), 0, static_cast<int32_t>(collection.order[i].size()),
                    kNone};
@@ -224,7 +224,7 @@ class Tavo final : public ITavo {
 
   TimeCursor* CreateCursor() override {
     return guarded(nullptr, [this]() -> TimeCursor* {
-      cursors_.push_back(std::make_unique<Cursor>(collection_));
+      cursors_.push_back(std::make_unique<CollectionCursor>(collection_));
       return cursors_.back().get();
     });
   }
@@ -269,7 +269,7 @@ class Tavo final : public ITavo {
   }
 
   Collection collection_;
-  std::vector<std::unique_ptr<Cursor>> cursors_;
+  std::vector<std::unique_ptr<CollectionCursor>> cursors_;
 };
 
 }  // namespace

@@ -6,7 +6,6 @@
 
 #include "schema/bytes.h"
 #include "schema/catalogue.h"
-#include "schema/fields.h"
 
 namespace tavo::tool {
 
@@ -16,17 +15,15 @@ namespace {
 // than a definition has room for. A list of nothing else stays, since a block has at least one
 // column.
 void dropNeedlessColumns(char* bytes) {
-  const auto listed = schema::load<ColumnsRecord>(bytes);
-  FieldId kept[schema::kMaxListed];
-  size_t count = 0;
-  for (size_t i = 0; i < schema::kMaxListed && listed.fields[i] != TVO_FIELD_End; ++i) {
-    const FieldId id = listed.fields[i];
-    const bool repeated = std::find(kept, kept + count, id) != kept + count;
-    if (id != 0 && !repeated) kept[count++] = id;
+  const auto record = schema::load<ColumnsRecord>(bytes);
+  std::vector<FieldId> kept;
+  for (size_t i = 0; i + 1 < TVO_COLUMNS_ROOM && record.fields[i] != TVO_FIELD_End; ++i) {
+    const FieldId id = record.fields[i];
+    if (id != 0 && std::ranges::find(kept, id) == kept.end()) kept.push_back(id);
   }
-  if (count == 0) return;
-  const ColumnsRecord record = schema::columnsRecord({kept, count});
-  std::memcpy(bytes + offsetof(ColumnsRecord, fields), record.fields, sizeof record.fields);
+  if (kept.empty()) return;
+  const ColumnsRecord rest = schema::columnsRecord(kept);
+  std::memcpy(bytes + offsetof(ColumnsRecord, fields), rest.fields, sizeof rest.fields);
 }
 
 }  // namespace

@@ -25,10 +25,10 @@ inline constexpr FieldDef kTableEnd{kEndMark, "", DataType::kFree, 0, kNotKept};
 
 // A row whose column bears the member's name; one whose column bears another name, or none; and one
 // that is read and checked but never kept.
-#define NAMED(Record, member, column, id, type)                                           \
-  FieldDef {                                                                              \
-    id, column, DataType::type, widthOf(DataType::type, sizeof(Record::member)),          \
-        offsetof(Record, member), EnumGroup::kAny, UnitKind::kNone, DecimalKind::kGeneral \
+#define NAMED(Record, member, column, id, type)                                                    \
+  FieldDef {                                                                                       \
+    id, column, DataType::type, widthOf(DataType::type, sizeof(Record::member)),                   \
+        offsetof(Record, member), EnumGroup::kAny, UnitKind::kNone, DecimalKind::kGeneral, #member \
   }
 #define F(Record, member, id, type) NAMED(Record, member, #member, id, type)
 #define NOT_KEPT(Record, member, id, type) \
@@ -151,12 +151,24 @@ inline constexpr FieldDef kPointFields[] = {
     F(PointRecord, JobNo, TVO_FIELD_JobNo, kUint16),
     F(PointRecord, CLASS, TVO_FIELD_CLASS, kEnum).in(EnumGroup::kPointClass),
     F(PointRecord, SYS, TVO_FIELD_SYS, kUint8),
-    F(PointRecord, East, TVO_FIELD_East, kDouble).with(DecimalKind::kLinear),
-    F(PointRecord, North, TVO_FIELD_North, kDouble).with(DecimalKind::kLinear),
-    F(PointRecord, Elevation, TVO_FIELD_Elevation, kDouble).with(DecimalKind::kLinear),
-    F(PointRecord, Longitude, TVO_FIELD_Longitude, kDouble).with(DecimalKind::kGeographic),
-    F(PointRecord, Latitude, TVO_FIELD_Latitude, kDouble).with(DecimalKind::kGeographic),
-    F(PointRecord, EllHeight, TVO_FIELD_Height, kDouble).with(DecimalKind::kLinear),
+    F(PointRecord, East, TVO_FIELD_East, kDouble)
+        .with(DecimalKind::kLinear)
+        .keeping(UnitKind::kLinear),
+    F(PointRecord, North, TVO_FIELD_North, kDouble)
+        .with(DecimalKind::kLinear)
+        .keeping(UnitKind::kLinear),
+    F(PointRecord, Elevation, TVO_FIELD_Elevation, kDouble)
+        .with(DecimalKind::kLinear)
+        .keeping(UnitKind::kLinear),
+    F(PointRecord, Longitude, TVO_FIELD_Longitude, kDouble)
+        .with(DecimalKind::kGeographic)
+        .keeping(UnitKind::kGeographic),
+    F(PointRecord, Latitude, TVO_FIELD_Latitude, kDouble)
+        .with(DecimalKind::kGeographic)
+        .keeping(UnitKind::kGeographic),
+    F(PointRecord, EllHeight, TVO_FIELD_Height, kDouble)
+        .with(DecimalKind::kLinear)
+        .keeping(UnitKind::kLinear),
     F(PointRecord, X, TVO_FIELD_X, kDouble).with(DecimalKind::kLinear),
     F(PointRecord, Y, TVO_FIELD_Y, kDouble).with(DecimalKind::kLinear),
     F(PointRecord, Z, TVO_FIELD_Z, kDouble).with(DecimalKind::kLinear),
@@ -177,7 +189,9 @@ inline constexpr FieldDef kPointFields[] = {
     F(PointRecord, MajorAxisDir, TVO_FIELD_MajorAxisDir, kFloat).with(DecimalKind::kAngular),
     F(PointRecord, SourceXY, TVO_FIELD_SourceXY, kUint8),
     F(PointRecord, SourceZ, TVO_FIELD_SourceZ, kUint8),
-    F(PointRecord, Geoid, TVO_FIELD_Geoid, kFloat).with(DecimalKind::kLinear),
+    F(PointRecord, Geoid, TVO_FIELD_Geoid, kFloat)
+        .with(DecimalKind::kLinear)
+        .keeping(UnitKind::kLinear),
     F(PointRecord, Flags, TVO_FIELD_PointFlags, kBits),
     kTableEnd,
 };
@@ -641,10 +655,18 @@ inline constexpr FieldDef kTextBoxFields[] = {
     F(TextBoxRecord, Units, TVO_FIELD_Units, kUint16),
     F(TextBoxRecord, AnchorPosition, TVO_FIELD_AnchorPosition, kUint8),
     F(TextBoxRecord, AnchorPointNo, TVO_FIELD_AnchorPointNo, kUint32),
-    F(TextBoxRecord, OffsetEast, TVO_FIELD_OffsetEast, kFloat).with(DecimalKind::kLinear),
-    F(TextBoxRecord, OffsetNorth, TVO_FIELD_OffsetNorth, kFloat).with(DecimalKind::kLinear),
-    F(TextBoxRecord, OffsetElevation, TVO_FIELD_OffsetElevation, kFloat).with(DecimalKind::kLinear),
-    F(TextBoxRecord, HzDirection, TVO_FIELD_Hz, kFloat).with(DecimalKind::kAngular),
+    F(TextBoxRecord, OffsetEast, TVO_FIELD_OffsetEast, kFloat)
+        .with(DecimalKind::kLinear)
+        .keeping(UnitKind::kLinear),
+    F(TextBoxRecord, OffsetNorth, TVO_FIELD_OffsetNorth, kFloat)
+        .with(DecimalKind::kLinear)
+        .keeping(UnitKind::kLinear),
+    F(TextBoxRecord, OffsetElevation, TVO_FIELD_OffsetElevation, kFloat)
+        .with(DecimalKind::kLinear)
+        .keeping(UnitKind::kLinear),
+    F(TextBoxRecord, HzDirection, TVO_FIELD_Hz, kFloat)
+        .with(DecimalKind::kAngular)
+        .keeping(UnitKind::kAngular),
     kTableEnd,
 };
 

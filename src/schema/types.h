@@ -79,11 +79,14 @@ struct FieldDef {
   EnumGroup group = EnumGroup::kAny;
   UnitKind unit = UnitKind::kNone;
   DecimalKind decimals = DecimalKind::kGeneral;
+  const char* member = "";              // name in the record's structure
+  UnitKind fileUnit = UnitKind::kNone;  // of a value that is delivered as the file has it
 
   // Modifiers for the rows of a constant table.
   constexpr FieldDef in(EnumGroup value) const;
   constexpr FieldDef with(DecimalKind value) const;
   constexpr FieldDef from(UnitKind value) const;
+  constexpr FieldDef keeping(UnitKind value) const;
 };
 
 constexpr FieldDef FieldDef::in(EnumGroup value) const {
@@ -105,6 +108,13 @@ constexpr FieldDef FieldDef::from(UnitKind value) const {
   copy.decimals = value == UnitKind::kAngular  ? DecimalKind::kAngular
                   : value == UnitKind::kLinear ? DecimalKind::kLinear
                                                : DecimalKind::kGeographic;
+  return copy;
+}
+
+// Delivered in that unit of the file.
+constexpr FieldDef FieldDef::keeping(UnitKind value) const {
+  FieldDef copy = *this;
+  copy.fileUnit = value;
   return copy;
 }
 

@@ -19,8 +19,8 @@ uint32_t coded(int result, uint16_t code) {
 
 }  // namespace
 
-RecordStore::RecordStore(platform::FileSystem& files)
-    : files_(files), file_(cache_, files), path_{} {
+RecordStore::RecordStore(platform::FileSystem& files, unsigned buffers)
+    : files_(files), cache_(buffers), file_(cache_, files), path_{} {
   memcpy(path_.data(), kDefaultPath, sizeof(kDefaultPath));
 }
 
@@ -34,9 +34,11 @@ uint32_t RecordStore::createDefault() {
   return TVO_OK;
 }
 
-uint32_t RecordStore::openExisting() {
+uint32_t RecordStore::openExisting(platform::Access access) {
   if (isOpen()) return TVO_ERR_DATA_FILE_OPEN;
-  if (const int result = file_.open(path(), kIndexes); result != engine::kOk) {
+  engine::Options options;
+  options.access = static_cast<int>(access);
+  if (const int result = file_.open(path(), kIndexes, options); result != engine::kOk) {
     return coded(result, TVO_ERR_DATA_FILE);
   }
   file_.setWriteMode(kWriteMode);
@@ -68,13 +70,13 @@ uint32_t RecordStore::setDataFile(const char* path) {
   return status == TVO_OK ? status : coded(static_cast<int>(status), TVO_ERR_OPEN);
 }
 
-uint32_t RecordStore::openDataFile(const char* path) {
+uint32_t RecordStore::openDataFile(const char* path, platform::Access access) {
   if (path == nullptr) return TVO_ERR_DATA_FILE;
   if (isOpen() && strncmp(path, path_.data(), path_.size()) == 0) return TVO_OK;
   if (memchr(path, '\0', path_.size()) == nullptr) return TVO_ERR_DATA_FILE;
   closeDataFile();
   takePath(path);
-  return openExisting();
+  return openExisting(access);
 }
 
 uint32_t RecordStore::write(RecordType type, const void* record) {

@@ -24,7 +24,9 @@ class RecordStore {
   // Longest path, without its end mark.
   static constexpr size_t kMaxPath = 1023;
 
-  explicit RecordStore(platform::FileSystem& files = platform::nativeFileSystem());
+  // Page buffers are those of the engine; more of them make a larger file faster.
+  explicit RecordStore(platform::FileSystem& files = platform::nativeFileSystem(),
+                       unsigned buffers = engine::PageCache::kDefaultBuffers);
 
   // Stores a record as the current one; starts a new, empty data file when none is open.
   // 0, 5 (type not storable), 2561, 2564, 2569 (already stored), 2572, or the engine's code.
@@ -51,7 +53,7 @@ class RecordStore {
   uint32_t setDataFile(const char* path);
 
   // Takes the path and opens the data file there, after closing one of another path. 0, 2564.
-  uint32_t openDataFile(const char* path);
+  uint32_t openDataFile(const char* path, platform::Access access = platform::Access::kReadWrite);
 
   // Always 0.
   uint32_t closeDataFile();
@@ -64,7 +66,10 @@ class RecordStore {
   uint32_t createDefault();
 
   // Opens the data file at the path. 0, 2564, 2565 (open already).
-  uint32_t openExisting();
+  uint32_t openExisting(platform::Access access = platform::Access::kReadWrite);
+
+  // Number of stored records, 0 without an open file.
+  uint32_t count() const { return isOpen() ? file_.recordCount() : 0; }
 
   bool isOpen() const { return file_.isOpen(); }
   // Whether there is a current record, be it one that cannot be read.

@@ -10,7 +10,8 @@ set(CMAKE_C_EXTENSIONS OFF)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
 add_library(tavo_compile INTERFACE)
-target_compile_options(tavo_compile INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+target_compile_options(tavo_compile INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow
+                                              $<$<BOOL:${TAVO_WERROR}>:-Werror>)
 # A contracted multiply-add rounds once where the other platform rounds twice.
 target_compile_options(tavo_compile INTERFACE -ffp-contract=off)
 

@@ -1,0 +1,105 @@
+# A library, shared and static, from object libraries; and the installation of both libraries with
+# headers, a CMake package, pkg-config files, licence and documents, in components.
+include(CMakePackageConfigHelpers)
+set(TAVO_PACKAGE_DIR "${CMAKE_INSTALL_LIBDIR}/cmake/tavo")
+
+# tavo_library(NAME ALIAS FOLDER OBJECTS...): targets NAME and NAME_static, known to users as
+# tavo::ALIAS and tavo::ALIAS_static. FOLDER/NAME.map and .def say what the shared one shows.
+function(tavo_library name alias folder)
+  set(objects)
+  foreach(target IN LISTS ARGN)
+    list(APPEND objects $<TARGET_OBJECTS:${target}>)
+  endforeach()
+  add_library(${name} SHARED ${objects})
+  add_library(${name}_static STATIC ${objects})
+  set_target_properties(${name} PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION
+                                           ${PROJECT_VERSION_MAJOR} EXPORT_NAME ${alias})
+  set_target_properties(${name}_static PROPERTIES OUTPUT_NAME ${name} EXPORT_NAME ${alias}_static)
+  target_compile_definitions(${name}_static INTERFACE TAVO_SURVEY_STATIC)
+  foreach(suffix IN ITEMS "" _static)
+    add_library(tavo::${alias}${suffix} ALIAS ${name}${suffix})
+    target_include_directories(
+      ${name}${suffix} PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
+                              $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+    target_link_libraries(${name}${suffix} PRIVATE $<BUILD_INTERFACE:tavo_compile>)
+    set_target_properties(
+      ${name}${suffix} PROPERTIES LINKER_LANGUAGE CXX
+                                  RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin"
+                                  LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib"
+                                  ARCHIVE_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib")
+  endforeach()
+  target_link_options(${name} PRIVATE -Wl,--gc-sections)
+  if(WIN32)
+    # Not every toolchain's linker keeps the decorated names in the import library that it writes,
+    # and hosts link by them: dlltool writes it instead.
+    set(shows "${folder}/${name}.def")
+    find_program(TAVO_DLLTOOL NAMES i686-w64-mingw32-dlltool dlltool REQUIRED)
+    set_target_properties(${name} PROPERTIES PREFIX "" IMPORT_PREFIX "lib" SOVERSION "")
+    target_sources(${name} PRIVATE "${shows}")
+    target_link_options(${name} PRIVATE -Wl,--kill-at)
+    add_custom_command(
+      TARGET ${name} POST_BUILD
+      COMMAND "${TAVO_DLLTOOL}" --kill-at --input-def "${shows}" --dllname
+              $<TARGET_FILE_NAME:${name}> --output-lib $<TARGET_LINKER_FILE:${name}>
+      VERBATIM)
+  else()
+    # No -Bsymbolic: the library compares a callback with TVO_Write, and a host that is not
+    # position-independent has an address of its own for that function.
+    set(shows "${folder}/${name}.map")
+    target_link_options(${name} PRIVATE "-Wl,--version-script=${shows}")
+    if(NOT TAVO_SANITIZE)
+      target_link_options(${name} PRIVATE -Wl,-z,defs)
+    endif()
+  endif()
+  set_property(TARGET ${name} APPEND PROPERTY LINK_DEPENDS "${shows}")
+
+  install(TARGETS ${name} ${name}_static
+          EXPORT tavoTargets
+          RUNTIME COMPONENT runtime
+          LIBRARY COMPONENT runtime NAMELINK_COMPONENT development
+          ARCHIVE COMPONENT development)
+  tavo_pkg_config(${name})
+endfunction()
+
+# The prefix is found from the file's own place, so an installed tree can be moved; a folder that is
+# given as an absolute path stays where it is.
+function(tavo_pkg_config name)
+  cmake_path(ABSOLUTE_PATH CMAKE_INSTALL_LIBDIR BASE_DIRECTORY "${CMAKE_INSTALL_PREFIX}"
+             OUTPUT_VARIABLE libdir)
+  cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX BASE_DIRECTORY "${libdir}/pkgconfig"
+             OUTPUT_VARIABLE tavo_prefix_from_pc)
+  foreach(kind IN ITEMS LIBDIR INCLUDEDIR)
+    if(IS_ABSOLUTE "${CMAKE_INSTALL_${kind}}")
+      set(tavo_pc_${kind} "${CMAKE_INSTALL_${kind}}")
+    else()
+      set(tavo_pc_${kind} "\${prefix}/${CMAKE_INSTALL_${kind}}")
+    endif()
+  endforeach()
+  set(tavo_pc_prefix "\${pcfiledir}/${tavo_prefix_from_pc}")
+  if(IS_ABSOLUTE "${CMAKE_INSTALL_LIBDIR}")
+    set(tavo_pc_prefix "${CMAKE_INSTALL_PREFIX}")
+  endif()
+  set(tavo_pc_name ${name})
+  configure_file("${PROJECT_SOURCE_DIR}/cmake/tavo.pc.in" "${CMAKE_BINARY_DIR}/${name}.pc" @ONLY)
+  install(FILES "${CMAKE_BINARY_DIR}/${name}.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig"
+          COMPONENT development)
+endfunction()
+
+function(tavo_install_libraries)
+  install(DIRECTORY "${PROJECT_SOURCE_DIR}/include/tavo" DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
+          COMPONENT development
+          FILES_MATCHING PATTERN "*.h" PATTERN "*.hpp")
+  install(EXPORT tavoTargets NAMESPACE tavo:: DESTINATION ${TAVO_PACKAGE_DIR}
+          COMPONENT development)
+  configure_package_config_file("${PROJECT_SOURCE_DIR}/cmake/tavoConfig.cmake.in"
+                                "${CMAKE_BINARY_DIR}/tavoConfig.cmake"
+                                INSTALL_DESTINATION ${TAVO_PACKAGE_DIR})
+  write_basic_package_version_file("${CMAKE_BINARY_DIR}/tavoConfigVersion.cmake"
+                                   COMPATIBILITY SameMajorVersion)
+  install(FILES "${CMAKE_BINARY_DIR}/tavoConfig.cmake" "${CMAKE_BINARY_DIR}/tavoConfigVersion.cmake"
+          DESTINATION ${TAVO_PACKAGE_DIR} COMPONENT development)
+  install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" "${PROJECT_SOURCE_DIR}/README.md"
+          DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documents)
+  install(DIRECTORY "${PROJECT_SOURCE_DIR}/docs/" DESTINATION ${CMAKE_INSTALL_DOCDIR}
+          COMPONENT documents)
+endfunction()

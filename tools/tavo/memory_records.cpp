@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "schema/bytes.h"
 #include "schema/catalogue.h"
 
 namespace tavo::tool {
@@ -14,8 +15,7 @@ namespace {
 // than a definition has room for. A list of nothing else stays, since a block has at least one
 // column.
 void dropNeedlessColumns(char* bytes) {
-  ColumnsRecord record;
-  std::memcpy(&record, bytes, sizeof record);
+  const auto record = schema::load<ColumnsRecord>(bytes);
   std::vector<FieldId> kept;
   for (size_t i = 0; i + 1 < TVO_COLUMNS_ROOM && record.fields[i] != TVO_FIELD_End; ++i) {
     const FieldId id = record.fields[i];
@@ -43,8 +43,7 @@ MemoryRecords::Entry MemoryRecords::copy(RecordType type, const void* record) {
   char* const bytes = allocate(size);
   std::memcpy(bytes, record, size);
   if (type == TVO_RECORD_TIME_TAGGED_CODES) {
-    TimeTaggedRecord codes;
-    std::memcpy(&codes, bytes, sizeof codes);
+    auto codes = schema::load<TimeTaggedRecord>(bytes);
     const size_t entriesSize = codes.EntryCount * sizeof(TimeTaggedEntry);
     char* const entries = allocate(entriesSize);
     if (entriesSize > 0) std::memcpy(entries, codes.entries, entriesSize);

@@ -1,10 +1,13 @@
 // Page buffers: least-recently-used replacement over all open files, write modes, and what happens
 // to pages that cannot be written.
+#include "store/engine/page_cache.h"
+
 #include <cassert>
 #include <cstring>
 #include <new>
 
-#include "store/engine/block.h"
+#include "store/engine/result.h"
+#include "store/engine/transaction.h"
 
 namespace tavo::engine {
 namespace {
@@ -72,15 +75,15 @@ PageCache::Impl::~Impl() {
   while (spares_ != nullptr) {
     PageBuffer* const b = spares_;
     spares_ = b->next;
-    pool.give(b);
+    pool_.give(b);
   }
 }
 
 int PageCache::Impl::prepare() {
-  if (setting == 0 || buffers_ != nullptr) return kOk;
-  buffers_.reset(new (std::nothrow) PageBuffer[setting]);
+  if (setting_ == 0 || buffers_ != nullptr) return kOk;
+  buffers_.reset(new (std::nothrow) PageBuffer[setting_]);
   if (buffers_ == nullptr) return kNoMemory;
-  for (unsigned i = 0; i + 1 < setting; ++i) buffers_[i].next = &buffers_[i + 1];
+  for (unsigned i = 0; i + 1 < setting_; ++i) buffers_[i].next = &buffers_[i + 1];
   head_ = &buffers_[0];
   return kOk;
 }
@@ -153,15 +156,15 @@ PageBuffer* PageCache::Impl::oldestClean() {
 }
 
 int PageCache::Impl::readImage(ControlBlock& file, std::int32_t number, std::uint8_t* image) {
-  if (setting == 0 && spares_ == nullptr) return readPage(file, number, image);
-  int code = setting == 0 ? kOk : noticeChange(file);
+  if (setting_ == 0 && spares_ == nullptr) return readPage(file, number, image);
+  int code = setting_ == 0 ? kOk : noticeChange(file);
   if (code != kOk) return code;
   PageBuffer* b = find(file, number);
   if (b != nullptr) {
     std::memcpy(image, b->image, kPageSize);
     return kOk;
   }
-  if (setting == 0) return readPage(file, number, image);
+  if (setting_ == 0) return readPage(file, number, image);
   code = takeOldest(b);
   if (code == kOk) code = readPage(file, number, image);
   if (code != kOk) return code;
@@ -292,8 +295,8 @@ int PageCache::Impl::keepImage(ControlBlock& file, WorkPage& w) {
 int PageCache::Impl::push(WorkPage& w) {
   ControlBlock& file = *w.owner;
   int code = kOk;
-  PageBuffer* b = setting == 0 && spares_ == nullptr ? nullptr : find(file, w.number);
-  if (b == nullptr && setting != 0) code = takeOldest(b);
+  PageBuffer* b = setting_ == 0 && spares_ == nullptr ? nullptr : find(file, w.number);
+  if (b == nullptr && setting_ != 0) code = takeOldest(b);
   bool dirty = true;
   if (writesThrough(file, w.level())) {
     const int written = writePage(file, w.number, w.bytes);
@@ -302,7 +305,7 @@ int PageCache::Impl::push(WorkPage& w) {
     if (code == kOk) code = written;
   }
   if (b == nullptr && dirty) {
-    b = pool.take();
+    b = pool_.take();
     if (b == nullptr) {
       // It has no other place than this one.
       file.ioError = kNoMemory;
@@ -325,7 +328,7 @@ int PageCache::Impl::push(WorkPage& w) {
 }
 
 bool PageCache::Impl::writesThrough(const ControlBlock& file, int level) const {
-  return setting == 0 || file.writeMode == 3 || (file.writeMode == 2 && level == 0);
+  return setting_ == 0 || file.writeMode == 3 || (file.writeMode == 2 && level == 0);
 }
 
 int PageCache::Impl::store(ControlBlock& file, WorkPage& w) {
@@ -398,7 +401,7 @@ void PageCache::Impl::putBack(ControlBlock& file, PageBuffer* old) {
     std::memcpy(w->bytes, old->image, kPageSize);
     w->parse();
     w->dirty = true;
-    return pool.give(old);
+    return pool_.give(old);
   }
   if (w != nullptr) release(*w);
   PageBuffer* b = look(file, old->page);
@@ -418,14 +421,14 @@ void PageCache::Impl::putBack(ControlBlock& file, PageBuffer* old) {
     file.owesWrites = true;
     return;
   }
-  pool.give(old);
+  pool_.give(old);
 }
 
 void PageCache::Impl::undo(ControlBlock& file) {
   while (PageBuffer* const old = file.images.takeFirst()) putBack(file, old);
   assert(countsHold());
   // What cannot be written now is owed to the file.
-  if (setting == 0 || file.writeMode == 2 || file.writeMode == 3) writeOwed(file);
+  if (setting_ == 0 || file.writeMode == 2 || file.writeMode == 3) writeOwed(file);
 }
 
 void PageCache::Impl::freeSpares(const ControlBlock& file, bool dirtyToo) {
@@ -434,7 +437,7 @@ void PageCache::Impl::freeSpares(const ControlBlock& file, bool dirtyToo) {
     PageBuffer* const b = *link;
     if (b->owner == nullptr || (b->owner == &file && (dirtyToo || !b->dirty))) {
       *link = b->next;
-      pool.give(b);
+      pool_.give(b);
     } else {
       link = &b->next;
     }
@@ -453,5 +456,8 @@ void PageCache::Impl::drop(const ControlBlock& file) {
     if (w.owner == &file) release(w);
   }
 }
+
+PageCache::PageCache(unsigned buffers) : impl_(std::make_unique<Impl>(buffers)) {}
+PageCache::~PageCache() = default;
 
 }  // namespace tavo::engine

@@ -89,6 +89,7 @@ constexpr std::uint32_t kPageHead = 18;
 constexpr int kPageRoom = static_cast<int>(kPageSize - kPageHead);
 constexpr int kSplitHalf = kPageRoom / 2;
 constexpr int kMaxEntries = 143;
+constexpr int kMaxHeight = 32;  // levels of the tree
 constexpr std::int32_t kNoPage = -1;
 
 namespace page {

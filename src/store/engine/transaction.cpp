@@ -1,8 +1,11 @@
 // Read and write transactions: the byte-range locks between processes, the change check, and the
 // writes that end a change. An exclusive file locks nothing.
+#include "store/engine/transaction.h"
+
 #include <cassert>
 
-#include "store/engine/block.h"
+#include "store/engine/page_cache.h"
+#include "store/engine/result.h"
 
 namespace tavo::engine {
 namespace {
@@ -146,11 +149,6 @@ int lockForWrite(ControlBlock& file) {
 }
 
 }  // namespace
-
-void Store::ControlBlock::invalidatePositions() {
-  ++stamp;
-  for (Hint& hint : hints) hint.page = kNoPage;
-}
 
 int readHeader(ControlBlock& file) {
   std::uint8_t bytes[kHeaderSize];

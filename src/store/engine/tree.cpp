@@ -6,6 +6,7 @@
 #include <cassert>
 
 #include "store/engine/key.h"
+#include "store/engine/transaction.h"
 
 namespace tavo::engine {
 namespace {

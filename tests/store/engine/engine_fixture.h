@@ -14,8 +14,10 @@
 #include <utility>
 #include <vector>
 
-#include "store/engine/block.h"
+#include "store/engine/control_block.h"
 #include "store/engine/engine.h"
+#include "store/engine/page_cache.h"
+#include "store/engine/transaction.h"
 #include "store/engine/verify.h"
 
 namespace tavo::engine::test {

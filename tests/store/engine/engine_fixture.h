@@ -196,7 +196,8 @@ class TestFiles : public platform::FileSystem {
 };
 
 // What the verifier finds, at most a few lines of it; empty for a sound file.
-inline std::string findings(const char* path, VerifyReport* report = nullptr) {
+inline std::string findings(const char* path, VerifyReport* report = nullptr,
+                            platform::FileSystem& files = platform::nativeFileSystem()) {
   static Sample sample;
   VerifyReport local;
   std::string text;
@@ -205,7 +206,7 @@ inline std::string findings(const char* path, VerifyReport* report = nullptr) {
     if (text.size() < 1000) text += "page " + std::to_string(page) + ": " + what + "\n";
   };
   hooks.fields = [](std::uint8_t type) { return type == kSampleType ? sample.fields : nullptr; };
-  const int code = verify(path, local, hooks, kIndexes);
+  const int code = verify(path, local, hooks, kIndexes, files);
   if (code != kOk) text += "code " + std::to_string(code);
   if (report != nullptr) *report = local;
   return text;

@@ -88,6 +88,7 @@ class Process : public platform::FileSystem {
   explicit Process(Machine& machine, int killed = -1, std::uint32_t seed = 1)
       : machine_(machine), left_(killed), random_(seed) {}
   bool alive() const { return *alive_; }
+  bool flushes = true;  // else flushing fails
 
   std::unique_ptr<platform::File> create(const char* path) override {
     if (!step() || machine_.files.count(path) != 0) return nullptr;
@@ -148,7 +149,7 @@ class Process : public platform::FileSystem {
       return whole ? platform::Transfer::kDone : platform::Transfer::kFailed;
     }
     bool flush() override {
-      if (!process_.step()) return false;
+      if (!process_.step() || !process_.flushes) return false;
       for (const Machine::Write& write : disk_->pending) Machine::apply(disk_->flushed, write);
       disk_->pending.clear();
       return true;

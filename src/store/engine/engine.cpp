@@ -61,7 +61,10 @@ int Store::setWriteMode(int mode) {
   const int code = block_ == nullptr ? kNotOpen : block_->check();
   if (code != kOk) return code;
   if (mode < 0 || mode > 4) return answer(kNotFound);
-  block_->writeMode = block_->shared() && (mode == 2 || mode == 3) ? 1 : mode;
+  const int set = block_->shared() && (mode == 2 || mode == 3) ? 1 : mode;
+  // Only mode 0 leaves open when something gets to the file.
+  if (!block_->file->gather(!block_->shared() && set == 0)) return answer(kWriteFailed);
+  block_->writeMode = set;
   return kOk;
 }
 

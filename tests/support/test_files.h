@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -23,6 +24,9 @@ class TestFiles : public platform::FileSystem {
   bool lasting = false;        // later ones fail too
   bool shortened = false;      // half of the bytes go, instead of none
   std::uint64_t full = ~0ull;  // writes that would extend the file beyond this position fail
+
+  std::function<void()> onTransfer;  // before each one
+  bool gathers = false;              // as the native files do when they are told to
 
   int count(char kind) const {
     int n = 0;
@@ -62,6 +66,7 @@ class TestFiles : public platform::FileSystem {
       owner_.note('f', 0);
       return true;
     }
+    bool gather(bool wanted) override { return !owner_.gathers || file_->gather(wanted); }
     bool tryLock(std::uint32_t position, std::uint32_t count) override {
       return file_->tryLock(position, count);
     }
@@ -86,6 +91,7 @@ class TestFiles : public platform::FileSystem {
     return std::make_unique<TestFile>(*this, std::move(file));
   }
   void note(char kind, std::uint64_t position) {
+    if (onTransfer) onTransfer();
     if (logging) log.push_back({kind, position});
   }
   bool faulty(int& countdown) const {

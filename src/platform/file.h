@@ -66,6 +66,12 @@ class FileSystem {
   virtual std::unique_ptr<File> open(const char* path, Access access, Sharing sharing) = 0;
   // Deletes a file; false when it is missing or open anywhere.
   virtual bool remove(const char* path) = 0;
+  // Forces the name of a new file to the medium, where that is a matter of its own; false on
+  // failure.
+  virtual bool flushFolder(const char* path) {
+    (void)path;
+    return true;
+  }
 };
 
 // The operating system's own files.

@@ -9,6 +9,8 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <climits>
+#include <cstring>
 #include <new>
 #include <utility>
 
@@ -194,6 +196,23 @@ class PosixFileSystem final : public FileSystem {
   bool remove(const char* path) override {
     const std::unique_ptr<PosixFile> file = openFile(path, Access::kRead);
     return file != nullptr && file->removeIfUnused(path);
+  }
+
+  bool flushFolder(const char* path) override {
+    const char* const slash = std::strrchr(path, '/');
+    char folder[PATH_MAX] = ".";
+    const auto length = slash == nullptr ? 0 : static_cast<std::size_t>(slash - path) + 1;
+    if (length >= sizeof folder) return false;
+    if (length != 0) {
+      std::memcpy(folder, path, length);
+      folder[length] = '\0';
+    }
+    const int fd = ::open(folder, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    // A folder that may not be read cannot be asked for it, and some systems of files refuse it.
+    if (fd < 0) return errno == EACCES;
+    const bool done = fsync(fd) == 0 || errno == EINVAL;
+    ::close(fd);
+    return done;
   }
 };
 

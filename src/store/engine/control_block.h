@@ -8,6 +8,7 @@
 #include "store/engine/engine.h"
 #include "store/engine/format.h"
 #include "store/engine/images.h"
+#include "store/engine/journal.h"
 
 namespace tavo::engine {
 
@@ -108,9 +109,13 @@ struct Store::ControlBlock {
   std::uint8_t guard7 = 'E';
 
   PageImages images;  // of the change being made
+  char journalPath[kMaxPath + 1] = {};
+  std::unique_ptr<Journal> journal;  // null: none is named
 
   ControlBlock(PageCache::Impl* pages, platform::FileSystem& system);
   bool shared() const { return sharing != 'E'; }
+  // Whether the header goes to the file when it changes, and not at the end of the transaction.
+  bool writesHeaderAhead() const { return writeMode >= 1 && writeMode <= 3 && journal == nullptr; }
   bool guarded() const {
     return guard0 == 'V' && guard1 == 'A' && guard2 == 'L' && guard3 == 'I' && guard4 == 'D' &&
            guard5 == 'A' && guard6 == 'T' && guard7 == 'E' && (state == 'O' || state == 'C');

@@ -62,8 +62,9 @@ int Store::setWriteMode(int mode) {
   if (code != kOk) return code;
   if (mode < 0 || mode > 4) return answer(kNotFound);
   const int set = block_->shared() && (mode == 2 || mode == 3) ? 1 : mode;
-  // Only mode 0 leaves open when something gets to the file.
-  if (!block_->file->gather(!block_->shared() && set == 0)) return answer(kWriteFailed);
+  // Only mode 0 without a journal leaves open when something gets to the file.
+  const bool open = set == 0 && !block_->shared() && block_->journal == nullptr;
+  if (!block_->file->gather(open)) return answer(kWriteFailed);
   block_->writeMode = set;
   return kOk;
 }

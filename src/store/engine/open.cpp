@@ -8,6 +8,7 @@
 #include "store/engine/key.h"
 #include "store/engine/locks.h"
 #include "store/engine/page_cache.h"
+#include "store/engine/recovery.h"
 #include "store/engine/result.h"
 #include "store/engine/transaction.h"
 
@@ -46,6 +47,16 @@ int matchIndexes(const ControlBlock& file, const IndexDef* indexes) {
   return kOk;
 }
 
+int prepareJournal(ControlBlock& file, const char* path) {
+  file.journal.reset();
+  if (path == nullptr) return kOk;
+  const std::size_t length = strnlen(path, kMaxPath + 1);
+  if (length == 0 || length > kMaxPath) return kBadArgument;
+  std::memcpy(file.journalPath, path, length + 1);
+  file.journal.reset(new (std::nothrow) Journal(file.files, file.journalPath));
+  return file.journal == nullptr ? int{kNoMemory} : int{kOk};
+}
+
 // Everything of the control block that an open file starts with.
 int prepare(ControlBlock& file, const char* path, const IndexDef* indexes, const Options& options) {
   const std::size_t length = path == nullptr ? 0 : strnlen(path, kMaxPath + 1);
@@ -53,6 +64,7 @@ int prepare(ControlBlock& file, const char* path, const IndexDef* indexes, const
   int code = checkIndexes(indexes);
   if (code == kOk) code = file.cache == nullptr ? kNoMemory : file.cache->prepare();
   if (code == kOk) code = keepSegments(file, indexes);
+  if (code == kOk) code = prepareJournal(file, options.journal);
   if (code != kOk) return code;
   file.packed.reset(new (std::nothrow) std::uint8_t[options.workBufferSize]);
   file.old.reset(new (std::nothrow) std::uint8_t[options.workBufferSize]);
@@ -149,9 +161,12 @@ int clearStaleLocks(ControlBlock& file) {
 // The open file's header, slot and locks, after its handle is had.
 int enterFile(ControlBlock& file, const IndexDef* indexes) {
   int code = file.shared() ? awaitCreator(file) : kOk;
+  if (code == kOk) code = recover(file);
   if (code == kOk) code = readHeader(file);
+  if (code == kOk) file.headerStale = false;
   if (code == kOk && file.shared()) code = claimSlot(file);
   if (code == kOk) code = matchIndexes(file, indexes);
+  if (code == kOk) code = provideJournal(file);
   if (code != kOk) return code;
   file.writeMode = file.shared() ? 1 : 3;
   // Another opener of a shared file may extend it, so only an exclusive one knows its reserve to be
@@ -172,6 +187,7 @@ int enterOpened(ControlBlock& file, const IndexDef* indexes) {
   }
   if (file.file != nullptr) file.cache->drop(file);
   file.file.reset();
+  file.journal.reset();
   return code;
 }
 
@@ -195,6 +211,7 @@ int releaseFile(ControlBlock& file) {
   int code = kOk;
   if (file.access == 2) {
     if (file.shared()) code = runChange(file, [&](Change&) { return releaseRecordLocks(file); });
+    if (file.journal != nullptr) return completeWrite(file) == kOk ? code : int{kHeaderTransfer};
     if (file.safe && file.cache->anyDirty(file) && safeWriteStep(file) != kOk)
       code = kHeaderTransfer;
     if (file.headerChanged && writeHeader(file) != kOk) code = kHeaderTransfer;
@@ -204,6 +221,8 @@ int releaseFile(ControlBlock& file) {
 }
 
 }  // namespace
+
+std::unique_ptr<platform::File> openHandleAgain(ControlBlock& file) { return openExclusive(file); }
 
 int createFile(ControlBlock& file, const char* path, const IndexDef* indexes,
                const Options& options) {
@@ -217,6 +236,8 @@ int createFile(ControlBlock& file, const char* path, const IndexDef* indexes,
   file.file = file.files.create(file.path);
   if (file.file == nullptr) return kSystemFailed;
   code = writeFreshFile(file, indexes, options.orderMode);
+  if (code == kOk && !file.shared()) code = recover(file);
+  if (code == kOk && !file.shared()) code = provideJournal(file);
   if (code == kOk && file.shared()) {
     file.file.reset();
     return enterOpened(file, indexes);
@@ -224,6 +245,7 @@ int createFile(ControlBlock& file, const char* path, const IndexDef* indexes,
   if (code != kOk) {
     // What could not be set up is no store file and would only be in the way.
     file.file.reset();
+    file.journal.reset();
     file.files.remove(file.path);
     return code;
   }
@@ -268,6 +290,7 @@ int closeFile(ControlBlock& file) {
   if (!file.file->close() && code == kOk) code = kSystemFailed;
   file.file.reset();
   file.state = 'C';
+  file.journal.reset();
   file.packed.reset();
   file.old.reset();
   for (auto& kept : file.segments) kept.reset();

@@ -26,6 +26,11 @@ int readPage(ControlBlock& file, std::int32_t number, std::uint8_t* image) {
 }
 
 int writePage(ControlBlock& file, std::int32_t number, const std::uint8_t* image) {
+  if (file.journal != nullptr && !file.journal->covers(number)) {
+    int code = file.journal->save(file.images);
+    if (code == kOk) code = file.journal->sync();
+    if (code != kOk) return code;
+  }
   if (file.safe) {
     const int code = safeWriteStep(file);
     if (code != kOk) return code;
@@ -355,8 +360,10 @@ int PageCache::Impl::push(WorkPage& w) {
   return code;
 }
 
+// With a journal there is nothing to be gained by writing before the end of the transaction.
 bool PageCache::Impl::writesThrough(const ControlBlock& file, int level) const {
-  return setting_ == 0 || file.writeMode == 3 || (file.writeMode == 2 && level == 0);
+  return setting_ == 0 ||
+         (file.journal == nullptr && (file.writeMode == 3 || (file.writeMode == 2 && level == 0)));
 }
 
 int PageCache::Impl::store(ControlBlock& file, WorkPage& w) {

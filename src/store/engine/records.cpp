@@ -251,7 +251,7 @@ int takeNumber(ControlBlock& file, std::int32_t& number) {
   if (header.nextRecord == 0 || header.nextRecord >= 0x7FFFFFFF) return kHeaderTransfer;
   number = static_cast<std::int32_t>(header.nextRecord++);
   file.headerChanged = true;
-  return file.writeMode >= 1 && file.writeMode <= 3 ? writeHeader(file) : kOk;
+  return file.writesHeaderAhead() ? writeHeader(file) : int{kOk};
 }
 
 int keepNumber(ControlBlock& file, std::int32_t number) {

@@ -45,6 +45,13 @@ class File {
   // Gives back exactly a range that was locked; false on failure.
   virtual bool unlock(std::uint32_t position, std::uint32_t count) = 0;
 
+  // From now on transfers may stay in memory until the next flush or close, when the file's opener
+  // shares it with nobody. A write still finds out whether there is room for it; that a transfer
+  // fails in another way may come out at a later one, at the latest at the flush or close. Told no
+  // more, it writes what stayed; false when that fails, and it goes on. Killed, a file that gathers
+  // has any part of its transfers, and may be longer by zeros.
+  virtual bool gather(bool /*wanted*/) { return true; }
+
   // False when the system reports a failure; the file counts as closed all the same.
   virtual bool close() = 0;
 };
@@ -59,6 +66,12 @@ class FileSystem {
   virtual std::unique_ptr<File> open(const char* path, Access access, Sharing sharing) = 0;
   // Deletes a file; false when it is missing or open anywhere.
   virtual bool remove(const char* path) = 0;
+  // Forces the name of a new file to the medium, where that is a matter of its own; false on
+  // failure.
+  virtual bool flushFolder(const char* path) {
+    (void)path;
+    return true;
+  }
 };
 
 // The operating system's own files.

@@ -9,15 +9,19 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <climits>
+#include <cstring>
 #include <new>
+#include <utility>
 
 #include "platform/file.h"
+#include "platform/gathering_file.h"
 #include "platform/sharing_posix.h"
 
 namespace tavo::platform {
 namespace {
 
-class PosixFile final : public File {
+class PosixFile final : public NativeFile {
  public:
   PosixFile(int fd, bool readOnly, bool canWriteLock)
       : fd_(fd), readOnly_(readOnly), lockType_(canWriteLock ? F_WRLCK : F_RDLCK) {}
@@ -71,6 +75,25 @@ class PosixFile final : public File {
 
   bool unlock(std::uint32_t position, std::uint32_t count) override {
     return lockCommand(fd_, F_OFD_SETLK, F_UNLCK, off_t{position}, off_t{count}) == 0;
+  }
+
+  bool size(std::uint64_t& bytes) override {
+    struct stat now = {};
+    if (fstat(fd_, &now) != 0) return false;
+    bytes = static_cast<std::uint64_t>(now.st_size);
+    return true;
+  }
+
+  bool extend(std::uint64_t from, std::uint64_t to) override {
+    int error;
+    do {
+      error = posix_fallocate(fd_, static_cast<off_t>(from), static_cast<off_t>(to - from));
+    } while (error == EINTR);
+    return error == 0;
+  }
+
+  bool truncate(std::uint64_t size) override {
+    return ftruncate(fd_, static_cast<off_t>(size)) == 0;
   }
 
   bool close() override {
@@ -144,7 +167,7 @@ class PosixFileSystem final : public FileSystem {
     std::unique_ptr<PosixFile> file(new (std::nothrow) PosixFile(fd, false, true));
     if (file == nullptr) {
       ::close(fd);
-      return file;
+      return nullptr;
     }
     // Another opener may have come in between; it finds no store file and leaves at once.
     bool gone = false;
@@ -154,14 +177,18 @@ class PosixFileSystem final : public FileSystem {
       ours = file->share(Access::kReadWrite, Sharing::kNone, gone);
     }
     if (!ours) file.reset();
-    return file;
+    return makeGatheringFile(std::move(file), Access::kReadWrite);
   }
 
   std::unique_ptr<File> open(const char* path, Access access, Sharing sharing) override {
     for (;;) {
       std::unique_ptr<PosixFile> file = openFile(path, access);
       bool gone = false;
-      if (file == nullptr || file->share(access, sharing, gone)) return file;
+      if (file == nullptr) return nullptr;
+      if (file->share(access, sharing, gone)) {
+        if (sharing != Sharing::kNone) return file;
+        return makeGatheringFile(std::move(file), access);
+      }
       if (!gone) return nullptr;
     }
   }
@@ -169,6 +196,23 @@ class PosixFileSystem final : public FileSystem {
   bool remove(const char* path) override {
     const std::unique_ptr<PosixFile> file = openFile(path, Access::kRead);
     return file != nullptr && file->removeIfUnused(path);
+  }
+
+  bool flushFolder(const char* path) override {
+    const char* const slash = std::strrchr(path, '/');
+    char folder[PATH_MAX] = ".";
+    const auto length = slash == nullptr ? 0 : static_cast<std::size_t>(slash - path) + 1;
+    if (length >= sizeof folder) return false;
+    if (length != 0) {
+      std::memcpy(folder, path, length);
+      folder[length] = '\0';
+    }
+    const int fd = ::open(folder, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    // A folder that may not be read cannot be asked for it, and some systems of files refuse it.
+    if (fd < 0) return errno == EACCES;
+    const bool done = fsync(fd) == 0 || errno == EINVAL;
+    ::close(fd);
+    return done;
   }
 };
 

@@ -4,15 +4,17 @@
 #include <windows.h>
 
 #include <new>
+#include <utility>
 
 #include "platform/file.h"
+#include "platform/gathering_file.h"
 
 namespace tavo::platform {
 namespace {
 
 constexpr DWORD kAttributes = FILE_ATTRIBUTE_NORMAL | FILE_FLAG_RANDOM_ACCESS;
 
-class Win32File final : public File {
+class Win32File final : public NativeFile {
  public:
   explicit Win32File(HANDLE handle) : handle_(handle) {}
   ~Win32File() override { close(); }
@@ -50,6 +52,18 @@ class Win32File final : public File {
     return UnlockFile(handle_, position, 0, count, 0) != 0;
   }
 
+  bool size(std::uint64_t& bytes) override {
+    LARGE_INTEGER now;
+    if (!GetFileSizeEx(handle_, &now)) return false;
+    bytes = static_cast<std::uint64_t>(now.QuadPart);
+    return true;
+  }
+
+  // The end of a file is not set behind what the volume has room for.
+  bool extend(std::uint64_t /*from*/, std::uint64_t to) override { return truncate(to); }
+
+  bool truncate(std::uint64_t size) override { return seek(size, 0) && SetEndOfFile(handle_) != 0; }
+
   bool close() override {
     if (handle_ == INVALID_HANDLE_VALUE) return true;
     const bool done = CloseHandle(handle_) != 0;
@@ -67,18 +81,19 @@ class Win32File final : public File {
   HANDLE handle_;
 };
 
-std::unique_ptr<File> openHandle(const char* path, DWORD access, DWORD sharing, DWORD how) {
+std::unique_ptr<NativeFile> openHandle(const char* path, DWORD access, DWORD sharing, DWORD how) {
   const HANDLE handle = CreateFileA(path, access, sharing, nullptr, how, kAttributes, nullptr);
   if (handle == INVALID_HANDLE_VALUE) return nullptr;
   auto* file = new (std::nothrow) Win32File(handle);
   if (file == nullptr) CloseHandle(handle);
-  return std::unique_ptr<File>(file);
+  return std::unique_ptr<NativeFile>(file);
 }
 
 class Win32FileSystem final : public FileSystem {
  public:
   std::unique_ptr<File> create(const char* path) override {
-    return openHandle(path, GENERIC_READ | GENERIC_WRITE, 0, CREATE_NEW);
+    return makeGatheringFile(openHandle(path, GENERIC_READ | GENERIC_WRITE, 0, CREATE_NEW),
+                             Access::kReadWrite);
   }
 
   std::unique_ptr<File> open(const char* path, Access access, Sharing sharing) override {
@@ -87,7 +102,9 @@ class Win32FileSystem final : public FileSystem {
     if (sharing == Sharing::kReadWrite) share |= FILE_SHARE_WRITE;
     const DWORD wanted =
         access == Access::kReadWrite ? GENERIC_READ | GENERIC_WRITE : DWORD{GENERIC_READ};
-    return openHandle(path, wanted, share, OPEN_EXISTING);
+    auto file = openHandle(path, wanted, share, OPEN_EXISTING);
+    if (sharing != Sharing::kNone) return file;
+    return makeGatheringFile(std::move(file), access);
   }
 
   bool remove(const char* path) override { return DeleteFileA(path) != 0; }

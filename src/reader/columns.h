@@ -55,21 +55,21 @@ class Columns {
 };
 
 // Parses the column definition that the current line begins, looking names up in the definition
-// table of columnsType; offsets are those of the record type dataType. Result: kGoOn; otherwise the
-// block is over and its reader returns the result: kStop, kEndOfInput (the input ended inside the
-// list, which leaves the block open), or an error number. A definition without "(" leaves the
+// table of columnsType; offsets are those of the record type dataType. kGoOn; otherwise the block
+// is over and its reader returns the answer: kStop, kEndOfInput (the input ended inside the list,
+// which leaves the block open), or kPassOver after an error. A definition without "(" leaves the
 // block's lines to the enclosing reader; after the other errors they have been passed over up to
 // the END of keyword.
-int parseColumns(Run& run, uint32_t keyword, RecordType columnsType, RecordType dataType,
-                 Columns* columns);
+Step parseColumns(Run& run, uint32_t keyword, RecordType columnsType, RecordType dataType,
+                  Columns* columns);
 
 // What became of a data line.
-enum class DataLine {
-  kGood,
-  kBad,       // reported; delivers no record
-  kLimit,     // the error limit is reached
-  kInputEnd,  // the input ended inside a continuation
-  kBlockEnd,  // the block's END stood where a continuation was due
+enum class [[nodiscard]] DataLine{
+    kGood,
+    kBad,       // reported; delivers no record
+    kLimit,     // the error limit is reached
+    kInputEnd,  // the input ended inside a continuation
+    kBlockEnd,  // the block's END stood where a continuation was due
 };
 
 // Splits the current line and its continuations into the columns' values below target, and says
@@ -78,9 +78,9 @@ DataLine parseDataLine(Run& run, uint32_t keyword, std::span<const Column> colum
                        Origin* origin);
 
 // Reports the missing END of a block: kEndOfInput, or kStop at the error limit.
-int reportOpenBlock(Run& run, uint32_t keyword);
+Step reportOpenBlock(Run& run, uint32_t keyword);
 
 // Passes lines over up to the END of keyword; kGoOn, kStop or kEndOfInput.
-int passOver(Run& run, uint32_t keyword);
+Step passOver(Run& run, uint32_t keyword);
 
 }  // namespace tavo::reader

@@ -127,14 +127,14 @@ void Diagnostics::writeFinding(const char* kind, int number, const SourceLine& l
     observer_->onFinding({number, line, line.columnOf(text), text, message});
 }
 
-int Diagnostics::reportError(int number, const SourceLine& line, std::string_view text) {
-  if (errorCount_ >= maxErrors_) return kStop;
+Step Diagnostics::reportError(int number, const SourceLine& line, std::string_view text) {
+  if (errorCount_ >= maxErrors_) return Step::kStop;
   writeFinding("error E", number, line, text, messageOf(kErrors, number, "internal error"));
   ++errorCount_;
-  return kGoOn;
+  return Step::kGoOn;
 }
 
-int Diagnostics::reportWarning(int number, const SourceLine& line, std::string_view text) {
+void Diagnostics::reportWarning(int number, const SourceLine& line, std::string_view text) {
   if (number == kNote) {
     char margin[64];
     std::snprintf(margin, sizeof margin, "%*s: ", 52, " ");
@@ -142,11 +142,10 @@ int Diagnostics::reportWarning(int number, const SourceLine& line, std::string_v
     write(text);  // whole, however long
     write("\n");
     if (observer_ != nullptr) observer_->onFinding({number, {line.number}, 0, text, {}});
-    return kGoOn;
+    return;
   }
   writeFinding("warning W", number, line, text, messageOf(kWarnings, number, "?"));
   ++warningCount_;
-  return kGoOn;
 }
 
 void Diagnostics::summary(std::string_view inputPath) {

@@ -8,18 +8,10 @@
 #include <string_view>
 
 #include "platform/text_file.h"
+#include "reader/answers.h"
 #include "schema/types.h"
 
 namespace tavo::reader {
-
-// Internal statuses between line reader, section readers and driver. Any error number (2000 and up)
-// that a reader returns after logging it counts as go on.
-inline constexpr int kGoOn = 0;
-inline constexpr int kStop = 3;  // the error limit is reached
-inline constexpr int kEndOfInput = 4;
-inline constexpr int kOutOfMemory = 10;
-inline constexpr int kAborted = 12;           // the callback asked to stop
-inline constexpr int kEndedByKeyword = 2012;  // the current line waits for the enclosing reader
 
 // Error and warning numbers; those about unknown points, lines and polygons are the catalogue's.
 using schema::kUnknownLine;
@@ -91,10 +83,10 @@ class Diagnostics {
   // Hands over what is still to be written and closes the log; a failure raises ioError.
   void close();
 
-  // 0, or kStop when the error limit had been reached, in which case nothing is written.
-  int reportError(int number, const SourceLine& line, std::string_view text);
-  // Always 0. kNote writes the text as it stands and counts nothing.
-  int reportWarning(int number, const SourceLine& line, std::string_view text);
+  // kGoOn, or kStop when the error limit had been reached, in which case nothing is written.
+  Step reportError(int number, const SourceLine& line, std::string_view text);
+  // kNote writes the text as it stands and counts nothing.
+  void reportWarning(int number, const SourceLine& line, std::string_view text);
   // To be told of losses only when somebody listens, since finding them costs time.
   bool observed() const { return observer_ != nullptr; }
   void noteLoss(Loss loss, const SourceLine& line, std::string_view text) {

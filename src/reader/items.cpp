@@ -8,23 +8,23 @@
 
 namespace tavo::reader {
 
-int parseItemLine(Run& run, const schema::FieldDef* table, schema::FieldDef* field,
-                  uint8_t (&value)[kItemValueSize]) {
+Step parseItemLine(Run& run, const schema::FieldDef* table, schema::FieldDef* field,
+                   uint8_t (&value)[kItemValueSize]) {
   const std::string_view text = schema::skipBlanks(run.line);
   const std::string_view word = schema::firstWord(text);
   if (schema::FindField(table, word, field) != schema::kFound) {
     run.reportWarning(kUnknownElement, word);
-    return kNoFormat;
+    return Step::kPassOver;
   }
   if (field->type == schema::DataType::kDefault || field->type == schema::DataType::kFree) {
-    return kNoFormat;
+    return Step::kPassOver;
   }
   // The value starts one character behind the word.
-  Cursor cursor(text.substr(std::min(word.size() + 1, text.size())));
-  const int status = parseField(run, cursor, field->type, field->width, field->unit, value);
-  if (status != 0) return status;
+  FieldCursor cursor(text.substr(std::min(word.size() + 1, text.size())));
+  const Step step = stepOf(parseField(run, cursor, field->type, field->width, field->unit, value));
+  if (step != Step::kGoOn) return step;
   cursor.skipBlanks();
-  if (cursor.atEnd() || *cursor.at == run.settings.terminator) return kGoOn;
+  if (cursor.atEnd() || *cursor.at == run.settings.terminator) return Step::kGoOn;
   return run.reportError(kSyntaxError, run.line);
 }
 

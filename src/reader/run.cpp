@@ -47,26 +47,26 @@ void Run::trim(bool keepTerminatorLine) {
   }
 }
 
-int Run::readLine(bool keepTerminatorLine) {
+Step Run::readLine(bool keepTerminatorLine) {
   for (;;) {
     bool complete = false;
     if (!source.next(&line, &complete)) return endInput();
     ++lineNumber;
     if (!complete) return readOverlong();
     trim(keepTerminatorLine);
-    if (!line.empty()) return kGoOn;
+    if (!line.empty()) return Step::kGoOn;
   }
 }
 
-int Run::endInput() {
+Step Run::endInput() {
   line = {};
   if (source.failed()) diagnostics.raiseIoError();
-  return kEndOfInput;
+  return Step::kEndOfInput;
 }
 
 // The current piece has no line feed. Either the line is too long, or the input ends without one,
 // and then its last piece is the line just as it was read.
-int Run::readOverlong() {
+Step Run::readOverlong() {
   std::memcpy(overlong_, line.data(), line.size());
   overlongSize_ = line.size();
   std::string_view piece;
@@ -80,7 +80,7 @@ int Run::readOverlong() {
     const char* const end = line.data() + line.size();
     const char* const cut = findTerminator(line.data(), end, settings.terminator);
     if (cut != nullptr) countComment({cut + 1, end});
-    return kGoOn;
+    return Step::kGoOn;
   }
   line = schema::skipBlanks({overlong_, overlongSize_});
   return fail(kExceedsLine, line);
@@ -93,14 +93,14 @@ SourceLine Run::sourceLine() const {
   return {lineNumber, overlong ? std::string_view(overlong_, overlongSize_) : source.piece()};
 }
 
-int Run::deliver(RecordType type, const void* record, const Origin& origin) {
+Step Run::deliver(RecordType type, const void* record, const Origin& origin) {
   ++recordCount;
   const uint32_t status =
       sink_.deliver(sink_.context, {type, record, origin.line, origin.given, block_});
-  return TVO_CODE(status) == TVO_ERR_ABORTED ? kAborted : kGoOn;
+  return TVO_CODE(status) == TVO_ERR_ABORTED ? Step::kAborted : Step::kGoOn;
 }
 
-int Run::SkipBlock(uint32_t closing) {
+Step Run::SkipBlock(uint32_t closing) {
   SourceLine first = sourceLine();
   char kept[kMaxLine];
   std::string_view token = schema::firstToken(schema::skipBlanks(line));
@@ -109,17 +109,20 @@ int Run::SkipBlock(uint32_t closing) {
   first.text = {kept, first.text.size()};
 
   for (;;) {
-    const int status = readLine();
-    if (status == kEndOfInput || status == kStop) return status;
-    if (status == kExceedsLine) continue;
-    const int end = schema::CheckEnd(line, closing);
-    if (end == schema::kForeignKeyword || end == kGoOn) break;
+    const Step read = readLine();
+    if (read == Step::kEndOfInput || read == Step::kStop) return read;
+    if (read == Step::kPassOver) continue;
+    const schema::EndLine end = schema::CheckEnd(line, closing);
+    if (end == schema::EndLine::kForeignKeyword || end == schema::EndLine::kThisEnd) break;
   }
 
   uint32_t keyword = schema::kUnknownSection;
-  const bool misplaced = schema::FindKeyword(token, &keyword) == schema::kFound;
-  const int status = misplaced ? diagnostics.reportError(kSectionMismatch, first, token)
-                               : diagnostics.reportWarning(kUnknownSectionWarning, first, token);
+  Step step = Step::kGoOn;
+  if (schema::FindKeyword(token, &keyword) == schema::kFound) {
+    step = diagnostics.reportError(kSectionMismatch, first, token);
+  } else {
+    diagnostics.reportWarning(kUnknownSectionWarning, first, token);
+  }
   // Numbers of the log are 16 bits wide and wrap.
   const int from = static_cast<uint16_t>(first.number);
   const int to = static_cast<uint16_t>(lineNumber - 1);
@@ -130,7 +133,7 @@ int Run::SkipBlock(uint32_t closing) {
     std::snprintf(note, sizeof note, "lines %d - %d will be ignored", from, to);
   }
   reportWarning(kNote, note);
-  return status;
+  return step;
 }
 
 }  // namespace tavo::reader

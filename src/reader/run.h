@@ -76,37 +76,37 @@ class Run {
   uint64_t recordCount = 0;
   uint64_t commentCount = 0;  // comment lines, and comments behind other text
 
-  // Reads the next line that holds data into line. kGoOn, kEndOfInput, or the status of the report
-  // on an overlong line (kExceedsLine, or kStop at the error limit), of which line then holds the
-  // beginning. With keepTerminatorLine a line of the terminator alone is delivered, too.
-  int readLine(bool keepTerminatorLine = false);
+  // Reads the next line that holds data into line. kGoOn, kEndOfInput, or for an overlong line, of
+  // which line then holds the beginning, kPassOver, at the error limit kStop. With
+  // keepTerminatorLine a line of the terminator alone is delivered, too.
+  Step readLine(bool keepTerminatorLine = false);
 
   // The current line as it is in the file.
   SourceLine sourceLine() const;
 
   // Report on the current line's number. An error gives kGoOn, or kStop at the error limit.
-  int reportError(int number, std::string_view text) {
+  Step reportError(int number, std::string_view text) {
     return diagnostics.reportError(number, sourceLine(), text);
   }
-  int reportWarning(int number, std::string_view text) {
-    return diagnostics.reportWarning(number, sourceLine(), text);
+  void reportWarning(int number, std::string_view text) {
+    diagnostics.reportWarning(number, sourceLine(), text);
   }
   void noteLoss(Loss loss, std::string_view text) {
     if (diagnostics.observed()) diagnostics.noteLoss(loss, sourceLine(), text);
   }
-  // Reports and answers with the error number itself as status, or kStop at the error limit.
-  int fail(int number, std::string_view text) {
-    return reportError(number, text) == kStop ? kStop : number;
+  // Reports what cannot be used: kPassOver, or kStop at the error limit.
+  Step fail(int number, std::string_view text) {
+    return reportError(number, text) == Step::kStop ? Step::kStop : Step::kPassOver;
   }
 
   // Hands a record to the sink: kGoOn, or kAborted when the sink asked to stop.
-  int deliver(RecordType type, const void* record, const Origin& origin);
+  Step deliver(RecordType type, const void* record, const Origin& origin);
   bool wantsOrigins() const { return sink_.wantsOrigins; }
 
   // Skips a block that may not stand here, up to a keyword line other than END or the END of
   // closing, and reports it. The line on which it stopped is the current line. kGoOn, kStop or
   // kEndOfInput, in which case nothing is reported.
-  int SkipBlock(uint32_t closing);
+  Step SkipBlock(uint32_t closing);
 
   // While it lives, records belong to a block of a number of its own, then to the one around it
   // again.
@@ -125,8 +125,8 @@ class Run {
  private:
   void trim(bool keepTerminatorLine);
   void countComment(std::string_view behind);
-  int readOverlong();
-  int endInput();
+  Step readOverlong();
+  Step endInput();
 
   RecordSink sink_;
   uint32_t block_ = 0;       // number of the block whose lines are read

@@ -116,14 +116,16 @@ int LineKeyword(std::string_view line, uint32_t* keyword) {
   return FindKeyword(firstToken(text), keyword);
 }
 
-int CheckEnd(std::string_view line, uint32_t keyword) {
+EndLine CheckEnd(std::string_view line, uint32_t keyword) {
   const std::string_view text = skipBlanks(line);
   uint32_t found = kUnknownSection;
-  if (LineKeyword(text, &found) != kFound) return kNoKeyword;
-  if (found != kEnd) return kForeignKeyword;
+  if (LineKeyword(text, &found) != kFound) return EndLine::kNoKeyword;
+  if (found != kEnd) return EndLine::kForeignKeyword;
   // The END word itself ends at a blank only: END(JOBS) closes nothing.
-  if (LineKeyword(text.substr(firstWord(text).size()), &found) != kFound) return kUnknownEnd;
-  return found == keyword ? 0 : kOtherEnd;
+  if (LineKeyword(text.substr(firstWord(text).size()), &found) != kFound) {
+    return EndLine::kUnknownEnd;
+  }
+  return found == keyword ? EndLine::kThisEnd : EndLine::kOtherEnd;
 }
 
 }  // namespace tavo::schema

@@ -4,15 +4,15 @@
 
 namespace tavo::sections {
 
-int readData(reader::Run& run, const schema::BlockDef& block) {
+Step readData(reader::Run& run, const schema::BlockDef& block) {
   reader::Columns columns;
   reader::Origin origin{run.lineNumber};
-  int status = reader::parseColumns(run, block.keyword, block.columns, block.data, &columns);
-  if (status != reader::kGoOn) return finishBlock(run, block, status);
+  Step step = reader::parseColumns(run, block.keyword, block.columns, block.data, &columns);
+  if (step != Step::kGoOn) return finishBlock(run, block, step);
   const ColumnsRecord declared = columns.record();
   origin.given = columns.declared();
-  status = run.deliver(block.columns, &declared, origin);
-  if (status != reader::kGoOn) return status;
+  step = run.deliver(block.columns, &declared, origin);
+  if (step != Step::kGoOn) return step;
 
   // Every line sets all declared members, so the others stay zero.
   uint8_t record[schema::kRecordRoom] = {};

@@ -20,14 +20,20 @@ uint32_t coded(int result, uint16_t code) {
 }  // namespace
 
 RecordStore::RecordStore(platform::FileSystem& files, unsigned buffers)
-    : files_(files), cache_(buffers), file_(cache_, files), path_{} {
+    : files_(files), cache_(buffers), file_(cache_, files), path_{}, journal_{} {
   memcpy(path_.data(), kDefaultPath, sizeof(kDefaultPath));
+}
+
+engine::Options RecordStore::options() const {
+  engine::Options options;
+  if (journal_[0] != '\0') options.journal = journal_.data();
+  return options;
 }
 
 uint32_t RecordStore::createDefault() {
   if (isOpen()) close();
   engine::removeFile(path(), files_);
-  if (const int result = file_.create(path(), kIndexes); result != engine::kOk) {
+  if (const int result = file_.create(path(), kIndexes, options()); result != engine::kOk) {
     return coded(result, TVO_ERR_DATA_FILE);
   }
   file_.setWriteMode(kWriteMode);
@@ -36,9 +42,9 @@ uint32_t RecordStore::createDefault() {
 
 uint32_t RecordStore::openExisting(platform::Access access) {
   if (isOpen()) return TVO_ERR_DATA_FILE_OPEN;
-  engine::Options options;
-  options.access = static_cast<int>(access);
-  if (const int result = file_.open(path(), kIndexes, options); result != engine::kOk) {
+  engine::Options wanted = options();
+  wanted.access = static_cast<int>(access);
+  if (const int result = file_.open(path(), kIndexes, wanted); result != engine::kOk) {
     return coded(result, TVO_ERR_DATA_FILE);
   }
   file_.setWriteMode(kWriteMode);
@@ -55,17 +61,21 @@ uint32_t RecordStore::closeDataFile() {
 }
 
 // False, and the path as it was, when the new one has no room.
-bool RecordStore::takePath(const char* path) {
+bool RecordStore::takePath(const char* path, Path& taken) {
   if (path == nullptr) return false;
-  const void* end = memchr(path, '\0', path_.size());
+  const void* end = memchr(path, '\0', taken.size());
   if (end == nullptr) return false;
-  memmove(path_.data(), path, static_cast<size_t>(static_cast<const char*>(end) - path) + 1);
+  memmove(taken.data(), path, static_cast<size_t>(static_cast<const char*>(end) - path) + 1);
   return true;
+}
+
+bool RecordStore::setJournal(const char* path) {
+  return takePath(path == nullptr ? "" : path, journal_);
 }
 
 uint32_t RecordStore::setDataFile(const char* path) {
   if (isOpen()) return TVO_ERR_DATA_FILE_OPEN;
-  if (!takePath(path)) return TVO_ERR_OPEN;
+  if (!takePath(path, path_)) return TVO_ERR_OPEN;
   const uint32_t status = createDefault();
   return status == TVO_OK ? status : coded(static_cast<int>(status), TVO_ERR_OPEN);
 }
@@ -75,7 +85,7 @@ uint32_t RecordStore::openDataFile(const char* path, platform::Access access) {
   if (isOpen() && strncmp(path, path_.data(), path_.size()) == 0) return TVO_OK;
   if (memchr(path, '\0', path_.size()) == nullptr) return TVO_ERR_DATA_FILE;
   closeDataFile();
-  takePath(path);
+  takePath(path, path_);
   return openExisting(access);
 }
 

@@ -49,6 +49,11 @@ class RecordStore {
   // or the engine's code.
   uint32_t remove(void* record);
 
+  // Names the journal of the data file that is created or opened next: with one, every change is
+  // durable when it returns, and one that was cut off is taken back by the next opener. Null or
+  // empty for none, as at first. False, and nothing changed, when the path is too long.
+  bool setJournal(const char* path);
+
   // Takes the path and creates a new, empty data file there. 0, 2565 (a file is open), 2571.
   uint32_t setDataFile(const char* path);
 
@@ -83,13 +88,17 @@ class RecordStore {
   uint32_t seek(RecordType type, const void* record, Lookup lookup);
   uint32_t scan(RecordType type, Lookup lookup);
   uint32_t currentForm(RecordType* type, RecordForm** form);
-  bool takePath(const char* path);
+  engine::Options options() const;
 
   platform::FileSystem& files_;
   engine::PageCache cache_;
   engine::Store file_;
   RecordForms forms_;
-  std::array<char, kMaxPath + 1> path_;
+  using Path = std::array<char, kMaxPath + 1>;
+  static bool takePath(const char* path, Path& taken);
+
+  Path path_;
+  Path journal_;  // empty: none
 };
 
 }  // namespace tavo::store

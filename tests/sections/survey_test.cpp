@@ -140,7 +140,7 @@ class Reading final : public reader::FindingObserver {
     reader::Run run({&count, this}, &columns);
     ASSERT_TRUE(run.source.open(path));
     ASSERT_TRUE(run.diagnostics.open("survey.log", 65535, this));
-    sections::readSections(run);
+    EXPECT_EQ(sections::readSections(run), reader::Step::kEndOfInput);
   }
   void onFinding(const reader::Finding& finding) override {
     findings += std::to_string(finding.line.number) + " " + std::to_string(finding.number) + " " +

@@ -1,6 +1,8 @@
 // Begins and takes back changes.
 #include "store/engine/change.h"
 
+#include "store/engine/page_cache.h"
+
 namespace tavo::engine {
 
 Change::Change(ControlBlock& file)

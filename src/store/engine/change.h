@@ -5,7 +5,8 @@
 #include <cassert>
 #include <cstdint>
 
-#include "store/engine/block.h"
+#include "store/engine/control_block.h"
+#include "store/engine/transaction.h"
 
 namespace tavo::engine {
 

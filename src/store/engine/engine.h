@@ -43,6 +43,7 @@ enum Code : int {
   kBadSegments = -37,     // bad key segment list
   kInterrupted = -40,     // safe-write mode: the file was left in the middle of a write
   kNegativePage = -43,    // a negative page number was asked for
+  kBadJournal = -44,      // no journal, or that of another file or of another state of this one
   kOpenFailed = -101,     // a shared open could not fall back to an exclusive one
   kNoTransaction = -102,  // a lock of a transaction failed
   kNotLocked = -107,      // shared file: the record is not locked by this opener
@@ -135,6 +136,10 @@ struct Options {
   std::uint32_t workBufferSize = 1024;  // largest packed record
   bool checkFields = true;              // check field lists before they are used
   bool queuedGate = false;              // writers of a shared file take turns in order
+  // The file's journal, at most 1023 characters; null for none. With it every transaction happens
+  // as a whole or not at all and is on the medium when its end returns, in every write mode. It is
+  // made when it is not there. All openers of a file must name the same one.
+  const char* journal = nullptr;
 };
 
 // One data file. Every operation returns a Code; none throws. A store that is still open when it is

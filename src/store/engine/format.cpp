@@ -25,7 +25,7 @@ struct Word {
   std::uint32_t FileHeader::*member;
 };
 constexpr std::array<Word, 12> kWords = {{{0, &FileHeader::changeCounter},
-                                          {12, &FileHeader::word12},
+                                          {kFileIdOffset, &FileHeader::fileId},
                                           {28, &FileHeader::word28},
                                           {36, &FileHeader::pagesInUse},
                                           {44, &FileHeader::nextRecord},

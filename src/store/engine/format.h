@@ -56,10 +56,13 @@ constexpr std::uint8_t kMaxKeyType = 23;
 constexpr std::uint8_t kSegmentKey = 8;
 constexpr std::uint32_t kMaxKeyBytes = 241;  // of a key, a length byte before it not counted
 
+// Word 12 is 0, or the number that names the file to its journal.
+constexpr std::uint32_t kFileIdOffset = 12;
+
 struct FileHeader {
   std::uint32_t changeCounter;
   std::uint8_t order[4];
-  std::uint32_t word12;
+  std::uint32_t fileId;
   std::uint32_t word28;
   std::uint32_t pagesInUse;
   std::uint32_t nextRecord;
@@ -89,6 +92,7 @@ constexpr std::uint32_t kPageHead = 18;
 constexpr int kPageRoom = static_cast<int>(kPageSize - kPageHead);
 constexpr int kSplitHalf = kPageRoom / 2;
 constexpr int kMaxEntries = 143;
+constexpr int kMaxHeight = 32;  // levels of the tree
 constexpr std::int32_t kNoPage = -1;
 
 namespace page {

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "store/engine/block.h"
+#include "store/engine/control_block.h"
 #include "store/engine/record.h"
 
 namespace tavo::engine {

@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "store/engine/block.h"
+#include "store/engine/control_block.h"
 
 namespace tavo::engine {
 

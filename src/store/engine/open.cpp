@@ -1,11 +1,16 @@
 // Creating, opening and closing of store files.
+#include "store/engine/open.h"
+
 #include <cstring>
 #include <new>
 
-#include "store/engine/block.h"
 #include "store/engine/change.h"
 #include "store/engine/key.h"
 #include "store/engine/locks.h"
+#include "store/engine/page_cache.h"
+#include "store/engine/recovery.h"
+#include "store/engine/result.h"
+#include "store/engine/transaction.h"
 
 namespace tavo::engine {
 namespace {
@@ -42,6 +47,16 @@ int matchIndexes(const ControlBlock& file, const IndexDef* indexes) {
   return kOk;
 }
 
+int prepareJournal(ControlBlock& file, const char* path) {
+  file.journal.reset();
+  if (path == nullptr) return kOk;
+  const std::size_t length = strnlen(path, kMaxPath + 1);
+  if (length == 0 || length > kMaxPath) return kBadArgument;
+  std::memcpy(file.journalPath, path, length + 1);
+  file.journal.reset(new (std::nothrow) Journal(file.files, file.journalPath));
+  return file.journal == nullptr ? int{kNoMemory} : int{kOk};
+}
+
 // Everything of the control block that an open file starts with.
 int prepare(ControlBlock& file, const char* path, const IndexDef* indexes, const Options& options) {
   const std::size_t length = path == nullptr ? 0 : strnlen(path, kMaxPath + 1);
@@ -49,6 +64,7 @@ int prepare(ControlBlock& file, const char* path, const IndexDef* indexes, const
   int code = checkIndexes(indexes);
   if (code == kOk) code = file.cache == nullptr ? kNoMemory : file.cache->prepare();
   if (code == kOk) code = keepSegments(file, indexes);
+  if (code == kOk) code = prepareJournal(file, options.journal);
   if (code != kOk) return code;
   file.packed.reset(new (std::nothrow) std::uint8_t[options.workBufferSize]);
   file.old.reset(new (std::nothrow) std::uint8_t[options.workBufferSize]);
@@ -145,9 +161,12 @@ int clearStaleLocks(ControlBlock& file) {
 // The open file's header, slot and locks, after its handle is had.
 int enterFile(ControlBlock& file, const IndexDef* indexes) {
   int code = file.shared() ? awaitCreator(file) : kOk;
+  if (code == kOk) code = recover(file);
   if (code == kOk) code = readHeader(file);
+  if (code == kOk) file.headerStale = false;
   if (code == kOk && file.shared()) code = claimSlot(file);
   if (code == kOk) code = matchIndexes(file, indexes);
+  if (code == kOk) code = provideJournal(file);
   if (code != kOk) return code;
   file.writeMode = file.shared() ? 1 : 3;
   // Another opener of a shared file may extend it, so only an exclusive one knows its reserve to be
@@ -158,7 +177,7 @@ int enterFile(ControlBlock& file, const IndexDef* indexes) {
   return code == kCorrupt || code == kInterrupted ? kOk : code;
 }
 
-int openFile(ControlBlock& file, const IndexDef* indexes) {
+int enterOpened(ControlBlock& file, const IndexDef* indexes) {
   int code = openHandle(file);
   if (code == kOk) code = enterFile(file, indexes);
   if (code == kOk && file.shared()) code = unlockGate(file);
@@ -168,6 +187,7 @@ int openFile(ControlBlock& file, const IndexDef* indexes) {
   }
   if (file.file != nullptr) file.cache->drop(file);
   file.file.reset();
+  file.journal.reset();
   return code;
 }
 
@@ -191,6 +211,7 @@ int releaseFile(ControlBlock& file) {
   int code = kOk;
   if (file.access == 2) {
     if (file.shared()) code = runChange(file, [&](Change&) { return releaseRecordLocks(file); });
+    if (file.journal != nullptr) return completeWrite(file) == kOk ? code : int{kHeaderTransfer};
     if (file.safe && file.cache->anyDirty(file) && safeWriteStep(file) != kOk)
       code = kHeaderTransfer;
     if (file.headerChanged && writeHeader(file) != kOk) code = kHeaderTransfer;
@@ -201,75 +222,49 @@ int releaseFile(ControlBlock& file) {
 
 }  // namespace
 
-int keepSegments(ControlBlock& file, const IndexDef* indexes) {
-  for (const IndexDef* def = indexes; def != nullptr && def->index != 0; ++def) {
-    std::uint32_t count = 0;
-    if (def->segments == nullptr || checkSegments(def->segments, count) != kOk) continue;
-    auto& kept = file.segments[def->index];
-    kept.reset(new (std::nothrow) KeySegment[count + 1]);
-    if (kept == nullptr) return kNoMemory;
-    std::memcpy(kept.get(), def->segments, (count + 1) * sizeof(KeySegment));
-  }
-  return kOk;
-}
+std::unique_ptr<platform::File> openHandleAgain(ControlBlock& file) { return openExclusive(file); }
 
-Store::Store(PageCache& cache, platform::FileSystem& files)
-    : cache_(cache), block_(std::make_unique<ControlBlock>(&cache.impl(), files)) {}
-
-Store::~Store() {
-  if (isOpen())
-    close();
-  else if (block_ != nullptr && !block_->guarded())
-    cache_.impl().drop(*block_);  // its pages must not outlive it
-}
-
-int Store::answer(int code) {
-  systemFailed_ = code == kSystemFailed;
-  return publicCode(code);
-}
-
-int Store::create(const char* path, const IndexDef* indexes, const Options& options) {
-  if (block_ == nullptr) return kNoMemory;
-  ControlBlock& file = *block_;
+int createFile(ControlBlock& file, const char* path, const IndexDef* indexes,
+               const Options& options) {
   if (!file.guarded()) return kBadBlock;
   if (file.state == 'O') return kBadArgument;
   if (options.orderMode < 1 || options.orderMode > 3) return kBadOrderMode;
   Options wanted = options;
   wanted.access = 2;
   int code = prepare(file, path, indexes, wanted);
-  if (code != kOk) return answer(code);
+  if (code != kOk) return code;
   file.file = file.files.create(file.path);
-  if (file.file == nullptr) return answer(kSystemFailed);
+  if (file.file == nullptr) return kSystemFailed;
   code = writeFreshFile(file, indexes, options.orderMode);
+  if (code == kOk && !file.shared()) code = recover(file);
+  if (code == kOk && !file.shared()) code = provideJournal(file);
   if (code == kOk && file.shared()) {
     file.file.reset();
-    return answer(openFile(file, indexes));
+    return enterOpened(file, indexes);
   }
   if (code != kOk) {
     // What could not be set up is no store file and would only be in the way.
     file.file.reset();
+    file.journal.reset();
     file.files.remove(file.path);
-    return answer(code);
+    return code;
   }
   file.writeMode = 3;
   file.knownZero = 0;
   file.state = 'O';
-  return answer(kOk);
+  return kOk;
 }
 
-int Store::open(const char* path, const IndexDef* indexes, const Options& options) {
-  if (block_ == nullptr) return kNoMemory;
-  ControlBlock& file = *block_;
+int openFile(ControlBlock& file, const char* path, const IndexDef* indexes,
+             const Options& options) {
   if (!file.guarded()) return kBadBlock;
   if (file.state == 'O') return kBadArgument;
   if (options.access != 1 && options.access != 2) return kBadArgument;
   const int code = prepare(file, path, indexes, options);
-  return answer(code != kOk ? code : openFile(file, indexes));
+  return code != kOk ? code : enterOpened(file, indexes);
 }
 
-int Store::close() {
-  if (block_ == nullptr) return kNotOpen;
-  ControlBlock& file = *block_;
+int closeFile(ControlBlock& file) {
   int code = file.check();
   if (code != kOk) return code;
   // Brackets that were left open end here.
@@ -295,25 +290,12 @@ int Store::close() {
   if (!file.file->close() && code == kOk) code = kSystemFailed;
   file.file.reset();
   file.state = 'C';
+  file.journal.reset();
   file.packed.reset();
   file.old.reset();
   for (auto& kept : file.segments) kept.reset();
   file.currentRecord = 0;
-  return answer(code);
+  return code;
 }
-
-bool Store::isOpen() const { return block_ != nullptr && block_->check() == kOk; }
-
-int Store::setWriteMode(int mode) {
-  const int code = block_ == nullptr ? kNotOpen : block_->check();
-  if (code != kOk) return code;
-  if (mode < 0 || mode > 4) return answer(kNotFound);
-  block_->writeMode = block_->shared() && (mode == 2 || mode == 3) ? 1 : mode;
-  return kOk;
-}
-
-int Store::writeMode() const { return block_ == nullptr ? 0 : block_->writeMode; }
-
-bool removeFile(const char* path, platform::FileSystem& files) { return files.remove(path); }
 
 }  // namespace tavo::engine

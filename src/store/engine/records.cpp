@@ -1,11 +1,16 @@
-// The public operations on records: insert, replace, remove, read, and their locks.
-#include <algorithm>
+// Inserts, replaces, removes and reads records: their keys, their pieces and their numbers.
+#include "store/engine/records.h"
 
-#include "store/engine/block.h"
+#include <algorithm>
+#include <cstring>
+
 #include "store/engine/change.h"
 #include "store/engine/key.h"
 #include "store/engine/locks.h"
+#include "store/engine/page_cache.h"
 #include "store/engine/record.h"
+#include "store/engine/result.h"
+#include "store/engine/transaction.h"
 #include "store/engine/tree.h"
 
 namespace tavo::engine {
@@ -246,7 +251,7 @@ int takeNumber(ControlBlock& file, std::int32_t& number) {
   if (header.nextRecord == 0 || header.nextRecord >= 0x7FFFFFFF) return kHeaderTransfer;
   number = static_cast<std::int32_t>(header.nextRecord++);
   file.headerChanged = true;
-  return file.writeMode >= 1 && file.writeMode <= 3 ? writeHeader(file) : kOk;
+  return file.writesHeaderAhead() ? writeHeader(file) : int{kOk};
 }
 
 int keepNumber(ControlBlock& file, std::int32_t number) {
@@ -290,8 +295,8 @@ void positionOn(ControlBlock& file, const Field* fields, std::int32_t record) {
   }
 }
 
-int insertRecord(ControlBlock& file, const Field* fields, std::uint8_t typeByte,
-                 std::int32_t& number) {
+int insertNew(ControlBlock& file, const Field* fields, std::uint8_t typeByte,
+              std::int32_t& number) {
   Packed record;
   record.bytes = file.packed.get();
   // Packed and provided for before it gets a number, so that a refusal here takes none.
@@ -304,7 +309,7 @@ int insertRecord(ControlBlock& file, const Field* fields, std::uint8_t typeByte,
   return code;
 }
 
-int replaceRecord(ControlBlock& file, const Field* fields) {
+int replaceCurrent(ControlBlock& file, const Field* fields) {
   const std::int32_t number = file.currentRecord;
   int code = checkRecordLock(file, number);
   if (code == kOk) code = reserveFor(file, fields);
@@ -333,7 +338,7 @@ int removeEntries(ControlBlock& file, const RecordValues& values, std::int32_t n
   return code;
 }
 
-int removeRecord(ControlBlock& file, const Field* fields, Change& change) {
+int removeCurrent(ControlBlock& file, const Field* fields, Change& change) {
   const std::int32_t number = file.currentRecord;
   int code = checkRecordLock(file, number);
   Packed before;
@@ -372,100 +377,50 @@ int useRecord(ControlBlock& file, Use&& use) {
 
 }  // namespace
 
-int Store::insert(const Field* fields, std::uint8_t typeByte) {
-  if (block_ == nullptr) return kNotOpen;
-  ControlBlock& file = *block_;
+int insertRecord(ControlBlock& file, const Field* fields, std::uint8_t typeByte) {
   int code = checkChange(file, fields, true, false);
   if (code != kOk) return code;
   std::int32_t number = 0;
   code = runChange(
-      file, [&](Change&) { return insertRecord(file, fields, typeByte, number); },
+      file, [&](Change&) { return insertNew(file, fields, typeByte, number); },
       [&](Change& change) { giveBackNumber(file, change, number); });
   if (code == kOk) {
     file.currentRecord = number;
     positionOn(file, fields, number);
   }
-  return answer(code);
+  return code;
 }
 
-int Store::replace(const Field* fields) {
-  if (block_ == nullptr) return kNotOpen;
-  const int code = checkChange(*block_, fields, true, true);
+int replaceRecord(ControlBlock& file, const Field* fields) {
+  const int code = checkChange(file, fields, true, true);
   if (code != kOk) return code;
-  return answer(runChange(*block_, [&](Change&) { return replaceRecord(*block_, fields); }));
+  return runChange(file, [&](Change&) { return replaceCurrent(file, fields); });
 }
 
-int Store::remove(const Field* fields) {
-  if (block_ == nullptr) return kNotOpen;
-  ControlBlock& file = *block_;
+int removeRecord(ControlBlock& file, const Field* fields) {
   int code = checkChange(file, fields, false, true);
   if (code != kOk) return code;
-  code = runChange(file, [&](Change& change) { return removeRecord(file, fields, change); });
+  code = runChange(file, [&](Change& change) { return removeCurrent(file, fields, change); });
   if (code == kOk) file.currentRecord = 0;
-  return answer(code);
+  return code;
 }
 
-int Store::read(const Field* fields) {
-  int code = block_ == nullptr ? int{kNotOpen} : block_->check();
+int readRecord(ControlBlock& file, const Field* fields) {
+  int code = file.check();
   if (code == kOk && fields == nullptr) code = kBadFieldType;
-  if (code == kOk && block_->checkFields)
-    code = checkFieldList(fields, block_->header.keyType, false);
+  if (code == kOk && file.checkFields) code = checkFieldList(fields, file.header.keyType, false);
   if (code != kOk) return code;
-  return answer(useRecord(*block_, [&](const Packed& record) {
-    return unpackRecord(fields, record.bytes, record.size);
-  }));
+  return useRecord(
+      file, [&](const Packed& record) { return unpackRecord(fields, record.bytes, record.size); });
 }
 
-int Store::typeByte(std::uint8_t* type) {
-  const int code = block_ == nullptr ? int{kNotOpen} : block_->check();
+int readTypeByte(ControlBlock& file, std::uint8_t* type) {
+  const int code = file.check();
   if (code != kOk) return code;
-  return answer(useRecord(*block_, [&](const Packed& record) {
+  return useRecord(file, [&](const Packed& record) {
     *type = record.bytes[kRecordType];
     return int{kOk};
-  }));
+  });
 }
-
-int Store::lockRecord() {
-  if (block_ == nullptr) return kNotOpen;
-  ControlBlock& file = *block_;
-  int code = file.check();
-  if (code == kOk && file.access != 2) code = kReadOnly;
-  if (code == kOk && file.currentRecord == 0) code = kNoCurrentRecord;
-  if (code != kOk || !file.shared()) return code;
-  return answer(runChange(file, [&](Change&) { return takeRecordLock(file, file.currentRecord); }));
-}
-
-int Store::unlockRecord() {
-  if (block_ == nullptr) return kNotOpen;
-  ControlBlock& file = *block_;
-  int code = file.check();
-  if (code == kOk && file.access != 2) code = kReadOnly;
-  if (code == kOk && file.currentRecord == 0) code = kNoCurrentRecord;
-  if (code != kOk || !file.shared()) return code;
-  return answer(
-      runChange(file, [&](Change&) { return releaseRecordLock(file, file.currentRecord); }));
-}
-
-int Store::setUserArea(const void* bytes, std::uint32_t length) {
-  if (block_ == nullptr) return kNotOpen;
-  ControlBlock& file = *block_;
-  int code = file.check();
-  if (code == kOk && file.access != 2) code = kReadOnly;
-  if (code == kOk && length > sizeof file.header.user) code = kBadArgument;
-  if (code != kOk) return code;
-  const FileHeader before = file.header;
-  const auto set = [&file](const void* area, std::uint32_t size) {
-    std::memset(file.header.user, 0, sizeof file.header.user);
-    if (size != 0) std::memcpy(file.header.user, area, size);
-    file.header.userLength = size;
-    return int{kOk};
-  };
-  return answer(runChange(
-      file, [&](Change&) { return set(bytes, length); },
-      [&](Change&) { set(before.user, before.userLength); }));
-}
-
-PageCache::PageCache(unsigned buffers) : impl_(std::make_unique<Impl>(buffers)) {}
-PageCache::~PageCache() = default;
 
 }  // namespace tavo::engine

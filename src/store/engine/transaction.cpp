@@ -1,8 +1,12 @@
 // Read and write transactions: the byte-range locks between processes, the change check, and the
 // writes that end a change. An exclusive file locks nothing.
+#include "store/engine/transaction.h"
+
 #include <cassert>
 
-#include "store/engine/block.h"
+#include "store/engine/page_cache.h"
+#include "store/engine/recovery.h"
+#include "store/engine/result.h"
 
 namespace tavo::engine {
 namespace {
@@ -95,6 +99,29 @@ int clearModifiedMarker(ControlBlock& file) {
   return file.file->flush() ? kOk : kSystemFailed;
 }
 
+// The end of a transaction that happens as a whole or not at all; see journal.h.
+int commit(ControlBlock& file) {
+  Journal& journal = *file.journal;
+  if (!journal.begun()) return file.headerChanged ? int{kWriteFailed} : int{kOk};
+  if (file.header.changeCounter == 0) file.header.changeCounter = 1;
+  std::uint8_t header[kHeaderSize];
+  encodeHeader(file.header, header);
+  int code = journal.saveHeader(header);
+  if (code == kOk) code = journal.sync();
+  if (code == kOk) code = writePending(file);
+  // What was flushed in vain may never reach the medium.
+  if (code == kSystemFailed) journal.fail();
+  return code == kOk ? journal.finish() : code;
+}
+
+// The header as it is in the file goes to the journal.
+int beginJournal(ControlBlock& file) {
+  if (file.journal->begun()) return kOk;
+  std::uint8_t header[kHeaderSize];
+  const int code = headerCode(file.file->readAt(0, header, kHeaderSize), kSystemFailed, kShortRead);
+  return code == kOk ? file.journal->begin(header) : code;
+}
+
 // A safe-write file must not be in the middle of a write, be it another opener's or an earlier one
 // of ours whose end could not be written; ours is brought to its end first.
 int checkModifiedMarker(ControlBlock& file) {
@@ -140,17 +167,13 @@ int lockForWrite(ControlBlock& file) {
   int code = unlockReaders(file);
   if (code != kOk) return code;
   if (lockGate(file) != kOk) return kNoTransaction;
-  code = checkChange(file);
+  code = recover(file);
+  if (code == kOk) code = checkChange(file);
   if (code != kOk) unlockAfterWrite(file);
   return code;
 }
 
 }  // namespace
-
-void Store::ControlBlock::invalidatePositions() {
-  ++stamp;
-  for (Hint& hint : hints) hint.page = kNoPage;
-}
 
 int readHeader(ControlBlock& file) {
   std::uint8_t bytes[kHeaderSize];
@@ -223,7 +246,9 @@ int enterRead(ControlBlock& file) {
   if (file.shared() && file.gate == 'U' && file.readerState == 1) {
     // Passing through the gate lets a waiting writer keep new readers out.
     if (lockGate(file) != kOk) return kNoTransaction;
-    if (unlockGate(file) != kOk || lockOwnReader(file) != kOk) return kNoTransaction;
+    const int recovered = recover(file);
+    if (unlockGate(file) != kOk || recovered != kOk || lockOwnReader(file) != kOk)
+      return kNoTransaction;
     if (checkChange(file) != kOk) {
       unlockReaders(file);
       return kNoTransaction;
@@ -254,12 +279,10 @@ int enterWrite(ControlBlock& file) {
   int code = kOk;
   if (file.shared() && file.gate == 'U') code = lockForWrite(file);
   if (code != kOk) return code;
-  file.safe = file.writeMode == 4;
-  if (file.safe) {
-    code = checkModifiedMarker(file);
-  } else if (file.shared()) {
-    code = lockAllReaders(file);
-  }
+  file.safe = file.writeMode == 4 && file.journal == nullptr;
+  if (file.writeMode == 4) code = checkModifiedMarker(file);
+  if (code == kOk && file.shared() && !file.safe) code = lockAllReaders(file);
+  if (code == kOk && file.journal != nullptr) code = beginJournal(file);
   if (code != kOk) {
     file.safe = file.markerHandled = false;
     if (file.shared()) unlockAfterWrite(file);
@@ -274,6 +297,11 @@ int enterWrite(ControlBlock& file) {
 }
 
 int completeWrite(ControlBlock& file) {
+  if (file.journal != nullptr) {
+    // Beyond the change that has them, the images are in the journal alone.
+    const int code = file.journal->begun() ? file.journal->save(file.images) : int{kOk};
+    return code != kOk || file.writeNest > 1 ? code : commit(file);
+  }
   if (file.writeNest > 1) return kOk;
   if (!file.shared() && !file.safe && !file.markerWritten)
     return file.writeMode == 0 || file.file->flush() ? kOk : kSystemFailed;
@@ -284,7 +312,16 @@ int completeWrite(ControlBlock& file) {
 int releaseWrite(ControlBlock& file) {
   if (--file.writeNest != 0) return kOk;
   file.safe = file.markerHandled = false;
-  return file.shared() ? unlockAfterWrite(file) : kOk;
+  if (!file.shared()) return kOk;
+  if (file.journal != nullptr && file.journal->begun()) {
+    // Its end failed. Whoever takes the gate next takes the whole of it back.
+    file.cache->drop(file);
+    file.invalidatePositions();
+    file.headerStale = true;
+    file.headerChanged = file.owesWrites = false;
+    file.journal->forget();
+  }
+  return unlockAfterWrite(file);
 }
 
 int leaveWrite(ControlBlock& file) {

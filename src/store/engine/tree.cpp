@@ -6,6 +6,7 @@
 #include <cassert>
 
 #include "store/engine/key.h"
+#include "store/engine/transaction.h"
 
 namespace tavo::engine {
 namespace {
@@ -235,7 +236,8 @@ int takePage(ControlBlock& file, std::int32_t& number) {
     if (code != kOk) continue;
     // Should this opener of a shared file die, the next one must not find a page of the tree behind
     // the counted ones.
-    if (file.shared() && !file.safe && taken >= file.countedPages) code = writeHeader(file);
+    if (file.shared() && !file.safe && file.journal == nullptr && taken >= file.countedPages)
+      code = writeHeader(file);
     number = static_cast<std::int32_t>(taken);
     return code;
   }
@@ -487,7 +489,7 @@ int reservePages(ControlBlock& file, std::uint32_t pages) {
   }
   if (!extended) return code;
   file.headerChanged = true;
-  if (!file.shared() && file.writeMode >= 1 && file.writeMode <= 3) {
+  if (!file.shared() && file.writesHeaderAhead()) {
     file.file->flush();
     const int written = writeHeader(file);
     if (code == kOk) code = written;

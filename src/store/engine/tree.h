@@ -3,7 +3,9 @@
 
 #include <cstdint>
 
-#include "store/engine/block.h"
+#include "store/engine/control_block.h"
+#include "store/engine/page_cache.h"
+#include "store/engine/result.h"
 
 namespace tavo::engine {
 

@@ -6,9 +6,12 @@
 #include <new>
 #include <vector>
 
-#include "store/engine/block.h"
+#include "store/engine/control_block.h"
 #include "store/engine/key.h"
+#include "store/engine/page_cache.h"
 #include "store/engine/record.h"
+#include "store/engine/result.h"
+#include "store/engine/transaction.h"
 #include "store/engine/tree.h"
 
 namespace tavo::engine {

@@ -1,5 +1,4 @@
-// What the engine's tests share: a sample record, a file that is removed afterwards, and a file
-// system that counts transfers and lets them fail.
+// What the engine's tests share: a sample record and a file that is removed afterwards.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -11,14 +10,18 @@
 #include <fstream>
 #include <iterator>
 #include <string>
-#include <utility>
 #include <vector>
 
-#include "store/engine/block.h"
+#include "store/engine/control_block.h"
 #include "store/engine/engine.h"
+#include "store/engine/page_cache.h"
+#include "store/engine/transaction.h"
 #include "store/engine/verify.h"
+#include "support/test_files.h"
 
 namespace tavo::engine::test {
+
+using tests::TestFiles;
 
 constexpr std::uint8_t kSampleType = 7;
 inline const IndexDef kIndexes[] = {
@@ -103,98 +106,9 @@ inline std::vector<std::uint8_t> bytesOf(Store& store) {
   return bytes;
 }
 
-// The native files with a count of every transfer, and with the faults that a test asks for.
-class TestFiles : public platform::FileSystem {
- public:
-  struct Operation {
-    char kind;  // 'r' read, 'w' write, 'f' flush
-    std::uint64_t position;
-  };
-  std::vector<Operation> log;
-  bool logging = false;
-  int writesUntilFault = -1;  // the write that finds 0 fails; -1: none does
-  int readsUntilFault = -1;
-  bool lasting = false;        // later ones fail too
-  bool shortened = false;      // half of the bytes go, instead of none
-  std::uint64_t full = ~0ull;  // writes that would extend the file beyond this position fail
-
-  int count(char kind) const {
-    int n = 0;
-    for (const Operation& operation : log) n += operation.kind == kind ? 1 : 0;
-    return n;
-  }
-
-  std::unique_ptr<platform::File> create(const char* path) override {
-    return wrap(platform::nativeFileSystem().create(path));
-  }
-  std::unique_ptr<platform::File> open(const char* path, platform::Access access,
-                                       platform::Sharing sharing) override {
-    return wrap(platform::nativeFileSystem().open(path, access, sharing));
-  }
-  bool remove(const char* path) override { return platform::nativeFileSystem().remove(path); }
-
- private:
-  class TestFile : public platform::File {
-   public:
-    TestFile(TestFiles& owner, std::unique_ptr<platform::File> file)
-        : owner_(owner), file_(std::move(file)) {}
-    platform::Transfer readAt(std::uint64_t position, void* bytes, std::uint32_t count) override {
-      owner_.note('r', position);
-      if (owner_.faulty(owner_.readsUntilFault)) return fault();
-      return file_->readAt(position, bytes, count);
-    }
-    platform::Transfer writeAt(std::uint64_t position, const void* bytes,
-                               std::uint32_t count) override {
-      owner_.note('w', position);
-      const bool room = position + count <= owner_.full;
-      if (room && !owner_.faulty(owner_.writesUntilFault))
-        return file_->writeAt(position, bytes, count);
-      if (owner_.shortened) file_->writeAt(position, bytes, count / 2);
-      return fault();
-    }
-    bool flush() override {
-      owner_.note('f', 0);
-      return true;
-    }
-    bool tryLock(std::uint32_t position, std::uint32_t count) override {
-      return file_->tryLock(position, count);
-    }
-    bool lockWaiting(std::uint32_t position, std::uint32_t count) override {
-      return file_->lockWaiting(position, count);
-    }
-    bool unlock(std::uint32_t position, std::uint32_t count) override {
-      return file_->unlock(position, count);
-    }
-    bool close() override { return file_->close(); }
-
-   private:
-    platform::Transfer fault() const {
-      return owner_.shortened ? platform::Transfer::kShort : platform::Transfer::kFailed;
-    }
-    TestFiles& owner_;
-    std::unique_ptr<platform::File> file_;
-  };
-
-  std::unique_ptr<platform::File> wrap(std::unique_ptr<platform::File> file) {
-    if (file == nullptr) return nullptr;
-    return std::make_unique<TestFile>(*this, std::move(file));
-  }
-  void note(char kind, std::uint64_t position) {
-    if (logging) log.push_back({kind, position});
-  }
-  bool faulty(int& countdown) const {
-    if (countdown < 0) return false;
-    if (countdown > 0) {
-      --countdown;
-      return false;
-    }
-    if (!lasting) countdown = -1;
-    return true;
-  }
-};
-
 // What the verifier finds, at most a few lines of it; empty for a sound file.
-inline std::string findings(const char* path, VerifyReport* report = nullptr) {
+inline std::string findings(const char* path, VerifyReport* report = nullptr,
+                            platform::FileSystem& files = platform::nativeFileSystem()) {
   static Sample sample;
   VerifyReport local;
   std::string text;
@@ -203,7 +117,7 @@ inline std::string findings(const char* path, VerifyReport* report = nullptr) {
     if (text.size() < 1000) text += "page " + std::to_string(page) + ": " + what + "\n";
   };
   hooks.fields = [](std::uint8_t type) { return type == kSampleType ? sample.fields : nullptr; };
-  const int code = verify(path, local, hooks, kIndexes);
+  const int code = verify(path, local, hooks, kIndexes, files);
   if (code != kOk) text += "code " + std::to_string(code);
   if (report != nullptr) *report = local;
   return text;

@@ -1,12 +1,11 @@
-// The public operations on an open store: searches, moves and transactions.
-#include "store/engine/engine.h"
+// Searches and moves, and the positions that they leave the indexes in.
+#include "store/engine/search.h"
 
-#include <algorithm>
-#include <new>
+#include <cstring>
 
-#include "store/engine/block.h"
 #include "store/engine/key.h"
-#include "store/engine/locks.h"
+#include "store/engine/page_cache.h"
+#include "store/engine/transaction.h"
 #include "store/engine/tree.h"
 
 namespace tavo::engine {
@@ -78,27 +77,6 @@ int moveBack(ControlBlock& file, int index, bool last, Place& at) {
   return code == kOk ? stepBack(file, at, cursor.hops) : code;
 }
 
-int move(ControlBlock& file, int index, int how) {
-  Cursor& cursor = file.cursors[index];
-  const bool forward = how == kNext || how == kFirst;
-  Place at;
-  int code = forward ? moveForward(file, index, how == kFirst, at)
-                     : moveBack(file, index, how == kLast, at);
-  if (code == kOk && entry::index(at.entry()) != index) code = kNotFound;
-  if (code == kOk) {
-    setCursor(file, cursor, at);
-    file.currentRecord = cursor.record;
-    return kOk;
-  }
-  code = searchCode(code);
-  if (how == kFirst || how == kLast) {
-    cursor.state = Cursor::kNone;
-  } else if (code == kNotFound && cursor.state != Cursor::kNone) {
-    cursor.state = forward ? Cursor::kAfterLast : Cursor::kBeforeFirst;
-  }
-  return code;
-}
-
 bool hasKey(const ControlBlock& file, const std::uint8_t* e, int index, const Key& key) {
   return entry::index(e) == index &&
          compareKeys(file, index, entry::key(e), entry::keyLength(e, true), key.bytes,
@@ -137,6 +115,29 @@ int search(ControlBlock& file, int index, const Key& key, int mode, Place& at) {
   return code == kOk && mode == kLessOrEqual ? int{kFoundLess} : code;
 }
 
+}  // namespace
+
+int moveAlong(ControlBlock& file, int index, int how) {
+  Cursor& cursor = file.cursors[index];
+  const bool forward = how == kNext || how == kFirst;
+  Place at;
+  int code = forward ? moveForward(file, index, how == kFirst, at)
+                     : moveBack(file, index, how == kLast, at);
+  if (code == kOk && entry::index(at.entry()) != index) code = kNotFound;
+  if (code == kOk) {
+    setCursor(file, cursor, at);
+    file.currentRecord = cursor.record;
+    return kOk;
+  }
+  code = searchCode(code);
+  if (how == kFirst || how == kLast) {
+    cursor.state = Cursor::kNone;
+  } else if (code == kNotFound && cursor.state != Cursor::kNone) {
+    cursor.state = forward ? Cursor::kAfterLast : Cursor::kBeforeFirst;
+  }
+  return code;
+}
+
 int findKey(ControlBlock& file, int index, const Key& key, int mode) {
   file.currentRecord = 0;
   file.soughtIndex = index;
@@ -164,102 +165,11 @@ int findKey(ControlBlock& file, int index, const Key& key, int mode) {
   return ended;
 }
 
-// What find() requires of its arguments.
-int checkFind(ControlBlock& file, int index, int mode) {
-  const int code = file.check();
-  if (code != kOk) return code;
-  file.currentRecord = 0;
-  if (index < 1 || index > kLastIndex) return kBadKeyRole;
-  return mode < kEqual || mode > kLessOrEqual ? int{kBadArgument} : kOk;
-}
-
-}  // namespace
-
-int Store::find(int index, const void* value, std::uint32_t length, int mode) {
-  if (block_ == nullptr) return kNotOpen;
-  int code = checkFind(*block_, index, mode);
-  Key key;
-  if (code == kOk) code = makeKey(*block_, index, value, length, key);
-  return answer(code == kOk ? findKey(*block_, index, key, mode) : code);
-}
-
-int Store::find(int index, const Field* fields, int mode) {
-  if (block_ == nullptr) return kNotOpen;
-  int code = checkFind(*block_, index, mode);
-  if (code == kOk && block_->checkFields)
-    code = checkFieldList(fields, block_->header.keyType, false);
-  if (code != kOk) return code;
-  for (std::uint32_t i = 0; fields[i].type != 'E'; ++i) {
-    if (fields[i].index != index || fields[i].keyRole == 'N') continue;
-    Key key;
-    code = makeKey(*block_, RecordValues(fields), i, key);
-    return answer(code == kOk ? findKey(*block_, index, key, mode) : code);
-  }
-  return kBadKeyRole;
-}
-
-int Store::position(int index, int how) {
-  if (block_ == nullptr) return kNotOpen;
-  ControlBlock& file = *block_;
-  int code = file.check();
-  if (code != kOk) return code;
-  if (index < 1 || index > kLastIndex || how < kNext || how > kLast) {
-    file.currentRecord = 0;
-    return kBadArgument;
-  }
-  ReadTransaction transaction(file);
-  code = transaction.code();
-  if (code == kOk) code = transaction.end(move(file, index, how));
-  if (code != kOk) file.currentRecord = 0;
-  return answer(code);
-}
-
-bool Store::atSoughtKey(int index) {
-  if (block_ == nullptr || block_->check() != kOk) return false;
-  const ControlBlock& file = *block_;
-  if (index < 1 || index > kLastIndex || index != file.soughtIndex) return false;
+bool atSoughtKey(const ControlBlock& file, int index) {
+  if (index != file.soughtIndex) return false;
   const Cursor& cursor = file.cursors[index];
   return cursor.state == Cursor::kAt && compareKeys(file, index, cursor.key, cursor.keyLength,
                                                     file.sought, file.soughtLength) == 0;
-}
-
-std::int32_t Store::currentRecord() const { return block_ == nullptr ? 0 : block_->currentRecord; }
-
-int Store::setCurrentRecord(std::int32_t number) {
-  const int code = block_ == nullptr ? kNotOpen : block_->check();
-  if (code == kOk) block_->currentRecord = number;
-  return code;
-}
-
-int Store::beginRead() {
-  const int code = block_ == nullptr ? kNotOpen : block_->check();
-  return answer(code == kOk ? enterRead(*block_) : code);
-}
-
-int Store::endRead() {
-  const int code = block_ == nullptr ? kNotOpen : block_->check();
-  return answer(code == kOk ? leaveRead(*block_) : code);
-}
-
-int Store::beginWrite() {
-  const int code = block_ == nullptr ? kNotOpen : block_->check();
-  if (code != kOk) return code;
-  return answer(block_->access != 2 ? int{kReadOnly} : enterWrite(*block_));
-}
-
-int Store::endWrite() {
-  const int code = block_ == nullptr ? kNotOpen : block_->check();
-  if (code != kOk) return code;
-  return answer(block_->writeNest == 0 ? int{kNoTransaction} : leaveWrite(*block_));
-}
-
-std::uint32_t Store::recordCount() const { return isOpen() ? block_->header.recordCount : 0; }
-
-std::uint32_t Store::userArea(void* bytes, std::uint32_t room) const {
-  if (!isOpen()) return 0;
-  const std::uint32_t length = std::min(room, block_->header.userLength);
-  if (length != 0) std::memcpy(bytes, block_->header.user, length);
-  return block_->header.userLength;
 }
 
 }  // namespace tavo::engine

@@ -1,0 +1,108 @@
+// The native files with a count of every transfer, and with the faults that a test asks for.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include "platform/file.h"
+
+namespace tavo::tests {
+
+class TestFiles : public platform::FileSystem {
+ public:
+  struct Operation {
+    char kind;  // 'r' read, 'w' write, 'f' flush
+    std::uint64_t position;
+  };
+  std::vector<Operation> log;
+  bool logging = false;
+  int writesUntilFault = -1;  // the write that finds 0 fails; -1: none does
+  int readsUntilFault = -1;
+  bool lasting = false;        // later ones fail too
+  bool shortened = false;      // half of the bytes go, instead of none
+  std::uint64_t full = ~0ull;  // writes that would extend the file beyond this position fail
+
+  std::function<void()> onTransfer;  // before each one
+  bool gathers = false;              // as the native files do when they are told to
+
+  int count(char kind) const {
+    int n = 0;
+    for (const Operation& operation : log) n += operation.kind == kind ? 1 : 0;
+    return n;
+  }
+
+  std::unique_ptr<platform::File> create(const char* path) override {
+    return wrap(platform::nativeFileSystem().create(path));
+  }
+  std::unique_ptr<platform::File> open(const char* path, platform::Access access,
+                                       platform::Sharing sharing) override {
+    return wrap(platform::nativeFileSystem().open(path, access, sharing));
+  }
+  bool remove(const char* path) override { return platform::nativeFileSystem().remove(path); }
+
+ private:
+  class TestFile : public platform::File {
+   public:
+    TestFile(TestFiles& owner, std::unique_ptr<platform::File> file)
+        : owner_(owner), file_(std::move(file)) {}
+    platform::Transfer readAt(std::uint64_t position, void* bytes, std::uint32_t count) override {
+      owner_.note('r', position);
+      if (owner_.faulty(owner_.readsUntilFault)) return fault();
+      return file_->readAt(position, bytes, count);
+    }
+    platform::Transfer writeAt(std::uint64_t position, const void* bytes,
+                               std::uint32_t count) override {
+      owner_.note('w', position);
+      const bool room = position + count <= owner_.full;
+      if (room && !owner_.faulty(owner_.writesUntilFault))
+        return file_->writeAt(position, bytes, count);
+      if (owner_.shortened) file_->writeAt(position, bytes, count / 2);
+      return fault();
+    }
+    bool flush() override {
+      owner_.note('f', 0);
+      return true;
+    }
+    bool gather(bool wanted) override { return !owner_.gathers || file_->gather(wanted); }
+    bool tryLock(std::uint32_t position, std::uint32_t count) override {
+      return file_->tryLock(position, count);
+    }
+    bool lockWaiting(std::uint32_t position, std::uint32_t count) override {
+      return file_->lockWaiting(position, count);
+    }
+    bool unlock(std::uint32_t position, std::uint32_t count) override {
+      return file_->unlock(position, count);
+    }
+    bool close() override { return file_->close(); }
+
+   private:
+    platform::Transfer fault() const {
+      return owner_.shortened ? platform::Transfer::kShort : platform::Transfer::kFailed;
+    }
+    TestFiles& owner_;
+    std::unique_ptr<platform::File> file_;
+  };
+
+  std::unique_ptr<platform::File> wrap(std::unique_ptr<platform::File> file) {
+    if (file == nullptr) return nullptr;
+    return std::make_unique<TestFile>(*this, std::move(file));
+  }
+  void note(char kind, std::uint64_t position) {
+    if (onTransfer) onTransfer();
+    if (logging) log.push_back({kind, position});
+  }
+  bool faulty(int& countdown) const {
+    if (countdown < 0) return false;
+    if (countdown > 0) {
+      --countdown;
+      return false;
+    }
+    if (!lasting) countdown = -1;
+    return true;
+  }
+};
+
+}  // namespace tavo::tests

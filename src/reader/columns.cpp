@@ -258,6 +258,15 @@ class LineSplitter {
   uint8_t dropped_[sizeof(FreeValue)];
 };
 
+// Passes lines over up to the END of keyword; kGoOn, kStop or kEndOfInput.
+Step passOver(Run& run, uint32_t keyword) {
+  Step read = Step::kGoOn;
+  do {
+    read = run.readLine();
+  } while (read == Step::kPassOver || (read == Step::kGoOn && !schema::isEndOf(run.line, keyword)));
+  return read;
+}
+
 }  // namespace
 
 bool Columns::hasPlace(uint16_t offset) const {
@@ -274,14 +283,6 @@ ColumnsRecord Columns::record() const {
 Step reportOpenBlock(Run& run, uint32_t keyword) {
   const Step reported = run.reportError(kMissingSectionEnd, schema::keywordName(keyword));
   return reported == Step::kStop ? reported : Step::kEndOfInput;
-}
-
-Step passOver(Run& run, uint32_t keyword) {
-  Step read = Step::kGoOn;
-  do {
-    read = run.readLine();
-  } while (read == Step::kPassOver || (read == Step::kGoOn && !schema::isEndOf(run.line, keyword)));
-  return read;
 }
 
 Step parseColumns(Run& run, uint32_t keyword, RecordType columnsType, RecordType dataType,

@@ -19,7 +19,10 @@ LAYERS = {
     "store/engine": {"platform"},
     "store": {"tavo", "schema", "store/engine", "platform"},
     "writers": {"tavo", "schema", "platform"},
-    "api": {"tavo", "schema", "platform", "reader", "sections", "store", "store/engine", "writers"},
+    "survey": {"tavo", "schema", "platform", "reader", "sections", "store", "store/engine",
+               "writers"},
+    "api": {"tavo", "schema", "platform", "reader", "sections", "store", "store/engine", "writers",
+            "survey"},
 }
 INCLUDE = re.compile(r'^\s*#\s*include\s*["<]([^">]+)[">]')
 # What opens, renames or deletes a file; only OWNER may. A member or function of ours of such a name

@@ -132,13 +132,13 @@ TAVO_API void tavo_file_close(tavo_file* file);
  * of its own and replaces what stands there at commit. */
 typedef struct tavo_output tavo_output;
 
-/* TVO_ERR_OPEN with a reason, which may be null, when no file can be made there. */
-TAVO_API tavo_status tavo_output_create(tavo_output** out, const char* path, uint32_t* reason);
-/* The same without making the file: whoever writes it, a data file above all, makes it under
- * tavo_output_path. */
-TAVO_API tavo_status tavo_output_reserve(tavo_output** out, const char* path);
+/* TVO_ERR_OPEN when no file can be made there. */
+TAVO_API tavo_status tavo_output_create(tavo_output** out, const char* path);
+/* Appends bytes as they are, and text with its line feeds in the platform's form. */
 TAVO_API tavo_status tavo_output_write(tavo_output* output, const void* bytes, size_t size);
-/* Path under which the output stands until its commit. */
+TAVO_API tavo_status tavo_output_write_text(tavo_output* output, const char* text, size_t size);
+/* Path under which the output stands until its commit. Nothing is there before the first write, so
+ * that another call, tavo_store_open for one, may make the file instead. */
 TAVO_API const char* tavo_output_path(const tavo_output* output);
 /* Puts the output in its place and frees the handle; TVO_ERR_WRITE when a write, the closing or the
  * replacing failed, in which case the target is as it was. */

@@ -223,6 +223,8 @@ FileSystem& nativeFileSystem() {
   return system;
 }
 
+FileSystem& utf8FileSystem() { return nativeFileSystem(); }
+
 }  // namespace tavo::platform
 
 #endif

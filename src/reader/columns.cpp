@@ -114,7 +114,7 @@ class ListParser {
     const bool plain =
         !repeats && offset != schema::kNotKept && field.unit == schema::UnitKind::kNone;
     columns_->add({field.id, field.type, field.width, field.group, field.unit, offset, repeats,
-                   plain, schema::bitOf(definition_, field.id)});
+                   plain, schema::bitOf(layout_, field.id)});
     return Step::kGoOn;
   }
 
@@ -258,6 +258,15 @@ class LineSplitter {
   uint8_t dropped_[sizeof(FreeValue)];
 };
 
+// Passes lines over up to the END of keyword; kGoOn, kStop or kEndOfInput.
+Step passOver(Run& run, uint32_t keyword) {
+  Step read = Step::kGoOn;
+  do {
+    read = run.readLine();
+  } while (read == Step::kPassOver || (read == Step::kGoOn && !schema::isEndOf(run.line, keyword)));
+  return read;
+}
+
 }  // namespace
 
 bool Columns::hasPlace(uint16_t offset) const {
@@ -274,14 +283,6 @@ ColumnsRecord Columns::record() const {
 Step reportOpenBlock(Run& run, uint32_t keyword) {
   const Step reported = run.reportError(kMissingSectionEnd, schema::keywordName(keyword));
   return reported == Step::kStop ? reported : Step::kEndOfInput;
-}
-
-Step passOver(Run& run, uint32_t keyword) {
-  Step read = Step::kGoOn;
-  do {
-    read = run.readLine();
-  } while (read == Step::kPassOver || (read == Step::kGoOn && !schema::isEndOf(run.line, keyword)));
-  return read;
 }
 
 Step parseColumns(Run& run, uint32_t keyword, RecordType columnsType, RecordType dataType,

@@ -80,7 +80,4 @@ DataLine parseDataLine(Run& run, uint32_t keyword, std::span<const Column> colum
 // Reports the missing END of a block: kEndOfInput, or kStop at the error limit.
 Step reportOpenBlock(Run& run, uint32_t keyword);
 
-// Passes lines over up to the END of keyword; kGoOn, kStop or kEndOfInput.
-Step passOver(Run& run, uint32_t keyword);
-
 }  // namespace tavo::reader

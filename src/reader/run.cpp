@@ -61,7 +61,8 @@ Step Run::readLine(bool keepTerminatorLine) {
 Step Run::endInput() {
   line = {};
   if (source.failed()) diagnostics.raiseIoError();
-  return Step::kEndOfInput;
+  // As at the error limit nothing more is said: what is open is not known to have no END.
+  return source.cancelled() ? Step::kStop : Step::kEndOfInput;
 }
 
 // The current piece has no line feed. Either the line is too long, or the input ends without one,
@@ -95,8 +96,8 @@ SourceLine Run::sourceLine() const {
 
 Step Run::deliver(RecordType type, const void* record, const Origin& origin) {
   ++recordCount;
-  const uint32_t status =
-      sink_.deliver(sink_.context, {type, record, origin.line, origin.given, block_});
+  const uint32_t status = sink_.deliver(
+      sink_.context, {type, record, origin.line, origin.given, block_, &settings.units});
   return TVO_CODE(status) == TVO_ERR_ABORTED ? Step::kAborted : Step::kGoOn;
 }
 

@@ -41,7 +41,8 @@ struct DeliveredRecord {
   RecordType type;
   const void* bytes;  // the packed structure
   uint64_t line, given;
-  uint32_t block;  // running number in the file of the block that the record stands in
+  uint32_t block;              // running number in the file of the block that the record stands in
+  const schema::Units* units;  // in force behind the record's lines
 };
 
 // Receives the run's records.
@@ -77,8 +78,8 @@ class Run {
   uint64_t commentCount = 0;  // comment lines, and comments behind other text
 
   // Reads the next line that holds data into line. kGoOn, kEndOfInput, or for an overlong line, of
-  // which line then holds the beginning, kPassOver, at the error limit kStop. With
-  // keepTerminatorLine a line of the terminator alone is delivered, too.
+  // which line then holds the beginning, kPassOver, at the error limit kStop; kStop, too, when the
+  // reading is cancelled. With keepTerminatorLine a line of the terminator alone is delivered, too.
   Step readLine(bool keepTerminatorLine = false);
 
   // The current line as it is in the file.

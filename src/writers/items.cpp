@@ -135,7 +135,7 @@ bool writePair(Writer& writer, const schema::BlockDef& block, size_t indent) {
   const FieldList items = fieldsOf(writer.feed.record());
   writer.feed.next();
   if (!writer.feed.at(block.data)) return false;
-  const ItemBlock form{block.layout.fields, valueColumn(block), true};
+  const ItemForm form{block.layout.fields, valueColumn(block), true};
   writeItems(writer, indent, form, items, writer.feed.record());
   writer.feed.next();
   return true;
@@ -160,7 +160,7 @@ size_t valueColumn(const schema::BlockDef& block) {
   return longest + 2;
 }
 
-void writeItems(Writer& writer, size_t indent, const ItemBlock& block, const FieldList& items,
+void writeItems(Writer& writer, size_t indent, const ItemForm& block, const FieldList& items,
                 const char* record) {
   for (size_t i = 0; i < items.count; ++i) {
     const FieldDef* field = schema::findId(block.fields, items.ids[i]);

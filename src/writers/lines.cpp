@@ -34,7 +34,7 @@ Alignment alignmentOf(std::string_view value) {
 
 // Begins a line for a field of `size` characters at the slot that takes `shown`. The indentation
 // gives way to a text that needs the whole line.
-void DataLine::startLine(size_t size, size_t shown) {
+void LineBuilder::startLine(size_t size, size_t shown) {
   const size_t indent = std::min(indent_, kLineLimit - 1 - std::min(shown, kLineLimit - 1));
   char* begin = at_;
   const size_t shift = indent + (fresh_ ? 0 : 1);
@@ -46,12 +46,12 @@ void DataLine::startLine(size_t size, size_t shown) {
   inverted_ = false;
 }
 
-void DataLine::pad(size_t count) {
+void LineBuilder::pad(size_t count) {
   const size_t room = kLineLimit - std::min(kLineLimit, used());
   at_ = putSpaces(at_, std::min(count, room));
 }
 
-void DataLine::field(size_t size, size_t width, Alignment alignment, bool last) {
+void LineBuilder::field(size_t size, size_t width, Alignment alignment, bool last) {
   if (alignment == Alignment::kByValue) alignment = alignmentOf({at_, size});
   const size_t shown = alignment == Alignment::kRight ? std::max(size, width) : size;
   const std::string_view text(at_, size);
@@ -71,7 +71,7 @@ void DataLine::field(size_t size, size_t width, Alignment alignment, bool last) 
   if (!last) pad(paddingOf(width, shown, alignment));
 }
 
-void DataLine::end() {
+void LineBuilder::end() {
   *at_++ = '\n';
   output_.commit(at_);
 }
@@ -165,7 +165,7 @@ void writeDefinition(Output& output, const OutputState& state, size_t indent,
 
 void writeDataRecord(Output& output, const OutputState& state, size_t indent,
                      const ColumnList& list, const ColumnWidths& widths, const char* record) {
-  DataLine line(output, state, indent);
+  LineBuilder line(output, state, indent);
   line.begin();
   for (size_t i = 0; i < list.count; ++i) {
     const ColumnPlan& column = list.columns[i];

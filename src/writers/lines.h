@@ -36,9 +36,9 @@ class ColumnWidths {
 
 // One record's line or lines, built in place: begin, put each field, end. Fields are appended with
 // the separator and padding behind them, and a new line begins where the next one would not fit.
-class DataLine {
+class LineBuilder {
  public:
-  DataLine(Output& output, const OutputState& state, size_t indent)
+  LineBuilder(Output& output, const OutputState& state, size_t indent)
       : output_(output), state_(state), indent_(indent) {}
 
   void begin() {

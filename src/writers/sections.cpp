@@ -160,7 +160,7 @@ void SectionWriter::openWrapper(uint32_t keyword) {
     FieldList key;
     key.ids[key.count++] = block.layout.fields[0].id;
     writeDefinition(w_.output, w_.state, indent(), keywordName(keyword),
-                    columnsOf(block.columns, block.data, key, w_.state));
+                    plansOf(block.columns, block.data, key, w_.state));
   }
   open(block.keyword, 0);
   codeListAwaits_ = block.keyword == schema::kCodeList;
@@ -247,7 +247,7 @@ void SectionWriter::writeDataBlock(const BlockDef& block) {
                               ? *schema::findBlock(schema::kDatabase, block.parent)
                               : block;
   const ColumnList columns =
-      columnsOf(lines.columns, lines.data, fieldsOf(w_.feed.record()), w_.state);
+      plansOf(lines.columns, lines.data, fieldsOf(w_.feed.record()), w_.state);
   separate(block);
   writeComments(w_.output, w_.state, indent(), w_.feed.record());
   writeDefinition(w_.output, w_.state, indent(), keywordName(block.keyword), columns);

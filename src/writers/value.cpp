@@ -166,6 +166,19 @@ size_t putCalendar(const DateTime& date, EnumId order, char* out) {
   return static_cast<size_t>(p - out);
 }
 
+// Date and time in the date order; an empty one, one that the order cannot express, and any in an
+// unknown order give nothing.
+size_t putDate(const DateTime& date, EnumId order, char* out) {
+  if (date.year == 0) return 0;
+  if (order == TVO_ENUM_MJD) {
+    const double mjd = schema::toMjd(date);
+    DateTime back;
+    return schema::fromMjd(mjd, &back) ? putFixed(mjd, kMjdDecimals, kMjdDecimals, out) : 0;
+  }
+  if (order != TVO_ENUM_DMY && order != TVO_ENUM_MDY && order != TVO_ENUM_YMD) return 0;
+  return fitsDigits(date, order) ? putCalendar(date, order, out) : 0;
+}
+
 Alignment alignmentOf(DataType type) {
   switch (type) {
     case DataType::kUint8:
@@ -213,8 +226,8 @@ FieldList fieldsOf(const char* columnsRecord) {
   return list;
 }
 
-ColumnList columnsOf(RecordType columnsType, RecordType dataType, const FieldList& fields,
-                     const OutputState& state) {
+ColumnList plansOf(RecordType columnsType, RecordType dataType, const FieldList& fields,
+                   const OutputState& state) {
   // A block may accept columns that its record does not keep: they have a name and no value.
   const schema::FieldDef* names = schema::definitionTable(columnsType);
   const schema::FieldDef* stored = schema::recordDef(dataType).fields;
@@ -300,17 +313,6 @@ size_t putQuoted(const char* text, size_t limit, size_t room, char* out) {
   }
   out[n++] = '"';
   return n;
-}
-
-size_t putDate(const DateTime& date, EnumId order, char* out) {
-  if (date.year == 0) return 0;
-  if (order == TVO_ENUM_MJD) {
-    const double mjd = schema::toMjd(date);
-    DateTime back;
-    return schema::fromMjd(mjd, &back) ? putFixed(mjd, kMjdDecimals, kMjdDecimals, out) : 0;
-  }
-  if (order != TVO_ENUM_DMY && order != TVO_ENUM_MDY && order != TVO_ENUM_YMD) return 0;
-  return fitsDigits(date, order) ? putCalendar(date, order, out) : 0;
 }
 
 size_t putRequiredDate(const DateTime& date, EnumId order, char* out) {

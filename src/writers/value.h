@@ -62,8 +62,8 @@ struct FieldList {
   size_t count = 0;
 };
 FieldList fieldsOf(const char* columnsRecord);
-ColumnList columnsOf(RecordType columnsType, RecordType dataType, const FieldList& fields,
-                     const OutputState& state);
+ColumnList plansOf(RecordType columnsType, RecordType dataType, const FieldList& fields,
+                   const OutputState& state);
 // Takes over decimals that have changed since.
 void followDecimals(const OutputState& state, ColumnList* list);
 
@@ -87,11 +87,8 @@ inline size_t putText(std::string_view text, char* out) {
 // a line cannot hold is written as blanks, and what does not fit in `room` characters is left out.
 size_t putQuoted(const char* text, size_t limit, size_t room, char* out);
 
-// Date and time in the date order; an empty one, one that the order cannot express, and any in an
-// unknown order give nothing.
-size_t putDate(const DateTime& date, EnumId order, char* out);
-// The same for places that must not be empty: an empty date, too, and one of zeros in place of
-// those that cannot be expressed.
+// Date and time in the date order for places that must not be empty: an empty date, too, and one of
+// zeros in place of those that cannot be expressed.
 size_t putRequiredDate(const DateTime& date, EnumId order, char* out);
 
 // A real whose written form always shows that it is one.

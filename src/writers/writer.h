@@ -26,14 +26,14 @@ uint16_t writeOperations(Writer& writer);
 
 // Item lines of the block with this field table, one for each listed item; values begin `column`
 // characters behind the item word. Tables of the HEADER also change the writer's state.
-struct ItemBlock {
+struct ItemForm {
   const schema::FieldDef* fields;
   size_t column;
   bool markUnknown;  // an item that the block does not have gives a line that says so
 };
 // The column in which the values of a block's items begin.
 size_t valueColumn(const schema::BlockDef& block);
-void writeItems(Writer& writer, size_t indent, const ItemBlock& block, const FieldList& items,
+void writeItems(Writer& writer, size_t indent, const ItemForm& block, const FieldList& items,
                 const char* record);
 
 }  // namespace tavo::writers

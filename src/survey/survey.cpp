@@ -74,6 +74,7 @@ tavo_status analyse(const tavo_input* input, const tavo_analysis_options* wanted
   const Outcome outcome = analysis.read(source.name());
   tavo_status status = statusOf(outcome, log);
   if (isWhole(status)) {
+    if (data != nullptr) data->finish();
     const tavo_status committed = log.commit();
     if (committed != TAVO_OK) status = committed;
   }
@@ -114,7 +115,6 @@ tavo_status tavo_survey_read(tavo_survey** out, const tavo_input* input,
     const tavo_status status =
         tavo::survey::analyse(input, options, &survey->data, &survey->counts);
     if (!tavo::survey::isWhole(status)) return status;
-    survey->data.finish();
     *out = survey.release();
     return status;
   });

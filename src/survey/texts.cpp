@@ -90,7 +90,8 @@ bool NewFile::commit() {
   if (direct_) return close();
   const FileKind kind = platform::fileInfo(place_.path().c_str(), PathForm::kUtf8).kind;
   if (!begun_ && kind == FileKind::kMissing) begin();
-  return close() && place_.commit();
+  failed_ = !close() || !place_.commit();
+  return !failed_;
 }
 
 void Target::Free::operator()(char* memory) const { std::free(memory); }
@@ -120,6 +121,11 @@ bool Target::grow(size_t size) {
   text_.reset(memory);
   room_ = room;
   return true;
+}
+
+tavo_status Target::failure() const {
+  const bool refused = (failed_ || file_.failed()) && !outOfMemory_;
+  return refused ? tavo_status{TVO_ERR_WRITE} : tavo_status{TAVO_ERR_MEMORY};
 }
 
 bool Target::write(const char* bytes, size_t size) {

@@ -60,6 +60,7 @@ class NewFile {
   // Puts the file in its place, even when somebody else has made it under path(). False when that,
   // or anything before it, failed; then the target is as it was.
   bool commit();
+  bool failed() const { return failed_; }
 
  private:
   bool begin();
@@ -86,10 +87,8 @@ class Target final : public platform::TextOutput {
   bool close() override;
   // TAVO_OK or failure().
   tavo_status commit();
-  // Why a write failed: TVO_ERR_WRITE or TAVO_ERR_MEMORY.
-  tavo_status failure() const {
-    return outOfMemory_ ? tavo_status{TAVO_ERR_MEMORY} : tavo_status{TVO_ERR_WRITE};
-  }
+  // Why writing the text failed: TVO_ERR_WRITE, or TAVO_ERR_MEMORY when it did not come to a write.
+  tavo_status failure() const;
 
  private:
   struct Free {
@@ -103,7 +102,7 @@ class Target final : public platform::TextOutput {
   NewFile file_;
   std::unique_ptr<char, Free> text_;  // in memory, with room for an end mark
   size_t size_ = 0, room_ = 0;
-  bool failed_ = false;
+  bool failed_ = false;  // a callback or the memory
   bool outOfMemory_ = false;
 };
 

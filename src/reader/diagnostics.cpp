@@ -6,46 +6,17 @@
 #include <cstring>
 #include <functional>
 
+#include "schema/messages.h"
+
 namespace tavo::reader {
 
 namespace {
 
-struct Message {
-  int number;
-  const char* text;
-};
-
-constexpr Message kErrors[] = {
-    {kExceedsLine, "exceeds line"},
-    {kExceedsDatatype, "exceeds the datatype"},
-    {kMissingFormatBegin, "missing format begin"},
-    {kMissingFormatEnd, "missing format end"},
-    {kMissingSectionEnd, "missing section end"},
-    {kMixedUpOption, "mixed up option"},
-    {kFormatMismatch, "data format def. mismatch"},
-    {kUnknownPoint, "unknown point No/ID"},
-    {kUnknownLine, "unknown line No/ID"},
-    {kUnknownOperationError, "unknown operation"},
-    {kUnknownPolygon, "unknown poly No/ID"},
-    {kSectionMismatch, "section/sub section mismatch"},
-    {2105, "unknown section end"},
-    {kUnexpectedEnd, "unexpected end"},
-    {kSyntaxError, "syntax error"},
-};
-
-constexpr Message kWarnings[] = {
-    {kUnknownElement, "unknown data element"},
-    {kUnknownSectionWarning, "unknown section/sub section"},
-    {kUnknownFormatKeyword, "unknown format keyword"},
-    {7013, "unknown operation"},
-    {kUnknownOption, "unknown option"},
-};
-
-template <size_t N>
-const char* messageOf(const Message (&table)[N], int number, const char* unknown) {
-  const Message* const found = std::find_if(
-      table, table + N, [number](const Message& message) { return message.number == number; });
-  return found == table + N ? unknown : found->text;
+// The log's words for a number; those for one that the format does not have.
+const char* messageOf(int number, const char* unknown) {
+  const schema::Message* const found = schema::findMessage(number);
+  const bool logged = found != nullptr && found->kind != schema::MessageKind::kNote;
+  return logged ? found->text : unknown;
 }
 
 // The quoted form of an offending text: up to its line feed, and never longer than 20 characters.
@@ -129,7 +100,7 @@ void Diagnostics::writeFinding(const char* kind, int number, const SourceLine& l
 
 Step Diagnostics::reportError(int number, const SourceLine& line, std::string_view text) {
   if (errorCount_ >= maxErrors_) return Step::kStop;
-  writeFinding("error E", number, line, text, messageOf(kErrors, number, "internal error"));
+  writeFinding("error E", number, line, text, messageOf(number, "internal error"));
   ++errorCount_;
   return Step::kGoOn;
 }
@@ -144,7 +115,7 @@ void Diagnostics::reportWarning(int number, const SourceLine& line, std::string_
     if (observer_ != nullptr) observer_->onFinding({number, {line.number}, 0, text, {}});
     return;
   }
-  writeFinding("warning W", number, line, text, messageOf(kWarnings, number, "?"));
+  writeFinding("warning W", number, line, text, messageOf(number, "?"));
   ++warningCount_;
 }
 

@@ -19,7 +19,8 @@ extern "C" {
 
 uint32_t tavo_path_kind(const char* path, uint64_t* size) {
   const tavo::platform::FileInfo info =
-      path == nullptr ? tavo::platform::FileInfo{} : tavo::platform::fileInfo(path);
+      path == nullptr ? tavo::platform::FileInfo{}
+                      : tavo::platform::fileInfo(path, tavo::platform::PathForm::kUtf8);
   if (size != nullptr) *size = info.kind == FileKind::kRegular ? info.size : 0;
   return static_cast<uint32_t>(info.kind);
 }
@@ -31,7 +32,7 @@ tavo_status tavo_file_open(tavo_file** out, const char* path, uint32_t* reason) 
   if (path == nullptr) return TAVO_ERR_ARGUMENT;
   auto* const opened = new (std::nothrow) tavo_file;
   if (opened == nullptr) return TAVO_ERR_MEMORY;
-  const OpenResult result = opened->file.open(path);
+  const OpenResult result = opened->file.open(path, tavo::platform::PathForm::kUtf8);
   if (reason != nullptr) *reason = static_cast<uint32_t>(result);
   if (result != OpenResult::kDone) {
     delete opened;

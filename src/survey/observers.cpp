@@ -1,7 +1,7 @@
 // Findings in the public form.
 #include "survey/observers.h"
 
-#include <string>
+#include "schema/messages.h"
 
 namespace tavo::survey {
 
@@ -43,12 +43,10 @@ void Findings::onFinding(const reader::Finding& finding) {
 void Findings::onLoss(reader::Loss loss, const reader::Finding& number) {
   const bool digits = loss == reader::Loss::kDigits;
   if (++(digits ? rounded : wrapped) > 1 && digits) return;
-  const std::string note = "'" + std::string(number.text) +
-                           (digits ? "' has more digits than its field keeps"
-                                   : "' does not fit its field and is read as another number");
   tavo_finding view = viewOf(number);
-  view.text = note.data();
-  view.text_size = note.size();
+  view.number = digits ? TAVO_NOTE_ROUNDED : TAVO_NOTE_WRAPPED;
+  view.kind = TAVO_NOTE;
+  view.message = schema::findMessage(static_cast<int>(view.number))->text;
   tell(view);
 }
 

@@ -109,17 +109,22 @@ std::string targetProblem(const std::string& target, const std::string& input, O
 std::string Output::open(const std::string& target, Writer writer) {
   target_ = target;
   if (isStream(target)) return {};
-  uint32_t reason = TAVO_REASON_NONE;
-  const tavo_status status = writer == Writer::kTool
-                                 ? tavo_output_create(&output_, target.c_str(), &reason)
-                                 : tavo_output_reserve(&output_, target.c_str());
-  return status == TAVO_OK ? "" : "cannot write " + openProblem(target, reason);
+  const size_t slash = target.find_last_of("/\\");
+  const std::string folder = slash == target.npos ? "." : target.substr(0, slash + 1);
+  if (tavo_path_kind(folder.c_str(), nullptr) == TAVO_PATH_MISSING) {
+    return "cannot write " + openProblem(target, TAVO_REASON_MISSING);
+  }
+  // The first write, of nothing here, makes the file.
+  const bool made = tavo_output_create(&output_, target.c_str()) == TAVO_OK &&
+                    (writer == Writer::kOther || tavo_output_write(output_, "", 0) == TAVO_OK);
+  return made ? "" : "cannot write " + openProblem(target, TAVO_REASON_DENIED);
 }
 
 bool Output::write(const void* bytes, size_t size) {
   if (interrupted()) return false;
-  return output_ == nullptr ? std::fwrite(bytes, 1, size, stdout) == size
-                            : tavo_output_write(output_, bytes, size) == TAVO_OK;
+  return output_ == nullptr
+             ? std::fwrite(bytes, 1, size, stdout) == size
+             : tavo_output_write_text(output_, static_cast<const char*>(bytes), size) == TAVO_OK;
 }
 
 tavo_target Output::target() {

@@ -381,6 +381,8 @@ TAVO_API tavo_status tavo_store_update(tavo_store* store, const void* record);
 /* Deletes the current record; `record`, which may be null, receives it. */
 TAVO_API tavo_status tavo_store_delete(tavo_store* store, void* record);
 TAVO_API uint64_t tavo_store_count(const tavo_store* store);
+/* 1 while there is a current record, be it one that cannot be read; else 0. */
+TAVO_API int tavo_store_on_record(const tavo_store* store);
 
 /* Whether bytes are the beginning of a data file: 1 or 0. At least 60 are needed. */
 TAVO_API int tavo_is_data_file(const void* bytes, size_t size);

@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 
+#include "platform/text_file.h"
 #include "schema/catalogue.h"
 #include "store/data_file.h"
 #include "store/record_store.h"
@@ -141,6 +142,10 @@ tavo_status tavo_store_delete(tavo_store* handle, void* record) {
 
 uint64_t tavo_store_count(const tavo_store* handle) {
   return handle == nullptr ? 0 : handle->records.count();
+}
+
+int tavo_store_on_record(const tavo_store* handle) {
+  return handle != nullptr && handle->records.onRecord() ? 1 : 0;
 }
 
 int tavo_is_data_file(const void* bytes, size_t size) {

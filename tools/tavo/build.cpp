@@ -8,8 +8,8 @@ namespace tavo::tool {
 
 int build(const BuildOptions& options) {
   StoredRecords records;
-  OutputFile output;
-  const std::string problem =
+  Output output;
+  std::string problem =
       targetProblem(options.output, options.file, OutputKind::kText, options.overwrite);
   if (!problem.empty()) {
     complain(problem);
@@ -20,13 +20,20 @@ int build(const BuildOptions& options) {
       opened != kSound) {
     return opened;
   }
-  if (!output.open(options.output)) return kFailed;
-  const uint16_t status = writers::writeText(output, records, options.settings);
+  if (problem = output.open(options.output); !problem.empty()) {
+    complain(problem);
+    return kFailed;
+  }
+  const auto fetch = [](uint32_t move, tavo_record* record, void* user) -> uint32_t {
+    return static_cast<StoredRecords*>(user)->fetch(move, record);
+  };
+  const tavo_target target = output.target();
+  const tavo_status status = tavo_build(&target, fetch, &records, &options.layout);
   if (status == TVO_ERR_NO_RECORD) {
     complain("'" + options.file + "' holds records that begin no section (see 'tavo dump')");
     return kFindings;
   }
-  if (status != TVO_OK) {
+  if (status != TAVO_OK) {
     complain("writing '" + options.output + "' failed");
     return kFailed;
   }

@@ -1,6 +1,7 @@
 // tavo dump: prints the records of a text or a data file, one JSON line each, behind a line that
 // says in which units.
 #include <cstdio>
+#include <cstring>
 #include <string>
 
 #include "console.h"
@@ -8,6 +9,7 @@
 #include "findings.h"
 #include "record_json.h"
 #include "stored_records.h"
+#include "text.h"
 #include "verbs.h"
 
 namespace tavo::tool {
@@ -20,24 +22,33 @@ RecordPrinter::Values valuesOf(const DumpOptions& options) {
   return options.si ? RecordPrinter::Values::kSi : RecordPrinter::Values::kFile;
 }
 
-// The units in force behind the first HEADER: lines that follow name those that change.
-tavo_units firstUnits(const InputText& text) {
-  struct Look {
-    tavo_units units = *tavo_default_units();
-    ColumnsRecord columns{};
-  } look;
-  const auto take = [&look](const tavo_record& record) -> uint32_t {
+// Follows the units that the first records, those of the HEADER, set.
+struct HeaderUnits {
+  tavo_units units = *tavo_default_units();
+  ColumnsRecord columns{};
+
+  // False for a record that belongs to no HEADER.
+  bool take(const tavo_record& record) {
     const tavo_schema_block* const block = tavo_schema_block_of(record.type);
     const bool header =
         std::string_view(block->parent) == "HEADER" || std::string_view(block->keyword) == "HEADER";
-    if (!header) return TVO_ERR_ABORTED;
-    if (record.type == block->columns_type)
-      std::memcpy(&look.columns, record.bytes, sizeof look.columns);
-    tavo_units_follow(&look.units, &look.columns, record.type, record.bytes);
-    return TAVO_OK;
+    if (!header) return false;
+    if (record.type == block->columns_type) std::memcpy(&columns, record.bytes, sizeof columns);
+    tavo_units_follow(&units, &columns, record.type, record.bytes);
+    return true;
+  }
+};
+
+// Those that stand behind the first HEADER of a text: a later one is told of where it comes.
+tavo_units firstUnits(const InputText& text) {
+  HeaderUnits first;
+  const auto take = [&first](const tavo_record& record) -> uint32_t {
+    return first.take(record) ? uint32_t{TAVO_OK} : uint32_t{TVO_ERR_ABORTED};
   };
-  analyse(text, take, {.progress = false});
-  return look.units;
+  AnalysisOptions options;
+  options.progress = false;
+  analyse(text, take, options);
+  return first.units;
 }
 
 // The head of the output, and again whenever a HEADER changes the units.
@@ -75,7 +86,7 @@ int dumpText(const DumpOptions& options) {
     const bool printed = printLine(printer.print(record.type, record.bytes));
     // What the first HEADER sets stands in the head.
     const bool later = record.type == TVO_RECORD_UNITS && head.follow(printer.units());
-    return printed || later ? TAVO_OK : TVO_ERR_ABORTED;
+    return printed || later ? uint32_t{TAVO_OK} : uint32_t{TVO_ERR_ABORTED};
   };
   const Analysis analysis = analyse(text, print);
   if (!flushOutput()) return kFailed;
@@ -87,6 +98,30 @@ int dumpText(const DumpOptions& options) {
   if (analysis.counts.errors == 0 && analysis.counts.warnings == 0) return kSound;
   complain(text.name() + ": " + analysis.summary() + " (see 'tavo check')");
   return analysis.counts.errors > 0 ? kFindings : kSound;
+}
+
+int dumpDataFile(const DumpOptions& options) {
+  StoredRecords records;
+  if (const ExitStatus opened =
+          records.open(options.file, StoredRecords::Use::kPrint, options.force);
+      opened != kSound) {
+    return opened;
+  }
+  Json head = jsonOf(kShape);
+  head["file"] = toUtf8(options.file);
+  if (std::string hash = InputText::hashOf(options.file); !hash.empty()) head["sha256"] = hash;
+  // A data file keeps one HEADER, in front of everything else.
+  RecordPrinter printer(RecordPrinter::Order::kDataFile, valuesOf(options), options.allFields);
+  tavo_record record{};
+  HeaderUnits first;
+  uint32_t move = TVO_FIRST;
+  while (records.fetch(move, &record) == TAVO_OK && first.take(record)) move = TVO_NEXT;
+  UnitsLine units(std::move(head), options, first.units);
+  for (move = TVO_FIRST; records.fetch(move, &record) == TAVO_OK; move = TVO_NEXT) {
+    if (!printLine(printer.print(record.type, record.bytes))) break;
+  }
+  if (!flushOutput()) return kFailed;
+  return records.complainOfLosses() ? kFindings : kSound;
 }
 
 }  // namespace

@@ -29,6 +29,7 @@ class ReadFile {
   bool isOpen() const { return file_ != nullptr; }
   // The sentence on why it is not.
   std::string problem() const { return openProblem(path_, reason_); }
+  uint32_t reason() const { return reason_; }
   // Bytes read, 0 at the end, -1 on failure.
   int64_t read(char* bytes, size_t room) const { return tavo_file_read(bytes, room, file_); }
 

@@ -6,6 +6,7 @@
 #include "files.h"
 #include "findings.h"
 #include "record_json.h"
+#include "stored_records.h"
 #include "text.h"
 #include "verbs.h"
 
@@ -13,28 +14,28 @@ namespace tavo::tool {
 
 namespace {
 
-using TypeCounts = std::array<uint64_t, schema::kRecordTypes>;
+using TypeCounts = std::array<uint64_t, 256>;
 
 // What the store did with the records of an analysis.
 struct Storing {
-  store::RecordStore& store;
+  tavo_store* store = nullptr;
   uint64_t stored = 0;
   TypeCounts notStorable{};
   TypeCounts repeated{};
-  uint16_t failure = TVO_OK;
+  tavo_status failure = TAVO_OK;
 
-  uint32_t operator()(RecordType type, const void* record) {
-    const uint16_t status = TVO_CODE(store.write(type, record));
+  uint32_t operator()(const tavo_record& record) {
+    const tavo_status status = tavo_store_write(store, record.type, record.bytes);
     switch (status) {
-      case TVO_OK:
+      case TAVO_OK:
         ++stored;
-        return TVO_OK;
+        return TAVO_OK;
       case TVO_ERR_NOT_STORABLE:
-        ++notStorable[type];
-        return TVO_OK;
+        ++notStorable[record.type];
+        return TAVO_OK;
       case TVO_ERR_DUPLICATE:
-        ++repeated[type];
-        return TVO_OK;
+        ++repeated[record.type];
+        return TAVO_OK;
       default:
         failure = status;
         return TVO_ERR_ABORTED;
@@ -45,7 +46,7 @@ struct Storing {
 // One line for all types of one kind of loss.
 void printLeftOut(const TypeCounts& counts, const char* why) {
   std::string list;
-  for (RecordType type = 1; type <= schema::kLastRecordType; ++type) {
+  for (uint32_t type = 0; type < counts.size(); ++type) {
     if (counts[type] == 0) continue;
     list += (list.empty() ? "" : ", ") + std::to_string(counts[type]) + " " + recordName(type);
   }
@@ -53,20 +54,22 @@ void printLeftOut(const TypeCounts& counts, const char* why) {
 }
 
 // Fills a new data file. A failure has its complaint.
-bool fill(api::Library& library, InputText& text, const NewFile& file, Storing* storing,
-          Analysis* analysis) {
-  if (TVO_CODE(library.store.setDataFile(file.path().c_str())) != TVO_OK) {
-    complain("cannot create the data file '" + file.path() + "'");
+bool fill(const InputText& text, const char* path, Storing* storing, Analysis* analysis) {
+  tavo_store_options options = TAVO_STORE_OPTIONS_INIT;
+  options.mode = TAVO_STORE_CREATE;
+  tavo_store* store = nullptr;
+  if (tavo_store_open(&store, path, &options) != TAVO_OK) {
+    complain("cannot create the data file '" + std::string(path) + "'");
     return false;
   }
-  library.store.closeDataFile();
-  AnalysisOptions options;
-  options.intoStore = true;
-  *analysis = analyse(library, text, sinkOf(*storing), options);
-  if (analysis->readable() && analysis->status != TVO_ERR_WRITE && storing->failure == TVO_OK) {
-    return true;
-  }
-  complain("filling the data file '" + file.path() + "' failed");
+  storing->store = store;
+  *analysis = analyse(text, std::ref(*storing));
+  const bool closed = tavo_store_close(store) == TAVO_OK;
+  if (analysis->complete() && closed && storing->failure == TAVO_OK) return true;
+  const tavo_status status = storing->failure != TAVO_OK ? storing->failure
+                             : closed                    ? analysis->status
+                                                         : tavo_status{TVO_ERR_WRITE};
+  complain("filling the data file '" + std::string(path) + "' failed: " + tavo_status_text(status));
   return false;
 }
 
@@ -74,20 +77,20 @@ bool fill(api::Library& library, InputText& text, const NewFile& file, Storing* 
 
 int import(const ImportOptions& options) {
   InputText text;
+  Output file;
   std::string problem = text.open(options.file);
   if (problem.empty()) {
     problem =
         targetProblem(options.dataFile, options.file, OutputKind::kDataFile, options.overwrite);
   }
+  if (problem.empty()) problem = file.open(options.dataFile, Output::Writer::kOther);
   if (!problem.empty()) {
     complain(problem);
     return kFailed;
   }
-  api::Library library;
-  Storing storing{library.store};
+  Storing storing;
   Analysis analysis;
-  NewFile file(options.dataFile);
-  if (!fill(library, text, file, &storing, &analysis)) return kFailed;
+  if (!fill(text, file.path(), &storing, &analysis)) return kFailed;
   const bool anything = storing.stored > 0;
   if (anything && !file.commit()) return kFailed;
   printFindings(stdout, text, analysis, colourWanted());
@@ -98,7 +101,7 @@ int import(const ImportOptions& options) {
   printLeftOut(storing.repeated, "since the data file has these records already");
   if (!flushOutput()) return kFailed;
   if (!anything) complain("there is no record to store; '" + options.dataFile + "' is not written");
-  return analysis.findings.errors() > 0 || !anything ? kFindings : kSound;
+  return analysis.counts.errors > 0 || !anything ? kFindings : kSound;
 }
 
 }  // namespace tavo::tool

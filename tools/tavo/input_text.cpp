@@ -178,4 +178,10 @@ std::string InputText::hash() const {
   return read ? hash.digits() : std::string();
 }
 
+std::string InputText::hashOf(const std::string& path) {
+  InputText file;
+  file.path_ = path;
+  return file.hash();
+}
+
 }  // namespace tavo::tool

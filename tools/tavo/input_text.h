@@ -30,6 +30,8 @@ class InputText {
   std::optional<std::string> emptiness() const;
   // SHA-256 of its bytes, or an empty text when they cannot be read any more.
   std::string hash() const;
+  // The same of any file.
+  static std::string hashOf(const std::string& path);
 
  private:
   std::string readStream();

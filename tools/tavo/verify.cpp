@@ -2,8 +2,8 @@
 #include <cstdio>
 
 #include "console.h"
+#include "input_text.h"
 #include "record_json.h"
-#include "store/data_file.h"
 #include "stored_records.h"
 #include "text.h"
 #include "verbs.h"
@@ -12,51 +12,104 @@ namespace tavo::tool {
 
 namespace {
 
-void printStatistics(const std::string& path, const store::DataFileStatistics& file) {
-  std::printf("%s: %s, %s of which %u are in use (%s, %s)\n", path.c_str(),
-              counted(file.fileSize, "byte").c_str(), counted(file.pagesInFile, "page").c_str(),
-              file.pagesInUse, counted(file.leafPages, "leaf page").c_str(),
-              counted(file.innerPages, "inner page").c_str());
-  if (file.roomAhead > 0) {
-    std::printf("  note: %s allocated ahead, still zero\n",
-                counted(file.roomAhead, "byte").c_str());
+Json findingJson(const tavo_store_finding& finding) {
+  Json json{{"kind", finding.kind == TAVO_NOTE ? "note" : "error"}};
+  if (finding.page >= 0) json["page"] = finding.page;
+  if (finding.record != 0) json["record"] = finding.record;
+  if (finding.record_type != 0) json["type"] = finding.record_type;
+  if (finding.record_type != 0) json["block"] = recordName(finding.record_type);
+  json["message"] = toUtf8(finding.text);
+  return json;
+}
+
+// The findings in one of the two forms.
+struct Report {
+  const VerifyOptions& options;
+  Json findings = Json::array();
+
+  static void take(const tavo_store_finding* finding, void* user) {
+    auto* const report = static_cast<Report*>(user);
+    if (report->options.json) {
+      report->findings.push_back(findingJson(*finding));
+    } else {
+      std::printf("%s: %s\n", printable(report->options.dataFile).c_str(),
+                  printable(finding->text).c_str());
+    }
   }
-  if (!file.keysCompared) {
+};
+
+void printForPerson(const std::string& path, const tavo_store_statistics& file) {
+  std::printf("%s: %s, %s of which %u are in use (%s, %s)\n", path.c_str(),
+              counted(file.file_size, "byte").c_str(), counted(file.pages_in_file, "page").c_str(),
+              file.pages_in_use, counted(file.leaf_pages, "leaf page").c_str(),
+              counted(file.inner_pages, "inner page").c_str());
+  if (file.room_ahead > 0) {
+    std::printf("  note: %s allocated ahead, still zero\n",
+                counted(file.room_ahead, "byte").c_str());
+  }
+  if (file.keys_compared == 0) {
     std::printf("  note: keys are not compared with records, since not all of them can be read\n");
   }
-  std::printf("  height %u, pages filled to %.1f %%\n", file.height, 100 * file.fillFactor);
+  std::printf("  height %u, pages filled to %.1f %%\n", file.height, 100 * file.fill_factor);
   std::printf("  %s", counted(file.records, "record").c_str());
-  if (file.freeNumbers > 0) {
-    std::printf(", %s free for reuse", counted(file.freeNumbers, "number").c_str());
+  if (file.free_numbers > 0) {
+    std::printf(", %s free for reuse", counted(file.free_numbers, "number").c_str());
   }
   std::printf("\n");
-  for (RecordType type = 1; type <= schema::kLastRecordType; ++type) {
-    if (file.recordsByType[type] == 0) continue;
-    std::printf("  %10u of type %3u  %s\n", file.recordsByType[type], type,
+  for (uint32_t type = 0; type < std::size(file.records_by_type); ++type) {
+    if (file.records_by_type[type] == 0) continue;
+    std::printf("  %10u of type %3u  %s\n", file.records_by_type[type], type,
                 recordName(type).c_str());
   }
+  if (file.findings == 0) {
+    std::printf("%s: sound\n", path.c_str());
+  } else {
+    std::printf("%s: damaged, %s\n", path.c_str(), counted(file.findings, "finding").c_str());
+  }
+}
+
+void printJson(const std::string& path, const tavo_store_statistics& file, Json findings) {
+  Json json = jsonOf("tavo-verify/1");
+  json["file"] = toUtf8(path);
+  if (std::string hash = InputText::hashOf(path); !hash.empty()) json["sha256"] = std::move(hash);
+  json["status"] = file.findings == 0 ? "sound" : "damaged";
+  json["fileSize"] = file.file_size;
+  json["height"] = file.height;
+  json["pagesInUse"] = file.pages_in_use;
+  json["pagesInFile"] = file.pages_in_file;
+  json["leafPages"] = file.leaf_pages;
+  json["innerPages"] = file.inner_pages;
+  json["fillFactor"] = file.fill_factor;
+  json["records"] = file.records;
+  json["freeNumbers"] = file.free_numbers;
+  Json byType = Json::object();
+  for (uint32_t type = 0; type < std::size(file.records_by_type); ++type) {
+    if (file.records_by_type[type] > 0) byType[recordName(type)] = file.records_by_type[type];
+  }
+  json["recordsByType"] = std::move(byType);
+  json["findings"] = std::move(findings);
+  printLine(json);
 }
 
 }  // namespace
 
-int verify(const std::string& dataFile) {
-  if (const std::string problem = storedProblem(dataFile); !problem.empty()) {
+int verify(const VerifyOptions& options) {
+  if (const std::string problem = storedProblem(options.dataFile); !problem.empty()) {
     complain(problem);
     return kFailed;
   }
-  store::DataFileStatistics file;
-  const auto report = [&](const std::string& finding) {
-    std::printf("%s: %s\n", dataFile.c_str(), finding.c_str());
-  };
-  if (const int code = store::verifyDataFile(dataFile.c_str(), report, &file); code != 0) {
-    complain("reading '" + dataFile + "' failed (engine code " + std::to_string(code) + ")");
+  Report report{options};
+  tavo_store_statistics file = TAVO_STORE_STATISTICS_INIT;
+  const tavo_status status =
+      tavo_store_verify(options.dataFile.c_str(), &Report::take, &report, &file);
+  if (status != TAVO_OK) {
+    complain("reading '" + options.dataFile + "' failed: " + tavo_status_text(status));
     return kFailed;
   }
-  printStatistics(dataFile, file);
-  if (file.findings == 0) {
-    std::printf("%s: sound\n", dataFile.c_str());
+  if (options.json) {
+    printJson(options.dataFile, file, std::move(report.findings));
   } else {
-    std::printf("%s: damaged, %s\n", dataFile.c_str(), counted(file.findings, "finding").c_str());
+    printForPerson(printable(options.dataFile), file);
   }
   if (!flushOutput()) return kFailed;
   return file.findings == 0 ? kSound : kFindings;

@@ -1,6 +1,6 @@
 // Reads every NAME.tvo of this folder and compares with the files beside it: NAME.log, the log to
-// the byte, and NAME.jsonl, the records as `tavo dump` prints them. No number in them may be none,
-// and members that are not declared stay zero.
+// the byte, and NAME.jsonl, the records as `tavo dump --units si` prints them behind its head. No
+// number in them may be none, and members that are not declared stay zero.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -42,7 +42,7 @@ struct Outcome {
     auto* const self = static_cast<Outcome*>(context);
     const RecordType type = record.type;
     const Json line = self->declared_.print(type, record.bytes);
-    self->records += line.dump() + '\n';
+    self->records += tool::oneLine(line) + '\n';
     SCOPED_TRACE(self->records);
     const Json all = self->all_.print(type, record.bytes);
     // JSON has no word for infinity, so that the line would not show it.
@@ -59,8 +59,8 @@ struct Outcome {
   }
 
  private:
-  RecordPrinter declared_{RecordPrinter::Order::kText, false};
-  RecordPrinter all_{RecordPrinter::Order::kText, true};
+  RecordPrinter declared_{RecordPrinter::Order::kText, RecordPrinter::Values::kSi, false};
+  RecordPrinter all_{RecordPrinter::Order::kText, RecordPrinter::Values::kSi, true};
   bool full_ = false;  // the last list of columns
 };
 

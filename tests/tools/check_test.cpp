@@ -24,12 +24,15 @@ class CheckTest : public ToolTest {};
 TEST_F(CheckTest, PrintsFindingsWithTheirLines) {
   write("bad.tvo", kBad);
   EXPECT_EQ(expectOutput(1, {"check", "bad.tvo"}),
-            "bad.tvo:2: warning W7012: unknown format keyword: 'Weather'\n"
+            "bad.tvo:2:14: warning W7012: unknown format keyword: 'Weather'\n"
             "     JOBS (JobNo,Weather)\n"
-            "bad.tvo:3: error E2500: syntax error: 'ABC'\n"
+            "                 ^~~~~~~\n"
+            "bad.tvo:3:3: error E2500: syntax error: 'ABC'\n"
             "      ABC,\"\xc3\xbc?\";  ; an old umlaut\n"
-            "bad.tvo:5: warning W7011: unknown section/sub section: 'SHAPES'\n"
+            "      ^~~\n"
+            "bad.tvo:5:3: warning W7011: unknown section/sub section: 'SHAPES'\n"
             "      SHAPES\n"
+            "      ^~~~~~\n"
             "bad.tvo:5: note: line 5 will be ignored\n"
             "bad.tvo: 1 error, 2 warnings; 6 lines and 1 record read\n");
   EXPECT_EQ(expectOutput(1, {"check", "--quiet", "bad.tvo"}), "");
@@ -38,7 +41,9 @@ TEST_F(CheckTest, PrintsFindingsWithTheirLines) {
 TEST_F(CheckTest, NotesNumbersThatAreReadAsOtherOnes) {
   write("wrapped.tvo", "DATABASE\n  JOBS (JobNo)\n    65537;\n  END JOBS\nEND DATABASE\n");
   EXPECT_EQ(expectOutput(0, {"check", "wrapped.tvo"}),
-            "wrapped.tvo:3: note: '65537' does not fit its field and is read as another number\n"
+            "wrapped.tvo:3:5: note: '65537' does not fit its field and is read as another number\n"
+            "        65537;\n"
+            "        ^~~~~\n"
             "wrapped.tvo: 0 errors, 0 warnings; 5 lines and 2 records read\n");
 }
 
@@ -149,10 +154,9 @@ TEST_F(CheckTest, GoodExamplesAreCleanAndTheBadOneShowsEveryKindOfMistake) {
     codes.insert(finding.value("code", "note"));
     errors += finding["kind"] == "error";
   }
-  EXPECT_EQ(codes,
-            (std::set<std::string>{"E2000", "E2001", "E2010", "E2011", "E2012", "E2050", "E2051",
-                                   "E2100", "E2101", "E2102", "E2103", "E2104", "E2150", "E2500",
-                                   "W7010", "W7011", "W7012", "W7014", "note"}));
+  EXPECT_EQ(codes, (std::set<std::string>{"E2000", "E2001", "E2010", "E2011", "E2012", "E2050",
+                                          "E2051", "E2100", "E2101", "E2102", "E2103", "E2104",
+                                          "E2150", "E2500", "W7010", "W7011", "W7012", "W7014"}));
   EXPECT_EQ(json["errors"], errors);
 }
 
@@ -164,15 +168,36 @@ TEST_F(CheckTest, JsonIsOneValidObjectPerFile) {
   const auto bad = nlohmann::json::parse(lines[0]);
   EXPECT_EQ(bad["file"], "bad.tvo");
   EXPECT_EQ(bad["status"], "errors");
-  EXPECT_EQ(bad["findings"][1], (nlohmann::json{{"line", 3},
-                                                {"kind", "error"},
-                                                {"code", "E2500"},
-                                                {"message", "syntax error"},
-                                                {"text", "ABC"}}));
+  EXPECT_EQ(bad["findings"][1],
+            (nlohmann::json{{"line", 3},
+                            {"column", 3},
+                            {"length", 3},
+                            {"kind", "error"},
+                            {"code", "E2500"},
+                            {"message", "syntax error"},
+                            {"text", "ABC"},
+                            {"source", "  ABC,\"\xc3\xbc\x01\";  ; an old umlaut"}}));
   EXPECT_EQ(bad["findings"].size(), 4u);
   const auto none = nlohmann::json::parse(lines[1]);
   EXPECT_EQ(none["status"], "failed");
   EXPECT_NE(none["problem"], "");
+}
+
+// Files are checked side by side and shown in their order, however many at once.
+TEST_F(CheckTest, ShowsFilesInTheirOrder) {
+  std::vector<std::string> arguments{"check", "-j", "1"};
+  for (int i = 0; i < 200; ++i) {
+    const std::string name = std::to_string(i) + ".tvo";
+    std::string points;
+    for (int j = (i * 7919) % 300; j > 0; --j) points += std::to_string(j) + ";\n";
+    write(name, "DATABASE\nPOINTS (PointNo)\n" + points + (i % 3 == 0 ? "x;\n" : "") +
+                    "END POINTS\nEND DATABASE\n");
+    arguments.push_back(name);
+  }
+  const std::string one = expectOutput(1, arguments);
+  arguments[2] = "8";
+  EXPECT_EQ(expectOutput(1, arguments), one);
+  EXPECT_NE(one.find("\n67 of 200 files failed:\n  0.tvo\n  3.tvo\n"), std::string::npos);
 }
 
 }  // namespace

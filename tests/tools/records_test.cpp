@@ -14,9 +14,10 @@ using Arguments = std::vector<std::string>;
 
 class RecordsTest : public ToolTest {
  protected:
-  // Lines of a dump without those of some blocks, in any order.
+  // Lines of a dump behind its head, without those of some blocks, in any order.
   static Arguments records(const std::string& path, const char* without) {
     Arguments lines = linesOf(expectOutput(0, {"dump", path}));
+    lines.erase(lines.begin());
     std::erase_if(lines, [=](const std::string& line) { return line.find(without) != line.npos; });
     std::sort(lines.begin(), lines.end());
     return lines;
@@ -27,8 +28,8 @@ TEST_F(RecordsTest, DumpPrintsTheRecordsOfTheCases) {
   for (const char* name : {"values-free", "extrainfo-completes-points", "time-tagged-codes",
                            "operations", "texts-in-other-encodings"}) {
     const std::string path = TAVO_CASES_DIR "/" + std::string(name);
-    const ToolResult result = run({"dump", path + ".tvo"});
-    EXPECT_EQ(result.out, read(path + ".jsonl"));
+    const ToolResult result = run({"dump", "--units", "si", path + ".tvo"});
+    EXPECT_EQ(result.out.substr(result.out.find('\n') + 1), read(path + ".jsonl"));
     // The errors, if there are any, are left to `tavo check`.
     EXPECT_EQ(result.status, result.err.empty() ? 0 : 1) << result.err;
   }
@@ -75,7 +76,7 @@ TEST_F(RecordsTest, FormatRefusesWhatWouldLoseSomething) {
     const char* message;
   } cases[] = {
       {{"format", "lossy.tvo", "-o", "old.tvo"}, 1, "size of 1 operation"},
-      {{"format", "wrapped.tvo", "-o", "old.tvo"}, 1, "wrapped.tvo:3: note: '65537'"},
+      {{"format", "wrapped.tvo", "-o", "old.tvo"}, 1, "wrapped.tvo:3:1: note: '65537'"},
       {{"format", example("mistakes.tvo"), "-o", "old.tvo"}, 1, "33 errors, 6 warnings"},
       {{"format", "lossy.tvo", "-o", "folder"}, 2, "not a regular file"},
       {{"format", "none.tvo", "-o", "old.tvo"}, 2, "cannot read"},
@@ -117,7 +118,7 @@ TEST_F(RecordsTest, FormatKeepsRepeatedSectionsAndForeignDelimiters) {
         "OPERATIONS\nCIRCLE_CENT\n1|\"a\"|2|\"b\"#\nEND OPERATIONS\n"
         "TIME_TAGGED_CODES\n\"B\"|51545|2|\"n\"|2.5#\nEND TIME_TAGGED_CODES\n");
   expectOutput(0, {"format", "odd.tvo", "-o", "odd-new.tvo"});
-  EXPECT_EQ(expectOutput(0, {"dump", "odd.tvo"}), expectOutput(0, {"dump", "odd-new.tvo"}));
+  EXPECT_EQ(records("odd.tvo", "\x01"), records("odd-new.tvo", "\x01"));
   EXPECT_NE(read("odd-new.tvo").find("\"B\"|51545.0000000000|2|\"n\"|2.5"), std::string::npos);
 }
 
@@ -157,7 +158,7 @@ TEST_F(RecordsTest, ImportTellsOfErrorsAndRepeatedPoints) {
         "DATABASE\nPOINTS (PointNo,East)\n1,1;\n1,2;\nx,3;\nEND POINTS\nEND DATABASE\n"
         "TIME_TAGGED_CODES\n\"A\",01-02-1999/10:20:30.5,1,\"n\",2;\nEND TIME_TAGGED_CODES\n");
   const std::string out = expectOutput(1, {"import", "twice.tvo", "-o", "twice.dat"});
-  EXPECT_NE(out.find("twice.tvo:5: error E2500"), std::string::npos) << out;
+  EXPECT_NE(out.find("twice.tvo:5:1: error E2500"), std::string::npos) << out;
   EXPECT_NE(out.find("already: 1 POINTS\n"), std::string::npos) << out;
   // The data file has the code, but not the values that it points to.
   for (const Arguments& verb :
@@ -215,9 +216,9 @@ TEST_F(RecordsTest, OfADamagedDataFileWhatCanBeReadIsWrittenOnlyOnDemand) {
     const ToolResult written = run(forced);
     EXPECT_EQ(written.status, 1);
     EXPECT_NE(written.err.find(row.count), std::string::npos) << written.err;
-    EXPECT_EQ(linesOf(written.out).size(), row.arguments[0] == "dump" ? 142u : 0u);
+    EXPECT_EQ(linesOf(written.out).size(), row.arguments[0] == "dump" ? 143u : 0u);
   }
-  EXPECT_EQ(linesOf(expectOutput(0, {"dump", "cut.tvo"})).size(), 141u);
+  EXPECT_EQ(linesOf(expectOutput(0, {"dump", "cut.tvo"})).size(), 142u);
 }
 
 TEST_F(RecordsTest, VerifySaysWhatAFileIs) {
@@ -281,12 +282,40 @@ TEST_F(RecordsTest, TimelineIsInTheOrderOfTime) {
   EXPECT_EQ(lines[2],
             "slope  2024-10-09 07:14:37.80        11  T1                "
             "Hz 303.9273 gon  Vz 83.7219 gon  SDist 120.1564 m");
-  // A time that the key cannot order is counted, not shown.
+  // Nothing is hidden, whatever the time.
   write("early.tvo",
-        "DATABASE\nPOINTS (PointNo,Date)\n1,15-03-2024/00:00:00.0;\nEND POINTS\nEND DATABASE\n");
-  const ToolResult early = run({"timeline", "early.tvo"});
-  EXPECT_EQ(early.out, "");
-  EXPECT_NE(early.err.find("1 record not shown"), std::string::npos) << early.err;
+        "DATABASE\nPOINTS (PointNo,Date)\n1,15-03-2024/00:00:00.0;\n2,01-01-0001/00:00:00.0;\n"
+        "END POINTS\nEND DATABASE\n");
+  EXPECT_EQ(expectOutput(0, {"timeline", "early.tvo"}),
+            "point  0001-01-01 00:00:00.00         2\npoint  2024-03-15 00:00:00.00         1\n");
+}
+
+// Every value in the unit that the head names, whichever the library delivers.
+TEST_F(RecordsTest, DumpConvertsToTheUnitsAskedFor) {
+  write("units.tvo",
+        "HEADER\nUNITS\nANGULAR DEGS\nLINEAR INT_FEET\nGEOCRD DEGS\nEND UNITS\n"
+        "OFFSETS\nEAST 10\nEND OFFSETS\nEND HEADER\n"
+        "DATABASE\nPOINTS (PointNo,East,Longitude)\n1,100,180;\nEND POINTS\nEND DATABASE\n"
+        "THEODOLITE\nSLOPE (TgtNo,Hz,SDist)\n1,90,1000;\nEND SLOPE\nEND THEODOLITE\n"
+        "HEADER\nUNITS\nANGULAR RADS\nEND UNITS\nEND HEADER\n"
+        "THEODOLITE\nSLOPE (TgtNo,Hz)\n1,1.25;\nEND SLOPE\nEND THEODOLITE\n");
+  const auto values = [](const char* units) {
+    std::string all;
+    for (const std::string& line :
+         linesOf(expectOutput(0, {"dump", "--units", units, "units.tvo"}))) {
+      const auto json = nlohmann::json::parse(line);
+      if (json.contains("in")) all += json["in"]["angular"].get<std::string>() + "\n";
+      if (json.contains("fields") && json["name"] != "UNITS") all += json["fields"].dump() + "\n";
+    }
+    return all;
+  };
+  EXPECT_EQ(values("file"),
+            "DEGS\n{\"EAST\":10.0}\n{\"East\":100.0,\"Longitude\":180.0,\"PointNo\":1}\n"
+            "{\"Hz\":90.0,\"SDist\":1000.0,\"TgtNo\":1}\nRADS\n{\"Hz\":1.25,\"TgtNo\":1}\n");
+  EXPECT_EQ(values("si"),
+            "radian\n{\"EAST\":3.048}\n{\"East\":30.48,\"Longitude\":3.1415926535898,"
+            "\"PointNo\":1}\n{\"Hz\":1.5707963267948966,\"SDist\":304.8,\"TgtNo\":1}\n"
+            "{\"Hz\":1.25,\"TgtNo\":1}\n");
 }
 
 }  // namespace

@@ -101,15 +101,16 @@ int dumpText(const DumpOptions& options) {
 }
 
 int dumpDataFile(const DumpOptions& options) {
+  Json head = jsonOf(kShape);
+  head["file"] = toUtf8(options.file);
+  // Before the file is open, since nobody else reads it then.
+  if (std::string hash = InputText::hashOf(options.file); !hash.empty()) head["sha256"] = hash;
   StoredRecords records;
   if (const ExitStatus opened =
           records.open(options.file, StoredRecords::Use::kPrint, options.force);
       opened != kSound) {
     return opened;
   }
-  Json head = jsonOf(kShape);
-  head["file"] = toUtf8(options.file);
-  if (std::string hash = InputText::hashOf(options.file); !hash.empty()) head["sha256"] = hash;
   // A data file keeps one HEADER, in front of everything else.
   RecordPrinter printer(RecordPrinter::Order::kDataFile, valuesOf(options), options.allFields);
   tavo_record record{};

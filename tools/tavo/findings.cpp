@@ -10,6 +10,11 @@ namespace tavo::tool {
 
 namespace {
 
+// The log's own note, whose text is a sentence.
+constexpr uint32_t kLogNote = 7000;
+// A line that is longer than the format allows.
+constexpr uint32_t kExceedsLine = 2000;
+
 // Longest part of a line or text that is shown.
 constexpr size_t kShown = 160;
 // Longest part of a line that is shown in front of the marked text.
@@ -68,7 +73,7 @@ void finish(const InputText& text, bool full, Analysis* result) {
   // A note of the log explains the finding in front of it.
   for (size_t i = 1; i < result->findings.size(); ++i) {
     Found& found = result->findings[i];
-    if (found.number == 7000) found.line = result->findings[i - 1].line;
+    if (found.number == kLogNote) found.line = result->findings[i - 1].line;
   }
   result->notes = text.oddities();
   if (result->status == TAVO_OK && result->counts.records == 0 && result->findings.empty()) {
@@ -92,7 +97,8 @@ void printSource(std::FILE* stream, const Found& found, bool colour) {
     at -= found.source.size() - line.size();
     lead = "... ";
   }
-  std::fprintf(stream, "    %s%s\n", lead, printable(line, kShown).c_str());
+  const bool cut = found.number == kExceedsLine;
+  std::fprintf(stream, "    %s%s%s\n", lead, printable(line, kShown).c_str(), cut ? " ..." : "");
   if (found.column == 0 || at >= std::min(line.size(), kShown)) return;
   const size_t length = std::min<size_t>(std::max<uint32_t>(found.length, 1), kShown - at);
   const size_t before = columnsOf(line.substr(0, at)) + std::string_view(lead).size();
@@ -112,12 +118,17 @@ Found::Found(const tavo_finding& finding)
       text(finding.text, finding.text_size) {
   if (finding.source != nullptr) source.assign(finding.source, finding.source_size);
   while (source.ends_with('\r') || source.ends_with('\n')) source.pop_back();
+  // The reader keeps the beginning of such a line, up to a byte that may be amid a character.
+  if (number == kExceedsLine) {
+    text.resize(lengthOfWhole(text));
+    source.resize(lengthOfWhole(source));
+  }
 }
 
 std::string Found::code() const { return kStyles[kind].letter + std::to_string(number); }
 
 std::string Found::message() const {
-  if (number == 7000) return text;
+  if (number == kLogNote) return text;
   const tavo_schema_message* const row = tavo_schema_message_of(number);
   return row == nullptr ? "?" : row->text;
 }
@@ -161,9 +172,15 @@ void printFindings(std::FILE* stream, const InputText& text, const Analysis& ana
     if (found.column > 0) std::fprintf(stream, "%u:", found.column);
     std::fprintf(stream, " %s%s%s", colour ? style.colour : "", style.name, colour ? kPlain : "");
     if (found.kind != TAVO_NOTE) std::fprintf(stream, " %s", found.code().c_str());
-    std::fprintf(stream, ": %s", printable(found.message(), kShown).c_str());
-    if (found.number != 7000) std::fprintf(stream, ": '%s'", printable(found.text, kShown).c_str());
-    std::fprintf(stream, "\n");
+    const std::string message = printable(found.message(), kShown);
+    const std::string text = printable(found.text, kShown);
+    if (found.number == kLogNote) {
+      std::fprintf(stream, ": %s\n", message.c_str());
+    } else if (found.kind == TAVO_NOTE) {
+      std::fprintf(stream, ": '%s' %s\n", text.c_str(), message.c_str());
+    } else {
+      std::fprintf(stream, ": %s: '%s'\n", message.c_str(), text.c_str());
+    }
     printSource(stream, found, colour);
   }
   for (const std::string& note : analysis.notes) {
@@ -181,7 +198,7 @@ Json findingJson(const Found& found) {
   if (found.column > 0) json["column"] = found.column;
   if (found.column > 0) json["length"] = found.length;
   json["message"] = toUtf8(found.message());
-  if (found.number != 7000) json["text"] = toUtf8(found.text);
+  if (found.number != kLogNote) json["text"] = toUtf8(found.text);
   if (!found.source.empty()) json["source"] = toUtf8(found.source);
   return json;
 }

@@ -181,8 +181,9 @@ Json unitsJson(const tavo_units& units) {
 double RecordPrinter::inUnits(const tavo_schema_field& field, double value) const {
   const bool converted = field.converted != 0;
   if (field.unit == TAVO_UNIT_NONE || converted == (values_ == Values::kSi)) return value;
-  return withoutNoise(converted ? tavo_to_file(&units_, field.unit, value)
-                                : tavo_to_si(&units_, field.unit, value));
+  const double other =
+      converted ? tavo_to_file(&units_, field.unit, value) : tavo_to_si(&units_, field.unit, value);
+  return other == value ? value : withoutNoise(other);
 }
 
 Json RecordPrinter::value(const tavo_schema_field& field, const char* at) const {

@@ -44,7 +44,7 @@ def main():
         hold("tavo-dump", lines(tool, "dump", "--units", "si", survey))
         with tempfile.TemporaryDirectory() as folder:
             data = pathlib.Path(folder) / "survey.dat"
-            lines(tool, "import", survey, "-o", data)
+            subprocess.run([tool, "import", survey, "-o", data], capture_output=True, check=False)
             hold("tavo-dump", lines(tool, "dump", data))
             hold("tavo-verify", lines(tool, "verify", "--format", "json", data))
             data.write_bytes(data.read_bytes()[:9216])

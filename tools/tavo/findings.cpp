@@ -173,13 +173,13 @@ void printFindings(std::FILE* stream, const InputText& text, const Analysis& ana
     std::fprintf(stream, " %s%s%s", colour ? style.colour : "", style.name, colour ? kPlain : "");
     if (found.kind != TAVO_NOTE) std::fprintf(stream, " %s", found.code().c_str());
     const std::string message = printable(found.message(), kShown);
-    const std::string text = printable(found.text, kShown);
+    const std::string quoted = printable(found.text, kShown);
     if (found.number == kLogNote) {
       std::fprintf(stream, ": %s\n", message.c_str());
     } else if (found.kind == TAVO_NOTE) {
-      std::fprintf(stream, ": '%s' %s\n", text.c_str(), message.c_str());
+      std::fprintf(stream, ": '%s' %s\n", quoted.c_str(), message.c_str());
     } else {
-      std::fprintf(stream, ": %s: '%s'\n", message.c_str(), text.c_str());
+      std::fprintf(stream, ": %s: '%s'\n", message.c_str(), quoted.c_str());
     }
     printSource(stream, found, colour);
   }

@@ -96,8 +96,8 @@ SourceLine Run::sourceLine() const {
 
 int Run::deliver(RecordType type, const void* record, const Origin& origin) {
   ++recordCount;
-  const uint32_t status =
-      sink_.deliver(sink_.context, {type, record, origin.line, origin.given, block_, &settings.units});
+  const uint32_t status = sink_.deliver(
+      sink_.context, {type, record, origin.line, origin.given, block_, &settings.units});
   return TVO_CODE(status) == TVO_ERR_ABORTED ? kAborted : kGoOn;
 }
 

@@ -89,8 +89,10 @@ typedef struct tavo_input {
   { 1, NULL, NULL, 0, NULL, NULL, NULL }
 
 /* A text to write: the first of path, memory and write that is not null. A file takes its place
- * only when it is complete; memory receives a block to be freed with tavo_free. Start from
- * TAVO_TARGET_INIT, which is nowhere. */
+ * only when it is complete, a device or pipe is written as it comes; memory receives a block to be
+ * freed with tavo_free, ended by a zero byte that memory_size does not count, or null. A file has
+ * the platform's line ends, the others line feeds. Start from TAVO_TARGET_INIT, which is nowhere.
+ */
 typedef struct tavo_target {
   uint32_t version;
   const char* path;
@@ -157,7 +159,11 @@ typedef int (*tavo_progress_fn)(uint64_t done, uint64_t total, void* user);
  */
 
 /* Presence of fields: bit n is set when the record's line gave the field in place n of its block's
- * field table (tavo_schema_field). An empty column and a declared 0 are different things. */
+ * field table (tavo_schema_field_at). An empty column and a declared 0 are different things. An
+ * EXTRAINFO line sets the bits of what it gives and clears those of what it empties; of a columns
+ * record the bits are the fields declared. Lines of a fixed layout have no table: in
+ * TIME_TAGGED_CODES bit 0 is the code, 1 the time tag, 2 the number and 3 + n the value of entry n;
+ * in OPERATIONS bit 0 the operation, of its points bit 0 the number and bit 1 the identifier. */
 typedef uint64_t tavo_given;
 /* Of records from a plain data file, which keeps no presence. */
 #define TAVO_GIVEN_UNKNOWN UINT64_MAX
@@ -166,7 +172,8 @@ typedef struct tavo_record {
   uint32_t type;     /* of records.h */
   uint32_t size;     /* bytes of the packed structure */
   const void* bytes; /* the packed structure */
-  uint64_t line;     /* first physical line in the file, from 1; 0: not known */
+  uint64_t line;     /* first physical line in the file, from 1; 0: not known. Of a columns record
+                        the line of its block's keyword, of items that of the first one */
   tavo_given given;
 } tavo_record;
 
@@ -189,12 +196,13 @@ typedef struct tavo_finding {
   uint32_t number; /* 2000 to 2500, 7010 to 7014; a note of the log 7000, of the layer 7001, 7002 */
   uint32_t kind;
   uint64_t line;       /* of the file, from 1, never wrapped */
-  uint32_t column;     /* first byte of the text in its line, from 1; 0: not in the line */
-  uint32_t length;     /* of the text in its line, in bytes */
+  uint32_t column;     /* first byte of the text in `source`, from 1; 0: it is not there */
+  uint32_t length;     /* of the text in `source`, in bytes; of a note on a number that number's */
   const char* text;    /* the offending text, whole; of a note its sentence */
   size_t text_size;    /* of text, in bytes */
   const char* message; /* the log's words for the number, zero-terminated; "" for a note */
-  const char* source;  /* the line of the file, as it is; null where it is not known */
+  const char* source;  /* the line of the file without its line end, of a line that is too long its
+                          beginning; null where there is none, as for what was passed over */
   size_t source_size;  /* of source, in bytes */
 } tavo_finding;
 
@@ -235,7 +243,10 @@ typedef struct tavo_analysis_counts {
  * Every run defines its own columns of OPERATIONS. counts may be null. Status: TAVO_OK,
  * TVO_ERR_ERRORS_FOUND, TVO_ERR_OPEN (input or log cannot be opened, or are one file; nothing was
  * created), TVO_ERR_WRITE (the log), TVO_ERR_ABORTED, TAVO_ERR_CANCELLED, TAVO_ERR_INPUT,
- * TAVO_ERR_MEMORY, TAVO_ERR_ARGUMENT. */
+ * TAVO_ERR_MEMORY, TAVO_ERR_ARGUMENT. With another status than the first two the log is left out.
+ *
+ * Beside what the log has there is a note for every whole number that its field cannot hold, and
+ * for the first real number of which digits are lost; the counts have them all. */
 TAVO_API tavo_status tavo_analyse(const tavo_input* input, const tavo_analysis_options* options,
                                   tavo_analysis_counts* counts);
 
@@ -271,11 +282,12 @@ typedef struct tavo_block {
   uint32_t data_type;
   size_t first; /* place of its first record among those of data_type */
   size_t count;
-  const void* columns_record; /* null: the format has none here (a wrapper) */
+  const void* columns_record; /* of TIME_TAGGED_CODES one that lists nothing */
   const FieldId* columns;     /* declared fields, in their order */
   size_t column_count;
   uint32_t continued; /* 1: goes on with the columns of an earlier block */
-  uint64_t line;      /* of its first record, or of what closed it; 0: not known */
+  uint64_t line;      /* of its keyword; where it goes on, or lines have a fixed layout, of its
+                         first record */
   const tavo_units* units;
 } tavo_block;
 
@@ -323,8 +335,9 @@ typedef struct tavo_build_options {
 typedef uint32_t (*tavo_source_fn)(uint32_t move, tavo_record* record, void* user);
 
 /* Writes a text. Status: TAVO_OK, TVO_ERR_OPEN, TVO_ERR_WRITE, TVO_ERR_ABORTED (from the source),
- * TVO_ERR_NO_RECORD (a record that begins no section). A target that is a path is left as it was
- * unless the result is TAVO_OK. */
+ * TVO_ERR_NO_RECORD (a record that begins no section), TAVO_ERR_MEMORY, TAVO_ERR_ARGUMENT (also
+ * when the source says that there is a record and gives none). A target that is a path is left as
+ * it was unless the result is TAVO_OK. */
 TAVO_API tavo_status tavo_build(const tavo_target* target, tavo_source_fn source, void* user,
                                 const tavo_build_options* options);
 /* The same from a survey in memory, section by section in file order. */

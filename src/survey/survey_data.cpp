@@ -95,9 +95,11 @@ void SurveyData::beginBlock(const reader::DeliveredRecord& record, bool columns)
   if (columns) {
     origin.columns = records_[record.type].count;
   } else {
-    const auto before = std::find_if(origins_.rbegin(), origins_.rend(), [&](const auto& other) {
-      return other.block == record.block;
-    });
+    // Only what has stood inside the block lies between, so that the search is short.
+    const bool nests = row != nullptr && schema::hasSubSections(row->keyword);
+    const auto first = nests ? origins_.rbegin() : origins_.rend();
+    const auto before = std::find_if(
+        first, origins_.rend(), [&](const auto& other) { return other.block == record.block; });
     block.continued = before != origins_.rend();
     if (block.continued != 0) origin.columns = before->columns;
     if (block.continued == 0 && records_[block.columns_type].count > 0) {
@@ -156,10 +158,10 @@ void SurveyData::listColumns(tavo_block& block, size_t columns) {
   const uint8_t* const record = columns == kNone ? reinterpret_cast<const uint8_t*>(&kNoColumns)
                                                  : records_[block.columns_type].bytes.data() +
                                                        columns * sizeof(ColumnsRecord);
-  std::vector<FieldId>& list = columnLists_.emplace_back(TVO_COLUMNS_ROOM);
-  std::memcpy(list.data(), record + offsetof(ColumnsRecord, fields),
-              TVO_COLUMNS_ROOM * sizeof(FieldId));
-  list.resize(static_cast<size_t>(std::ranges::find(list, FieldId{TVO_FIELD_End}) - list.begin()));
+  FieldId room[TVO_COLUMNS_ROOM];
+  std::memcpy(room, record + offsetof(ColumnsRecord, fields), sizeof room);
+  const std::vector<FieldId>& list =
+      columnLists_.emplace_back(room, std::ranges::find(room, FieldId{TVO_FIELD_End}));
   block.columns_record = record;
   block.columns = list.data();
   block.column_count = list.size();

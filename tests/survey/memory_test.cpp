@@ -26,15 +26,21 @@ bool fails() {
   return true;
 }
 
-void* allocate(size_t size) {
-  void* const memory = fails() ? nullptr : std::malloc(size > 0 ? size : 1);
+void* allocate(size_t size) noexcept {
+  return fails() ? nullptr : std::malloc(size > 0 ? size : 1);
+}
+
+void* allocateOrThrow(size_t size) {
+  void* const memory = allocate(size);
   return memory != nullptr ? memory : throw std::bad_alloc();
 }
 
 }  // namespace
 
-void* operator new(size_t size) { return allocate(size); }
-void* operator new[](size_t size) { return allocate(size); }
+void* operator new(size_t size) { return allocateOrThrow(size); }
+void* operator new[](size_t size) { return allocateOrThrow(size); }
+void* operator new(size_t size, const std::nothrow_t&) noexcept { return allocate(size); }
+void* operator new[](size_t size, const std::nothrow_t&) noexcept { return allocate(size); }
 void operator delete(void* memory) noexcept { std::free(memory); }
 void operator delete[](void* memory) noexcept { std::free(memory); }
 void operator delete(void* memory, size_t) noexcept { std::free(memory); }

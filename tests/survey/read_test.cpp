@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 
 #include "support/analysis.h"
 #include "survey/handles.h"
@@ -158,6 +160,11 @@ struct Reader {
   }
 };
 
+std::string readWhole(const std::filesystem::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
 constexpr const char* kJobs = "DATABASE\nJOBS (JobNo)\n1;\n2;\nx;\nEND JOBS\nEND DATABASE\n";
 
 TEST(Survey, InputsAndLogsOfEveryKindAreTheSame) {
@@ -197,7 +204,7 @@ TEST(Survey, InputsAndLogsOfEveryKindAreTheSame) {
     EXPECT_EQ(counts.records, 3U);
     EXPECT_EQ(counts.lines, 7U);
     if (i == 0) {
-      logs[0] = readFile(std::filesystem::path(u8"\u00E4.log").string().c_str());
+      logs[0] = readWhole(u8"\u00E4.log");
       std::erase(logs[0], '\r');
     }
     if (i == 1) logs[1].assign(memory, size);

@@ -109,8 +109,8 @@ void printField(const tavo_schema_field& field, size_t place) {
                   field.name, place, field.offset, field.width);
       return;
     default:
-      std::printf("  std::optional<AnyValue> %s() const { return value<%s>(%zu, %u); }\n", field.name,
-                  field.type == TAVO_TYPE_DEFAULT ? "DefaultValue" : "FreeValue", place,
+      std::printf("  std::optional<AnyValue> %s() const { return value<%s>(%zu, %u); }\n",
+                  field.name, field.type == TAVO_TYPE_DEFAULT ? "DefaultValue" : "FreeValue", place,
                   field.offset);
   }
 }

@@ -82,8 +82,8 @@ class Win32File final : public NativeFile {
   HANDLE handle_;
 };
 
-std::unique_ptr<NativeFile> openHandle(const char* path, PathForm form, DWORD access,
-                                       DWORD sharing, DWORD how) {
+std::unique_ptr<NativeFile> openHandle(const char* path, PathForm form, DWORD access, DWORD sharing,
+                                       DWORD how) {
   const HANDLE handle = openPath(path, form, access, sharing, how, kAttributes);
   if (handle == INVALID_HANDLE_VALUE) return nullptr;
   auto* file = new (std::nothrow) Win32File(handle);

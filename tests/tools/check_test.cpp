@@ -154,9 +154,10 @@ TEST_F(CheckTest, GoodExamplesAreCleanAndTheBadOneShowsEveryKindOfMistake) {
     codes.insert(finding.value("code", "note"));
     errors += finding["kind"] == "error";
   }
-  EXPECT_EQ(codes, (std::set<std::string>{"E2000", "E2001", "E2010", "E2011", "E2012", "E2050",
-                                          "E2051", "E2100", "E2101", "E2102", "E2103", "E2104",
-                                          "E2150", "E2500", "W7010", "W7011", "W7012", "W7014"}));
+  EXPECT_EQ(codes,
+            (std::set<std::string>{"E2000", "E2001", "E2010", "E2011", "E2012", "E2050", "E2051",
+                                   "E2100", "E2101", "E2102", "E2103", "E2104", "E2150", "E2500",
+                                   "N7000", "W7010", "W7011", "W7012", "W7014"}));
   EXPECT_EQ(json["errors"], errors);
 }
 

@@ -55,22 +55,23 @@ tavo_units firstUnits(const InputText& text) {
 class UnitsLine {
  public:
   UnitsLine(Json head, const DumpOptions& options, const tavo_units& units)
-      : si_(options.si), said_(units) {
+      : si_(options.si), said_(unitsJson(units)) {
     head["units"] = options.si ? "si" : "file";
-    head["in"] = si_ ? Json{{"angular", "radian"}, {"linear", "metre"}, {"geographic", "radian"}}
-                     : unitsJson(units);
+    head["in"] =
+        si_ ? Json{{"angular", "radian"}, {"linear", "metre"}, {"geographic", "radian"}} : said_;
     printLine(head);
   }
 
   bool follow(const tavo_units& units) {
-    if (si_ || std::memcmp(&units, &said_, sizeof units) == 0) return true;
-    said_ = units;
-    return printLine({{"in", unitsJson(units)}});
+    Json now = unitsJson(units);
+    if (si_ || now == said_) return true;
+    said_ = now;
+    return printLine({{"in", std::move(now)}});
   }
 
  private:
   bool si_;
-  tavo_units said_;
+  Json said_;
 };
 
 int dumpText(const DumpOptions& options) {

@@ -70,6 +70,7 @@ class Attempt {
                                 : store.insert(sample_.fields, kSampleType);
   }
 
+  const char* journal() const { return journal_.path(); }
   TestFiles files;
 
  private:
@@ -165,16 +166,17 @@ int failEach(const TempFile& file, const Setting& setting, std::uint32_t records
   return 0;
 }
 
+constexpr Setting kSettings[] = {
+    {10, 0, 'E'}, {1, 0, 'E'},  {3, 2, 'E'},        {10, 3, 'E'},      {0, 3, 'E'},
+    {2, 4, 'E'},  {10, 1, 'S'}, {10, 0, 'E', true}, {2, 3, 'E', true}, {3, 1, 'S', true}};
+
 TEST(Change, AnyTransferMayFailAndNothingIsHalfDone) {
-  const Setting settings[] = {{10, 0, 'E'},      {1, 0, 'E'},      {3, 2, 'E'},  {10, 3, 'E'},
-                              {0, 3, 'E'},       {2, 4, 'E'},      {10, 1, 'S'}, {10, 0, 'E', true},
-                              {2, 3, 'E', true}, {3, 1, 'S', true}};
   int transfers = 0;
   for (const std::uint32_t records : {6u, 48u}) {
     if (records > 6 && TAVO_TEST_EFFORT < 10) break;
     const TempFile file;
     makeBase(file, records);
-    for (const Setting& setting : settings) {
+    for (const Setting& setting : kSettings) {
       for (const Operation op : {kInsert, kReplace, kRemove, kRefused}) {
         for (int f = 0; f < 5; ++f) {
           const Fault fault = {(f & 1) == 0, (f & 2) != 0, f == 4};
@@ -190,6 +192,50 @@ TEST(Change, AnyTransferMayFailAndNothingIsHalfDone) {
     }
   }
   EXPECT_GT(transfers, 200);
+}
+
+// A close that could not write everything says so, and what is missing then is a finding.
+TEST(Change, AFailedCloseIsToldAndNamed) {
+  const TempFile file;
+  makeBase(file, 48);
+  const auto base = file.bytes();
+  int failures = 0;
+  for (const Setting& setting : kSettings) {
+    for (int f = 0; f < 4; ++f) {
+      for (int k = 0;; k += TAVO_TEST_EFFORT >= 100 ? 1 : 3) {
+        SCOPED_TRACE(testing::Message() << "mode " << setting.mode << setting.sharing << ", fault "
+                                        << f << ", transfer " << k);
+        file.write(base);
+        Attempt attempt(file, setting, 48);
+        attempt.files.shortened = (f & 1) != 0;
+        attempt.files.lasting = (f & 2) != 0;
+        attempt.files.writesUntilFault = k;
+        const int code = attempt.store.close();
+        const bool happened = attempt.files.writesUntilFault < (attempt.files.lasting ? 1 : 0);
+        EXPECT_TRUE(code == kOk || code == kHeaderTransfer || code == kWriteFailed) << code;
+        failures += code != kOk ? 1 : 0;
+        attempt.files.lasting = false;
+        attempt.files.writesUntilFault = -1;
+        if (setting.journal) {
+          // What was finished before stays finished.
+          PageCache cache;
+          Store next(cache);
+          Options options;
+          options.journal = attempt.journal();
+          ASSERT_EQ(next.open(file.path(), kIndexes, options), kOk);
+          EXPECT_EQ(next.recordCount(), 52u);
+          ASSERT_EQ(next.close(), kOk);
+        }
+        VerifyReport report;
+        const bool sound = findings(file.path(), &report).empty();
+        EXPECT_TRUE(sound || (code != kOk && !setting.journal));
+        EXPECT_TRUE(!sound || report.records == 52u || (report.records == 48u && code != kOk));
+        if (HasFailure()) return;
+        if (!happened) break;
+      }
+    }
+  }
+  EXPECT_GT(failures, 20);
 }
 
 }  // namespace

@@ -10,12 +10,14 @@ namespace tavo::api {
 
 namespace {
 
+using reader::Step;
+
 platform::OpenResult open(auto& file, const char* path) {
   return path == nullptr ? platform::OpenResult::kFailed : file.open(path);
 }
 
-uint32_t resultOf(int status, const reader::Diagnostics& diagnostics) {
-  if (status == reader::kAborted) return TVO_ERR_ABORTED;
+uint32_t resultOf(Step last, const reader::Diagnostics& diagnostics) {
+  if (last == Step::kAborted) return TVO_ERR_ABORTED;
   if (diagnostics.ioError()) return TVO_ERR_WRITE;
   return diagnostics.errorCount() > 0 ? TVO_ERR_ERRORS_FOUND : TVO_OK;
 }
@@ -69,8 +71,8 @@ bool clash(const AnalysisRequest& request, const char* dataFile) {
 }
 
 // An exception, of the sink too, ends the reading as memory that runs out does.
-int readAll(reader::Run& run) try { return sections::readSections(run); } catch (...) {
-  return reader::kOutOfMemory;
+Step readAll(reader::Run& run) try { return sections::readSections(run); } catch (...) {
+  return Step::kOutOfMemory;
 }
 
 }  // namespace
@@ -88,9 +90,9 @@ uint32_t Library::analyse(const AnalysisRequest& request, AnalysisCounts* counts
   run->diagnostics.open(texts.log, request.maxErrors, request.findings);
   if (!run->source.open(*texts.input)) return TVO_ERR_OPEN;
 
-  const int status = readAll(*run);
+  const Step last = readAll(*run);
   // Records are missing, which must not pass for success.
-  const bool incomplete = status == reader::kOutOfMemory;
+  const bool incomplete = last == Step::kOutOfMemory;
   if (incomplete) run->diagnostics.raiseIoError();
   *counts = {run->diagnostics.errorCount(),
              run->diagnostics.warningCount(),
@@ -103,7 +105,7 @@ uint32_t Library::analyse(const AnalysisRequest& request, AnalysisCounts* counts
   run->diagnostics.close();
   // Also a sink of the host's own may have filled it.
   if (store.isOpen() && store.close() != 0) run->diagnostics.raiseIoError();
-  return resultOf(status, run->diagnostics);
+  return resultOf(last, run->diagnostics);
 }
 
 uint16_t Library::build(const char* outputPath, TVO_RecordSource callback, bool fromStore) {

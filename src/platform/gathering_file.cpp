@@ -10,14 +10,16 @@
 #include <new>
 #include <utility>
 
+#include "platform/memory.h"
+
 namespace tavo::platform {
 namespace {
 
 // A block is what the system keeps as one page.
 constexpr std::uint32_t kBlock = 4096;
-constexpr std::uint32_t kChunkSlots = 64;
 // At most 32 MiB of blocks; they are allocated as they are needed.
-constexpr std::uint32_t kMostChunks = 128;
+constexpr std::uint32_t kChunkSlots = kLargeChunk / kBlock;
+constexpr std::uint32_t kMostChunks = 16;
 // Most blocks of one transfer.
 constexpr std::uint32_t kPiece = 16;
 // Room is allocated an eighth of the file at a time, within these bounds.
@@ -36,8 +38,8 @@ struct Slot {
 };
 
 struct Chunk {
-  Slot slots[kChunkSlots];
-  std::uint8_t bytes[kChunkSlots * kBlock];
+  LargeChunk bytes;
+  std::unique_ptr<Slot[]> slots;
 };
 
 struct Pieces {
@@ -74,15 +76,18 @@ class GatheringFile final : public File {
 
  private:
   Slot& slot(std::uint32_t number) {
-    return chunks_[number / kChunkSlots]->slots[number % kChunkSlots];
+    return chunks_[number / kChunkSlots].slots[number % kChunkSlots];
   }
   // The slot of a block in memory, else null.
   Slot* find(std::uint32_t block) {
     return block < reach_ && table_[block] != 0 ? &slot(table_[block] - 1u) : nullptr;
   }
   bool reach(std::uint32_t block);
+  void grow();
   Slot* freeSlot();
-  Slot* put(std::uint32_t block, const std::uint8_t* bytes);
+  Slot* take(std::uint32_t block);
+  void giveBack(Slot& s);
+  Transfer readBlocks(std::uint32_t block, std::uint32_t count, std::uint8_t* bytes);
   Transfer load(std::uint32_t block, Slot*& out);
   Transfer fetch(std::uint32_t block, Slot*& out);
   bool writeOut(std::uint32_t block);
@@ -96,10 +101,11 @@ class GatheringFile final : public File {
   std::uint64_t size_ = 0;  // of the file as its opener knows it
   std::uint64_t room_ = 0;  // of the file as the system has it
   std::uint64_t zero_ = 0;  // from here on the system's file is zero
-  std::array<std::unique_ptr<Chunk>, kMostChunks> chunks_;
+  std::array<Chunk, kMostChunks> chunks_;
   std::uint32_t slots_ = 0;   // in the chunks there are
   std::uint32_t filled_ = 0;  // those before this one were taken at some time
   std::uint32_t hand_ = 0;
+  Slot* spare_ = nullptr;                   // of no block
   std::unique_ptr<std::uint16_t[]> table_;  // slot number + 1 by block; 0: not in memory
   std::uint32_t reach_ = 0;                 // blocks that the table has room for
   std::uint32_t expected_ = 0;              // the block behind those read last
@@ -129,10 +135,11 @@ bool GatheringFile::close() {
 }
 
 void GatheringFile::forget() {
-  for (auto& chunk : chunks_) chunk.reset();
+  for (Chunk& chunk : chunks_) chunk = Chunk();
   table_.reset();
   pieces_.reset();
   slots_ = filled_ = hand_ = reach_ = 0;
+  spare_ = nullptr;
   on_ = false;
 }
 
@@ -148,18 +155,24 @@ bool GatheringFile::reach(std::uint32_t block) {
   return true;
 }
 
+// Adds slots while there may be more and memory for them.
+void GatheringFile::grow() {
+  if (slots_ == kMostChunks * kChunkSlots) return;
+  Chunk& chunk = chunks_[slots_ / kChunkSlots];
+  chunk.slots.reset(new (std::nothrow) Slot[kChunkSlots]);
+  chunk.bytes = tryLargeChunk();
+  if (chunk.slots != nullptr && chunk.bytes != nullptr) slots_ += kChunkSlots;
+}
+
 // A slot of no block; null when there is no memory for another one and no block can be written to
 // make room.
 Slot* GatheringFile::freeSlot() {
-  if (filled_ == slots_ && slots_ < kMostChunks * kChunkSlots) {
-    auto& chunk = chunks_[slots_ / kChunkSlots];
-    chunk.reset(new (std::nothrow) Chunk);
-    if (chunk != nullptr) slots_ += kChunkSlots;
-  }
+  if (spare_ != nullptr) return std::exchange(spare_, nullptr);
+  if (filled_ == slots_) grow();
   if (filled_ < slots_) {
     Slot& s = slot(filled_);
     s.number = static_cast<std::uint16_t>(filled_);
-    s.bytes = chunks_[filled_ / kChunkSlots]->bytes + filled_ % kChunkSlots * kBlock;
+    s.bytes = chunks_[filled_ / kChunkSlots].bytes.get() + filled_ % kChunkSlots * kBlock;
     ++filled_;
     return &s;
   }
@@ -175,14 +188,10 @@ Slot* GatheringFile::freeSlot() {
   return nullptr;
 }
 
-// Puts a block into memory, zeros when there are no bytes; null when there is no slot for it.
-Slot* GatheringFile::put(std::uint32_t block, const std::uint8_t* bytes) {
+// Gives a block a slot, whose bytes are undefined; null when there is none.
+Slot* GatheringFile::take(std::uint32_t block) {
   Slot* const s = reach(block) ? freeSlot() : nullptr;
   if (s == nullptr) return nullptr;
-  if (bytes != nullptr)
-    std::memcpy(s->bytes, bytes, kBlock);
-  else
-    std::memset(s->bytes, 0, kBlock);
   s->block = block;
   s->dirty = false;
   s->used = true;
@@ -190,29 +199,44 @@ Slot* GatheringFile::put(std::uint32_t block, const std::uint8_t* bytes) {
   return s;
 }
 
-// Reads a block, and the ones behind it when blocks were read one behind the other so far.
-Transfer GatheringFile::load(std::uint32_t block, Slot*& out) {
-  std::uint32_t most = block == expected_ ? std::min(ahead_ * 2, kPiece) : 1;
-  for (std::uint32_t n = 1; n < most; ++n) {
-    if (positionOf(block + n) >= std::min(zero_, size_) || find(block + n) != nullptr) most = n;
-  }
+// Takes a block that could not be read out again.
+void GatheringFile::giveBack(Slot& s) {
+  table_[s.block] = 0;
+  spare_ = &s;
+}
+
+Transfer GatheringFile::readBlocks(std::uint32_t block, std::uint32_t count, std::uint8_t* bytes) {
   const std::uint64_t start = positionOf(block);
-  const auto count = static_cast<std::uint32_t>(
-      std::min<std::uint64_t>(room_ - start, std::uint64_t{most} * kBlock));
-  std::uint8_t* const bytes = pieces_->read;
-  if (count % kBlock != 0) std::memset(bytes + count, 0, kBlock - count % kBlock);
-  const Transfer transfer = file_->readAt(start, bytes, count);
-  if (transfer != Transfer::kDone) {
-    ahead_ = 1;
-    expected_ = 0;
-    // What is wrong may be wrong with a block behind this one.
-    return most > 1 ? load(block, out) : transfer;
+  const auto size = static_cast<std::uint32_t>(
+      std::min<std::uint64_t>(room_ - start, std::uint64_t{count} * kBlock));
+  if (size < count * kBlock) std::memset(bytes + size, 0, count * kBlock - size);
+  return file_->readAt(start, bytes, size);
+}
+
+// Reads a block into memory, and the ones behind it when blocks are read one behind the other.
+Transfer GatheringFile::load(std::uint32_t block, Slot*& out) {
+  std::uint32_t count = block == expected_ ? std::min(ahead_ * 2, kPiece) : 1;
+  for (std::uint32_t n = 1; n < count; ++n) {
+    if (positionOf(block + n) >= std::min(zero_, size_) || find(block + n) != nullptr) count = n;
   }
-  out = put(block, bytes);
-  for (std::uint32_t n = 1; n < most && out != nullptr; ++n) put(block + n, bytes + n * kBlock);
-  ahead_ = most;
-  expected_ = block + most;
-  return transfer;
+  // What is wrong behind the block is none of its affair.
+  if (count > 1 && readBlocks(block, count, pieces_->read) != Transfer::kDone) count = 1;
+  expected_ = block + count;
+  ahead_ = count;
+  out = take(block);
+  if (out == nullptr) return Transfer::kDone;
+  if (count == 1) {
+    const Transfer transfer = readBlocks(block, 1, out->bytes);
+    if (transfer != Transfer::kDone) giveBack(*std::exchange(out, nullptr));
+    return transfer;
+  }
+  std::memcpy(out->bytes, pieces_->read, kBlock);
+  for (std::uint32_t n = 1; n < count; ++n) {
+    Slot* const s = take(block + n);
+    if (s == nullptr) break;
+    std::memcpy(s->bytes, pieces_->read + n * kBlock, kBlock);
+  }
+  return Transfer::kDone;
 }
 
 // The slot of a block, null when it has to be transferred past the memory.
@@ -223,7 +247,8 @@ Transfer GatheringFile::fetch(std::uint32_t block, Slot*& out) {
     return Transfer::kDone;
   }
   if (positionOf(block) < zero_) return load(block, out);
-  out = put(block, nullptr);
+  out = take(block);
+  if (out != nullptr) std::memset(out->bytes, 0, kBlock);
   return Transfer::kDone;
 }
 

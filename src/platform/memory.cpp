@@ -15,11 +15,18 @@ constexpr std::align_val_t kAlignment{kLargeChunk};
 
 void FreeLargeChunk::operator()(uint8_t* chunk) const { ::operator delete(chunk, kAlignment); }
 
-LargeChunk makeLargeChunk() {
-  LargeChunk chunk(static_cast<uint8_t*>(::operator new(kLargeChunk, kAlignment)));
+LargeChunk tryLargeChunk() {
+  LargeChunk chunk(static_cast<uint8_t*>(::operator new(kLargeChunk, kAlignment, std::nothrow)));
 #if defined(__linux__)
-  madvise(chunk.get(), kLargeChunk, MADV_HUGEPAGE);  // only a hint: a refusal changes nothing
+  // Only a hint: a refusal changes nothing.
+  if (chunk != nullptr) madvise(chunk.get(), kLargeChunk, MADV_HUGEPAGE);
 #endif
+  return chunk;
+}
+
+LargeChunk makeLargeChunk() {
+  LargeChunk chunk = tryLargeChunk();
+  if (chunk == nullptr) throw std::bad_alloc();
   return chunk;
 }
 

@@ -17,5 +17,7 @@ using LargeChunk = std::unique_ptr<uint8_t[], FreeLargeChunk>;
 
 // kLargeChunk bytes, undefined. Throws std::bad_alloc.
 LargeChunk makeLargeChunk();
+// The same; null when memory is short.
+LargeChunk tryLargeChunk();
 
 }  // namespace tavo::platform

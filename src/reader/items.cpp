@@ -1,30 +1,30 @@
 // The item-line parser.
 #include "reader/items.h"
 
+#include <algorithm>
+
 #include "reader/values.h"
 #include "schema/fields.h"
 
 namespace tavo::reader {
 
-int parseItemLine(Run& run, const schema::FieldDef* table, schema::FieldDef* field,
-                  uint8_t (&value)[kItemValueSize]) {
+Step parseItemLine(Run& run, const schema::FieldDef* table, schema::FieldDef* field,
+                   uint8_t (&value)[kItemValueSize]) {
   const std::string_view text = schema::skipBlanks(run.line);
-  size_t n = 0;
-  while (n < text.size() && static_cast<unsigned char>(text[n]) > 32) ++n;
-  const std::string_view word = text.substr(0, n);
+  const std::string_view word = schema::firstWord(text);
   if (schema::FindField(table, word, field) != schema::kFound) {
     run.reportWarning(kUnknownElement, word);
-    return kNoFormat;
+    return Step::kPassOver;
   }
   if (field->type == schema::DataType::kDefault || field->type == schema::DataType::kFree) {
-    return kNoFormat;
+    return Step::kPassOver;
   }
   // The value starts one character behind the word.
-  Cursor cursor(n < text.size() ? text.substr(n + 1) : std::string_view(text.data() + n, 0));
-  const int status = parseField(run, cursor, field->type, field->width, field->unit, value);
-  if (status != 0) return status;
+  FieldCursor cursor(text.substr(std::min(word.size() + 1, text.size())));
+  const Step step = stepOf(parseField(run, cursor, field->type, field->width, field->unit, value));
+  if (step != Step::kGoOn) return step;
   cursor.skipBlanks();
-  if (cursor.atEnd() || *cursor.at == run.settings.terminator) return kGoOn;
+  if (cursor.atEnd() || *cursor.at == run.settings.terminator) return Step::kGoOn;
   return run.reportError(kSyntaxError, run.line);
 }
 

@@ -3,6 +3,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <functional>
 
 #include "reader/scan.h"
 #include "tavo/tavo.h"
@@ -46,29 +47,28 @@ void Run::trim(bool keepTerminatorLine) {
   }
 }
 
-int Run::readLine(bool keepTerminatorLine) {
+Step Run::readLine(bool keepTerminatorLine) {
   for (;;) {
     bool complete = false;
     if (!source.next(&line, &complete)) return endInput();
     ++lineNumber;
     if (!complete) return readOverlong();
     trim(keepTerminatorLine);
-    if (!line.empty()) return kGoOn;
+    if (!line.empty()) return Step::kGoOn;
   }
 }
 
-int Run::endInput() {
+Step Run::endInput() {
   line = {};
   if (source.failed()) diagnostics.raiseIoError();
-  return kEndOfInput;
+  return Step::kEndOfInput;
 }
 
 // The current piece has no line feed. Either the line is too long, or the input ends without one,
 // and then its last piece is the line just as it was read.
-int Run::readOverlong() {
-  const std::string_view first = schema::skipBlanks(line);
-  const size_t length = first.size();
-  std::memcpy(overlong_, first.data(), length);
+Step Run::readOverlong() {
+  std::memcpy(overlong_, line.data(), line.size());
+  overlongSize_ = line.size();
   std::string_view piece;
   bool complete = false;
   while (!complete && source.next(&piece, &complete)) line = piece;
@@ -80,39 +80,51 @@ int Run::readOverlong() {
     const char* const end = line.data() + line.size();
     const char* const cut = findTerminator(line.data(), end, settings.terminator);
     if (cut != nullptr) countComment({cut + 1, end});
-    return kGoOn;
+    return Step::kGoOn;
   }
-  line = {overlong_, length};
+  line = schema::skipBlanks({overlong_, overlongSize_});
   return fail(kExceedsLine, line);
 }
 
-int Run::deliver(RecordType type, const void* record) {
-  ++recordCount;
-  const uint32_t status = sink_.deliver(sink_.context, type, record);
-  return TVO_CODE(status) == TVO_ERR_ABORTED ? kAborted : kGoOn;
+SourceLine Run::sourceLine() const {
+  const std::less_equal<> before;
+  const bool overlong =
+      before(overlong_, line.data()) && before(line.data(), overlong_ + sizeof overlong_);
+  return {lineNumber, overlong ? std::string_view(overlong_, overlongSize_) : source.piece()};
 }
 
-int Run::SkipBlock(uint32_t closing) {
-  const uint32_t first = lineNumber;
+Step Run::deliver(RecordType type, const void* record, const Origin& origin) {
+  ++recordCount;
+  const uint32_t status =
+      sink_.deliver(sink_.context, {type, record, origin.line, origin.given, block_});
+  return TVO_CODE(status) == TVO_ERR_ABORTED ? Step::kAborted : Step::kGoOn;
+}
+
+Step Run::SkipBlock(uint32_t closing) {
+  SourceLine first = sourceLine();
   char kept[kMaxLine];
   std::string_view token = schema::firstToken(schema::skipBlanks(line));
-  std::memcpy(kept, token.data(), token.size());
-  token = {kept, token.size()};
+  std::memcpy(kept, first.text.data(), first.text.size());
+  token = {kept + (token.data() - first.text.data()), token.size()};
+  first.text = {kept, first.text.size()};
 
   for (;;) {
-    const int status = readLine();
-    if (status == kEndOfInput || status == kStop) return status;
-    if (status == kExceedsLine) continue;
-    const int end = schema::CheckEnd(line, closing);
-    if (end == schema::kForeignKeyword || end == kGoOn) break;
+    const Step read = readLine();
+    if (read == Step::kEndOfInput || read == Step::kStop) return read;
+    if (read == Step::kPassOver) continue;
+    const schema::EndLine end = schema::CheckEnd(line, closing);
+    if (end == schema::EndLine::kForeignKeyword || end == schema::EndLine::kThisEnd) break;
   }
 
   uint32_t keyword = schema::kUnknownSection;
-  const bool misplaced = schema::FindKeyword(token, &keyword) == schema::kFound;
-  const int status = misplaced ? diagnostics.reportError(kSectionMismatch, first, token)
-                               : diagnostics.reportWarning(kUnknownSectionWarning, first, token);
+  Step step = Step::kGoOn;
+  if (schema::FindKeyword(token, &keyword) == schema::kFound) {
+    step = diagnostics.reportError(kSectionMismatch, first, token);
+  } else {
+    diagnostics.reportWarning(kUnknownSectionWarning, first, token);
+  }
   // Numbers of the log are 16 bits wide and wrap.
-  const int from = static_cast<uint16_t>(first);
+  const int from = static_cast<uint16_t>(first.number);
   const int to = static_cast<uint16_t>(lineNumber - 1);
   char note[64];
   if (from == to) {
@@ -121,7 +133,7 @@ int Run::SkipBlock(uint32_t closing) {
     std::snprintf(note, sizeof note, "lines %d - %d will be ignored", from, to);
   }
   reportWarning(kNote, note);
-  return status;
+  return step;
 }
 
 }  // namespace tavo::reader

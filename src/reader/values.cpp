@@ -24,32 +24,35 @@ bool isDelimiter(const Settings& settings, char c) {
   return c == settings.separator || c == settings.terminator;
 }
 
-const char* fieldEnd(const Settings& settings, const Cursor& cursor) {
+const char* fieldEnd(const Settings& settings, const FieldCursor& cursor) {
   const char* p = cursor.at;
   while (p != cursor.end && !isDelimiter(settings, *p)) ++p;
   return p;
 }
 
 std::string_view cutTrailing(const char* begin, const char* end) {
-  while (end != begin && static_cast<unsigned char>(end[-1]) <= 32) --end;
-  return {begin, static_cast<size_t>(end - begin)};
+  return schema::cutTrailing({begin, static_cast<size_t>(end - begin)});
+}
+
+FieldResult report(Run& run, int number, std::string_view text) {
+  return run.reportError(number, text) == Step::kStop ? FieldResult::kLimit : FieldResult::kBad;
 }
 
 // Reports on the field that begins at the cursor, and moves behind it.
-int rejectField(Run& run, Cursor& cursor, int number) {
+FieldResult rejectField(Run& run, FieldCursor& cursor, int number) {
   const char* const end = fieldEnd(run.settings, cursor);
   const std::string_view text = cutTrailing(cursor.at, end);
   cursor.at = end;
-  return run.fail(number, text);
+  return report(run, number, text);
 }
 
 // How far a number may reach: the whole line, unless a delimiter could be taken for a part of it.
-const char* numberLimit(const Settings& settings, const Cursor& cursor) {
+const char* numberLimit(const Settings& settings, const FieldCursor& cursor) {
   return settings.delimitersInValues ? fieldEnd(settings, cursor) : cursor.end;
 }
 
 // Accepts the number that ends at p when only blanks follow it in its field.
-bool finishField(const Settings& settings, Cursor& cursor, const char* p) {
+bool finishField(const Settings& settings, FieldCursor& cursor, const char* p) {
   while (p != cursor.end && !isDelimiter(settings, *p) && static_cast<unsigned char>(*p) <= 32) ++p;
   if (p != cursor.end && !isDelimiter(settings, *p)) return false;
   cursor.at = p;
@@ -65,12 +68,12 @@ const char* scanUnsigned(const char* p, const char* end, uint64_t* value) {
   return behind == p ? nullptr : behind;
 }
 
-int parseUnsigned(Run& run, Cursor& cursor, uint64_t* value) {
+FieldResult parseUnsigned(Run& run, FieldCursor& cursor, uint64_t* value) {
   *value = 0;
   cursor.skipBlanks();
-  if (cursor.atDelimiter(run.settings)) return kEmptyField;
+  if (cursor.atDelimiter(run.settings)) return FieldResult::kEmpty;
   const char* const p = scanUnsigned(cursor.at, numberLimit(run.settings, cursor), value);
-  if (p != nullptr && finishField(run.settings, cursor, p)) return 0;
+  if (p != nullptr && finishField(run.settings, cursor, p)) return FieldResult::kValue;
   *value = 0;
   return rejectField(run, cursor, kSyntaxError);
 }
@@ -132,19 +135,19 @@ void noteLostDigits(Run& run, std::string_view text, Real value) {
   using Limits = std::numeric_limits<Real>;
   if (!run.diagnostics.observed()) return;
   if (text.size() <= Limits::digits10 && std::abs(value) >= Limits::min()) return;
-  if (losesDigits(text, value)) run.diagnostics.noteLoss(Loss::kDigits, run.lineNumber, text);
+  if (losesDigits(text, value)) run.noteLoss(Loss::kDigits, text);
 }
 
 template <class Real>
-int parseReal(Run& run, Cursor& cursor, Real* value) {
+FieldResult parseReal(Run& run, FieldCursor& cursor, Real* value) {
   *value = 0;
   cursor.skipBlanks();
-  if (cursor.atDelimiter(run.settings)) return kEmptyField;
+  if (cursor.atDelimiter(run.settings)) return FieldResult::kEmpty;
   const char* const start = cursor.at;
   const char* const p = scanReal(start, numberLimit(run.settings, cursor), value);
   if (p != nullptr && finishField(run.settings, cursor, p)) {
     noteLostDigits(run, {start, static_cast<size_t>(p - start)}, *value);
-    return 0;
+    return FieldResult::kValue;
   }
   *value = 0;
   return rejectField(run, cursor, kSyntaxError);
@@ -153,12 +156,12 @@ int parseReal(Run& run, Cursor& cursor, Real* value) {
 // A real in the units in which records are delivered. What the conversion makes too large for the
 // type is refused like what is too large as it is read.
 template <class Real>
-int parseConverted(Run& run, Cursor& cursor, schema::UnitKind unit, Real* value) {
+FieldResult parseConverted(Run& run, FieldCursor& cursor, schema::UnitKind unit, Real* value) {
   const char* const start = cursor.at;
-  const int status = parseReal(run, cursor, value);
-  if (status != 0 || unit == schema::UnitKind::kNone) return status;
+  const FieldResult result = parseReal(run, cursor, value);
+  if (result != FieldResult::kValue || unit == schema::UnitKind::kNone) return result;
   *value = static_cast<Real>(schema::toInternal(run.settings.units, unit, *value));
-  if (std::isfinite(*value)) return 0;
+  if (std::isfinite(*value)) return FieldResult::kValue;
   *value = 0;
   cursor.at = start;
   cursor.skipBlanks();
@@ -255,26 +258,26 @@ const char* scanText(const char* p, const char* end, char* value, size_t width, 
 
 // Checks what follows a text: after blanks only a delimiter or the line's end. whole is the start
 // of the field, which the report quotes up to its end.
-int finishText(Run& run, Cursor& cursor, const char* start, int status) {
+FieldResult finishText(Run& run, FieldCursor& cursor, const char* start, FieldResult result) {
   cursor.skipBlanks();
   const bool clean = cursor.atDelimiter(run.settings);
   const char* const end = fieldEnd(run.settings, cursor);
   cursor.at = end;
-  if (clean) return status;
-  const int second = run.fail(kSyntaxError, cutTrailing(start, end));
-  return status == kStop ? kStop : second;
+  if (clean) return result;
+  const FieldResult second = report(run, kSyntaxError, cutTrailing(start, end));
+  return result == FieldResult::kLimit ? result : second;
 }
 
 void noteUnsafeNumber(Run& run, std::string_view text, uint64_t number, uint64_t largest) {
   const size_t leading = std::min(text.find_first_not_of("+-0"), text.size());
   if (number > largest || text.size() - leading > std::numeric_limits<uint64_t>::digits10) {
-    run.diagnostics.noteLoss(Loss::kNumber, run.lineNumber, text);
+    run.noteLoss(Loss::kNumber, text);
   }
 }
 
 // Notes a whole number, behind which the cursor stands, that is larger than its type's largest, so
 // that its low bits alone are kept. So long a number may have lost some already.
-inline void noteLostBits(Run& run, const char* start, const Cursor& cursor, uint64_t number,
+inline void noteLostBits(Run& run, const char* start, const FieldCursor& cursor, uint64_t number,
                          uint64_t largest) {
   if (number > largest || cursor.at - start > std::numeric_limits<uint64_t>::digits10) {
     noteUnsafeNumber(run, cutTrailing(start, cursor.at), number, largest);
@@ -282,22 +285,24 @@ inline void noteLostBits(Run& run, const char* start, const Cursor& cursor, uint
 }
 
 template <class Unsigned>
-int parseNarrow(Run& run, Cursor& cursor, Unsigned* value) {
+FieldResult parseNarrow(Run& run, FieldCursor& cursor, Unsigned* value) {
   uint64_t number = 0;
   cursor.skipBlanks();
   const char* const start = cursor.at;
-  const int status = parseUnsigned(run, cursor, &number);
+  const FieldResult result = parseUnsigned(run, cursor, &number);
   *value = static_cast<Unsigned>(number);
-  if (status == 0) noteLostBits(run, start, cursor, number, std::numeric_limits<Unsigned>::max());
-  return status;
+  if (result == FieldResult::kValue) {
+    noteLostBits(run, start, cursor, number, std::numeric_limits<Unsigned>::max());
+  }
+  return result;
 }
 
 template <class Value, class Parser>
-int store(uint8_t* target, Parser parse) {
+FieldResult store(uint8_t* target, Parser parse) {
   Value value{};
-  const int status = parse(&value);
+  const FieldResult result = parse(&value);
   std::memcpy(target, &value, sizeof value);
-  return status;
+  return result;
 }
 
 }  // namespace
@@ -311,25 +316,25 @@ int32_t toInt32(Run& run, std::string_view text, double value) {
   constexpr double kLow = std::numeric_limits<int32_t>::min();
   constexpr double kHigh = std::numeric_limits<int32_t>::max();
   const auto kept = static_cast<int32_t>(value < kLow ? kLow : value > kHigh ? kHigh : value);
-  if (kept != value) run.diagnostics.noteLoss(Loss::kNumber, run.lineNumber, text);
+  if (kept != value) run.noteLoss(Loss::kNumber, text);
   return kept;
 }
 
-int parseUint16(Run& run, Cursor& cursor, uint16_t* value) {
+FieldResult parseUint16(Run& run, FieldCursor& cursor, uint16_t* value) {
   return parseNarrow(run, cursor, value);
 }
 
-int parseUint32(Run& run, Cursor& cursor, uint32_t* value) {
+FieldResult parseUint32(Run& run, FieldCursor& cursor, uint32_t* value) {
   return parseNarrow(run, cursor, value);
 }
 
-int parseUint8(Run& run, Cursor& cursor, uint8_t* value) {
+FieldResult parseUint8(Run& run, FieldCursor& cursor, uint8_t* value) {
   *value = 0;
   uint64_t number = 0;
   cursor.skipBlanks();
-  const Cursor start = cursor;
-  const int status = parseUnsigned(run, cursor, &number);
-  if (status != 0) return status;
+  const FieldCursor start = cursor;
+  const FieldResult result = parseUnsigned(run, cursor, &number);
+  if (result != FieldResult::kValue) return result;
   // The range check looks at the low 16 bits as a signed number, so 32768 and more pass it.
   if (static_cast<int16_t>(static_cast<uint16_t>(number)) > 255) {
     cursor = start;
@@ -337,13 +342,13 @@ int parseUint8(Run& run, Cursor& cursor, uint8_t* value) {
   }
   *value = static_cast<uint8_t>(number);
   noteLostBits(run, start.at, cursor, number, UINT8_MAX);
-  return 0;
+  return FieldResult::kValue;
 }
 
-int parseInt16(Run& run, Cursor& cursor, int16_t* value) {
+FieldResult parseInt16(Run& run, FieldCursor& cursor, int16_t* value) {
   *value = 0;
   cursor.skipBlanks();
-  if (cursor.atDelimiter(run.settings)) return kEmptyField;
+  if (cursor.atDelimiter(run.settings)) return FieldResult::kEmpty;
   const char* const limit = numberLimit(run.settings, cursor);
   const bool negative = *cursor.at == '-';
   uint64_t number = 0;
@@ -355,41 +360,45 @@ int parseInt16(Run& run, Cursor& cursor, int16_t* value) {
   }
   *value = static_cast<int16_t>(static_cast<uint16_t>(negative ? 0 - number : number));
   noteLostBits(run, start, cursor, number, INT16_MAX + (negative ? 1U : 0U));
-  return 0;
+  return FieldResult::kValue;
 }
 
-int parseFloat(Run& run, Cursor& cursor, float* value) { return parseReal(run, cursor, value); }
+FieldResult parseFloat(Run& run, FieldCursor& cursor, float* value) {
+  return parseReal(run, cursor, value);
+}
 
-int parseDouble(Run& run, Cursor& cursor, double* value) { return parseReal(run, cursor, value); }
+FieldResult parseDouble(Run& run, FieldCursor& cursor, double* value) {
+  return parseReal(run, cursor, value);
+}
 
-int parseChar(Run& run, Cursor& cursor, char* value) {
+FieldResult parseChar(Run& run, FieldCursor& cursor, char* value) {
   *value = 0;
   cursor.skipBlanks();
-  if (cursor.atEnd()) return kEmptyField;
+  if (cursor.atEnd()) return FieldResult::kEmpty;
   // In quotes the character may be a delimiter.
   const char quote = *cursor.at;
   if ((quote == '"' || quote == '\'') && cursor.end - cursor.at >= 3 && cursor.at[2] == quote) {
     const char quoted = cursor.at[1];
     if (finishField(run.settings, cursor, cursor.at + 3)) {
       *value = quoted;
-      return 0;
+      return FieldResult::kValue;
     }
     return rejectField(run, cursor, kSyntaxError);
   }
-  if (cursor.atDelimiter(run.settings)) return kEmptyField;
+  if (cursor.atDelimiter(run.settings)) return FieldResult::kEmpty;
   const char plain = *cursor.at;
   if (!finishField(run.settings, cursor, cursor.at + 1)) {
     return rejectField(run, cursor, kSyntaxError);
   }
   *value = plain;
-  return 0;
+  return FieldResult::kValue;
 }
 
-int parseBits(Run& run, Cursor& cursor, uint8_t width, uint16_t* value) {
+FieldResult parseBits(Run& run, FieldCursor& cursor, uint8_t width, uint16_t* value) {
   *value = 0;
-  if (width != 8 && width != 16) return kWrongWidth;
+  if (width != 8 && width != 16) return FieldResult::kNoFormat;
   cursor.skipBlanks();
-  if (cursor.atDelimiter(run.settings)) return kEmptyField;
+  if (cursor.atDelimiter(run.settings)) return FieldResult::kEmpty;
   const char* const end = fieldEnd(run.settings, cursor);
   unsigned bits = 0;
   int digits = 0;
@@ -402,29 +411,29 @@ int parseBits(Run& run, Cursor& cursor, uint8_t width, uint16_t* value) {
   if (!good || digits != width) return rejectField(run, cursor, kSyntaxError);
   *value = static_cast<uint16_t>(bits);
   cursor.at = end;
-  return 0;
+  return FieldResult::kValue;
 }
 
-int parseDateTime(Run& run, Cursor& cursor, EnumId order, DateTime* value) {
+FieldResult parseDateTime(Run& run, FieldCursor& cursor, EnumId order, DateTime* value) {
   *value = DateTime{};
   cursor.skipBlanks();
-  if (cursor.atDelimiter(run.settings)) return kEmptyField;
+  if (cursor.atDelimiter(run.settings)) return FieldResult::kEmpty;
   const char* const end = fieldEnd(run.settings, cursor);
   if (order < TVO_ENUM_MJD || order > TVO_ENUM_YMD) {
     cursor.at = end;
-    return kNoFormat;
+    return FieldResult::kNoFormat;
   }
   if (!scanDateTime(cutTrailing(cursor.at, end), order, value)) {
     return rejectField(run, cursor, kSyntaxError);
   }
   cursor.at = end;
-  return 0;
+  return FieldResult::kValue;
 }
 
-int parseText(Run& run, Cursor& cursor, char* value, size_t width) {
+FieldResult parseText(Run& run, FieldCursor& cursor, char* value, size_t width) {
   std::memset(value, 0, width);
   cursor.skipBlanks();
-  if (cursor.atDelimiter(run.settings)) return kEmptyField;
+  if (cursor.atDelimiter(run.settings)) return FieldResult::kEmpty;
   const char* const start = cursor.at;
   int error = 0;
   if (*start != '"') {
@@ -436,41 +445,42 @@ int parseText(Run& run, Cursor& cursor, char* value, size_t width) {
     cursor.at = behind == nullptr ? cursor.end : behind;
     error = behind == nullptr ? kSyntaxError : length >= width ? kExceedsDatatype : 0;
   }
-  if (error == 0) return finishText(run, cursor, start, 0);
-  const int status = run.fail(error, cutTrailing(start, fieldEnd(run.settings, cursor)));
-  return finishText(run, cursor, start, status);
+  FieldResult result = FieldResult::kValue;
+  if (error != 0) {
+    result = report(run, error, cutTrailing(start, fieldEnd(run.settings, cursor)));
+  }
+  return finishText(run, cursor, start, result);
 }
 
-int parseQuotedText(Run& run, Cursor& cursor, char* value, size_t width) {
+FieldResult parseQuotedText(Run& run, FieldCursor& cursor, char* value, size_t width) {
   cursor.skipBlanks();
-  if (!cursor.atDelimiter(run.settings) && *cursor.at != '"') return kNotQuoted;
+  if (!cursor.atDelimiter(run.settings) && *cursor.at != '"') return FieldResult::kNotQuoted;
   return parseText(run, cursor, value, width);
 }
 
-int parseEnum(Run& run, Cursor& cursor, EnumId* value) {
+FieldResult parseEnum(Run& run, FieldCursor& cursor, EnumId* value) {
   *value = TVO_ENUM_UNKNOWN;
   cursor.skipBlanks();
-  if (cursor.atDelimiter(run.settings)) return kEmptyField;
+  if (cursor.atDelimiter(run.settings)) return FieldResult::kEmpty;
   const char* const end = fieldEnd(run.settings, cursor);
-  const char* p = cursor.at;
-  while (p != end && static_cast<unsigned char>(*p) > 32) ++p;
-  const std::string_view word(cursor.at, static_cast<size_t>(p - cursor.at));
+  const std::string_view word =
+      schema::firstWord({cursor.at, static_cast<size_t>(end - cursor.at)});
   cursor.at = end;
   if (schema::FindEnum(word, value) != schema::kFound) run.reportWarning(kUnknownOption, word);
-  return 0;
+  return FieldResult::kValue;
 }
 
-int parseFreeValue(Run& run, Cursor& cursor, FreeValue* value) {
+FieldResult parseFreeValue(Run& run, FieldCursor& cursor, FreeValue* value) {
   *value = FreeValue{};
-  int status = parseQuotedText(run, cursor, value->text, sizeof value->text);
-  if (status != kNotQuoted) {
-    if (status == 0) value->kind = TVO_ENUM_TEXT;
-    return status;
+  FieldResult result = parseQuotedText(run, cursor, value->text, sizeof value->text);
+  if (result != FieldResult::kNotQuoted) {
+    if (result == FieldResult::kValue) value->kind = TVO_ENUM_TEXT;
+    return result;
   }
   const char* const start = cursor.at;
   double number = 0;
-  status = parseDouble(run, cursor, &number);
-  if (status != 0) return status;
+  result = parseDouble(run, cursor, &number);
+  if (result != FieldResult::kValue) return result;
   if (std::memchr(start, '.', static_cast<size_t>(cursor.at - start)) != nullptr) {
     value->kind = TVO_ENUM_REAL;
     value->real = number;
@@ -478,27 +488,27 @@ int parseFreeValue(Run& run, Cursor& cursor, FreeValue* value) {
     value->kind = TVO_ENUM_INT;
     value->integer = toInt32(run, cutTrailing(start, cursor.at), number);
   }
-  return 0;
+  return FieldResult::kValue;
 }
 
-int parseDefaultValue(Run& run, Cursor& cursor, DefaultValue* value) {
+FieldResult parseDefaultValue(Run& run, FieldCursor& cursor, DefaultValue* value) {
   *value = DefaultValue{};
-  int status = parseQuotedText(run, cursor, value->text, sizeof value->text);
-  if (status != kNotQuoted) {
-    if (status == 0) value->kind = TVO_ENUM_TEXT;
-    return status;
+  FieldResult result = parseQuotedText(run, cursor, value->text, sizeof value->text);
+  if (result != FieldResult::kNotQuoted) {
+    if (result == FieldResult::kValue) value->kind = TVO_ENUM_TEXT;
+    return result;
   }
   double number = 0;
-  status = parseDouble(run, cursor, &number);
-  if (status == 0) {
+  result = parseDouble(run, cursor, &number);
+  if (result == FieldResult::kValue) {
     value->kind = TVO_ENUM_REAL;
     value->real = number;
   }
-  return status;
+  return result;
 }
 
-int parseField(Run& run, Cursor& cursor, schema::DataType type, uint8_t width,
-               schema::UnitKind unit, uint8_t* value) {
+FieldResult parseField(Run& run, FieldCursor& cursor, schema::DataType type, uint8_t width,
+                       schema::UnitKind unit, uint8_t* value) {
   using schema::DataType;
   switch (type) {
     case DataType::kChar:
@@ -517,13 +527,13 @@ int parseField(Run& run, Cursor& cursor, schema::DataType type, uint8_t width,
       return store<double>(value, [&](double* v) { return parseConverted(run, cursor, unit, v); });
     case DataType::kBits: {
       uint16_t bits = 0;
-      const int status = parseBits(run, cursor, width, &bits);
+      const FieldResult result = parseBits(run, cursor, width, &bits);
       if (width == 8) {
         *value = static_cast<uint8_t>(bits);
       } else {
         std::memcpy(value, &bits, sizeof bits);
       }
-      return status;
+      return result;
     }
     case DataType::kDateTime:
       return store<DateTime>(value, [&](DateTime* v) {
@@ -539,7 +549,7 @@ int parseField(Run& run, Cursor& cursor, schema::DataType type, uint8_t width,
     case DataType::kFree:
       return store<FreeValue>(value, [&](FreeValue* v) { return parseFreeValue(run, cursor, v); });
   }
-  return kNoFormat;
+  return FieldResult::kNoFormat;
 }
 
 }  // namespace tavo::reader

@@ -6,7 +6,7 @@
 namespace tavo::schema {
 
 template <class T>
-T load(const char* bytes) {
+T load(const void* bytes) {
   T value;
   memcpy(&value, bytes, sizeof value);
   return value;

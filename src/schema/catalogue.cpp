@@ -307,7 +307,7 @@ constexpr std::array<RecordDef, lastRecordType() + 1> recordDefs() {
   }
   for (const BlockDef& block : kBlocks) {
     const RecordType type = block.odd.writtenUnder;
-    if (type != 0 && type < table.size() && table[type].type != 0) throw "the type is taken";
+    if (type != 0 && type < table.size() && table[type].columns) throw "the type is taken";
   }
   return table;
 }

@@ -25,10 +25,10 @@ inline constexpr FieldDef kTableEnd{kEndMark, "", DataType::kFree, 0, kNotKept};
 
 // A row whose column bears the member's name; one whose column bears another name, or none; and one
 // that is read and checked but never kept.
-#define NAMED(Record, member, column, id, type)                                           \
-  FieldDef {                                                                              \
-    id, column, DataType::type, widthOf(DataType::type, sizeof(Record::member)),          \
-        offsetof(Record, member), EnumGroup::kAny, UnitKind::kNone, DecimalKind::kGeneral \
+#define NAMED(Record, member, column, id, type)                                                    \
+  FieldDef {                                                                                       \
+    id, column, DataType::type, widthOf(DataType::type, sizeof(Record::member)),                   \
+        offsetof(Record, member), EnumGroup::kAny, UnitKind::kNone, DecimalKind::kGeneral, #member \
   }
 #define F(Record, member, id, type) NAMED(Record, member, #member, id, type)
 #define NOT_KEPT(Record, member, id, type) \

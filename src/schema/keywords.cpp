@@ -80,8 +80,6 @@ constexpr bool numbersEqualPositions() {
 }
 static_assert(numbersEqualPositions());
 
-constexpr bool isBlank(char c) { return c >= 1 && c <= 32; }
-
 }  // namespace
 
 int FindKeyword(std::string_view token, uint32_t* keyword) {
@@ -108,12 +106,6 @@ std::string_view firstWord(std::string_view text) {
   return text.substr(0, n);
 }
 
-std::string_view skipBlanks(std::string_view text) {
-  size_t n = 0;
-  while (n < text.size() && isBlank(text[n])) ++n;
-  return text.substr(n);
-}
-
 int LineKeyword(std::string_view line, uint32_t* keyword) {
   const std::string_view text = skipBlanks(line);
   // Data lines, the most of a file, begin with a digit or a quote and are told apart at once.
@@ -124,14 +116,16 @@ int LineKeyword(std::string_view line, uint32_t* keyword) {
   return FindKeyword(firstToken(text), keyword);
 }
 
-int CheckEnd(std::string_view line, uint32_t keyword) {
+EndLine CheckEnd(std::string_view line, uint32_t keyword) {
   const std::string_view text = skipBlanks(line);
   uint32_t found = kUnknownSection;
-  if (LineKeyword(text, &found) != kFound) return kNoKeyword;
-  if (found != kEnd) return kForeignKeyword;
+  if (LineKeyword(text, &found) != kFound) return EndLine::kNoKeyword;
+  if (found != kEnd) return EndLine::kForeignKeyword;
   // The END word itself ends at a blank only: END(JOBS) closes nothing.
-  if (LineKeyword(text.substr(firstWord(text).size()), &found) != kFound) return kUnknownEnd;
-  return found == keyword ? 0 : kOtherEnd;
+  if (LineKeyword(text.substr(firstWord(text).size()), &found) != kFound) {
+    return EndLine::kUnknownEnd;
+  }
+  return found == keyword ? EndLine::kThisEnd : EndLine::kOtherEnd;
 }
 
 }  // namespace tavo::schema

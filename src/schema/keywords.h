@@ -79,11 +79,14 @@ struct Keyword {
 };
 extern const Keyword KeywordTable[kKeywordCount + 1];
 
-// Statuses of CheckEnd besides 0, this block's END.
-inline constexpr int kOtherEnd = 7;           // END of another block
-inline constexpr int kNoKeyword = 11;         // the line begins with no keyword
-inline constexpr int kForeignKeyword = 2012;  // a keyword other than END
-inline constexpr int kUnknownEnd = 2105;      // END and a word that is no keyword
+// What a line means to the open block.
+enum class [[nodiscard]] EndLine{
+    kNoKeyword,       // it begins with no keyword
+    kForeignKeyword,  // with a keyword other than END
+    kThisEnd,         // it is the block's END
+    kOtherEnd,        // that of another block
+    kUnknownEnd,      // END and a word that is no keyword
+};
 
 // Exact, case-significant lookup. Not found: status 11 and keyword 58.
 int FindKeyword(std::string_view token, uint32_t* keyword);
@@ -105,12 +108,27 @@ std::string_view firstToken(std::string_view text);
 std::string_view firstWord(std::string_view text);
 
 // Text behind its leading blanks (characters 1 to 32).
-std::string_view skipBlanks(std::string_view text);
+inline std::string_view skipBlanks(std::string_view text) {
+  const char* p = text.data();
+  const char* const end = p + text.size();
+  while (p != end && *p >= 1 && *p <= 32) ++p;
+  return {p, static_cast<size_t>(end - p)};
+}
+
+// Text in front of its trailing characters below 33.
+inline std::string_view cutTrailing(std::string_view text) {
+  while (!text.empty() && static_cast<unsigned char>(text.back()) <= 32) text.remove_suffix(1);
+  return text;
+}
 
 // Keyword that begins the line, behind its blanks. A blank line gives status 11.
 int LineKeyword(std::string_view line, uint32_t* keyword);
 
-// What the line means to the open block: 0, kOtherEnd, kNoKeyword, kForeignKeyword, kUnknownEnd.
-int CheckEnd(std::string_view line, uint32_t keyword);
+// What the line means to the open block of this keyword.
+EndLine CheckEnd(std::string_view line, uint32_t keyword);
+
+inline bool isEndOf(std::string_view line, uint32_t keyword) {
+  return CheckEnd(line, keyword) == EndLine::kThisEnd;
+}
 
 }  // namespace tavo::schema

@@ -79,6 +79,7 @@ struct FieldDef {
   EnumGroup group = EnumGroup::kAny;
   UnitKind unit = UnitKind::kNone;
   DecimalKind decimals = DecimalKind::kGeneral;
+  const char* member = "";  // name in the record's structure
 
   // Modifiers for the rows of a constant table.
   constexpr FieldDef in(EnumGroup value) const;

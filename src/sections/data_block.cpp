@@ -4,19 +4,22 @@
 
 namespace tavo::sections {
 
-int readData(reader::Run& run, const schema::BlockDef& block) {
+Step readData(reader::Run& run, const schema::BlockDef& block) {
   reader::Columns columns;
-  int status = reader::parseColumns(run, block.keyword, block.columns, block.data, &columns);
-  if (status != reader::kGoOn) return finishBlock(run, block, status);
+  reader::Origin origin{run.lineNumber};
+  Step step = reader::parseColumns(run, block.keyword, block.columns, block.data, &columns);
+  if (step != Step::kGoOn) return finishBlock(run, block, step);
   const ColumnsRecord declared = columns.record();
-  status = run.deliver(block.columns, &declared);
-  if (status != reader::kGoOn) return status;
+  origin.given = columns.declared();
+  step = run.deliver(block.columns, &declared, origin);
+  if (step != Step::kGoOn) return step;
 
   // Every line sets all declared members, so the others stay zero.
   uint8_t record[schema::kRecordRoom] = {};
   const auto dataLine = [&]() -> Outcome {
-    const reader::DataLine line = reader::parseDataLine(run, block.keyword, columns.span(), record);
-    if (line == reader::DataLine::kGood) return {run.deliver(block.data, record)};
+    const reader::DataLine line =
+        reader::parseDataLine(run, block.keyword, columns.span(), record, &origin);
+    if (line == reader::DataLine::kGood) return {run.deliver(block.data, record, origin)};
     return outcomeOf(line);
   };
   const bool subSections = schema::hasSubSections(block.keyword);

@@ -9,34 +9,29 @@
 
 namespace tavo::sections {
 
+using schema::EndLine;
+
 // What became of a line.
 struct Outcome {
-  int status = reader::kGoOn;
+  Step step = Step::kGoOn;
   bool closed = false;    // it was the block's END
   bool keepLine = false;  // the current line is to be handled next, without reading another
 };
-
-// The statuses that end every reader at once.
-inline bool endsRun(int status) {
-  return status == reader::kStop || status == reader::kAborted || status == reader::kOutOfMemory;
-}
 
 // Reads lines and hands each to handle, which returns an Outcome, until the block is closed
 // (kGoOn), the input ends, the block is ended by a keyword, or the run ends. Overlong lines are
 // passed over.
 template <class Handle>
-int readLines(reader::Run& run, Handle handle) {
+Step readLines(reader::Run& run, Handle handle) {
   Outcome outcome;
   while (!outcome.closed) {
-    const int read = outcome.keepLine ? reader::kGoOn : run.readLine();
+    const Step read = outcome.keepLine ? Step::kGoOn : run.readLine();
     outcome = Outcome{read};
-    if (read == reader::kGoOn) outcome = handle();
-    const int status = outcome.status;
-    if (status == reader::kEndOfInput || status == reader::kEndedByKeyword || endsRun(status)) {
-      return status;
-    }
+    if (read == Step::kGoOn) outcome = handle();
+    const Step step = outcome.step;
+    if (step == Step::kEndOfInput || step == Step::kEndedByKeyword || endsRun(step)) return step;
   }
-  return reader::kGoOn;
+  return Step::kGoOn;
 }
 
 // Handles a keyword line in a block with sub-sections: a sub-section is read; its END closes the
@@ -49,36 +44,37 @@ Outcome handleKeyword(reader::Run& run, const schema::BlockDef& block);
 template <class OwnLine>
 Outcome handleLine(reader::Run& run, const schema::BlockDef& block, bool subSections,
                    OwnLine ownLine) {
-  const int end = schema::CheckEnd(run.line, block.keyword);
-  if (end == schema::kNoKeyword) return ownLine();
-  if (subSections) return handleKeyword(run, block);
+  const EndLine end = schema::CheckEnd(run.line, block.keyword);
+  if (subSections && end != EndLine::kNoKeyword) return handleKeyword(run, block);
   switch (end) {
-    case schema::kUnknownEnd:
-      return ownLine();
-    case schema::kOtherEnd:
+    case EndLine::kNoKeyword:
+    case EndLine::kUnknownEnd:
+      break;
+    case EndLine::kOtherEnd:
       return {run.reportError(reader::kUnexpectedEnd, run.line)};
-    case schema::kForeignKeyword:
-      return {reader::kEndedByKeyword};
-    default:
-      return {reader::kGoOn, true};
+    case EndLine::kForeignKeyword:
+      return {Step::kEndedByKeyword};
+    case EndLine::kThisEnd:
+      return {Step::kGoOn, true};
   }
+  return ownLine();
 }
 
 // Ends a block's reader: a missing END is reported, by whatever the block was ended.
-inline int finishBlock(reader::Run& run, const schema::BlockDef& block, int status) {
-  if (status != reader::kEndOfInput && status != reader::kEndedByKeyword) return status;
-  return reader::reportOpenBlock(run, block.keyword) == reader::kStop ? reader::kStop : status;
+inline Step finishBlock(reader::Run& run, const schema::BlockDef& block, Step step) {
+  if (step != Step::kEndOfInput && step != Step::kEndedByKeyword) return step;
+  return reader::reportOpenBlock(run, block.keyword) == Step::kStop ? Step::kStop : step;
 }
 
 // The outcome of a parsed data line that delivers nothing.
 inline Outcome outcomeOf(reader::DataLine line) {
   switch (line) {
     case reader::DataLine::kLimit:
-      return {reader::kStop};
+      return {Step::kStop};
     case reader::DataLine::kInputEnd:
-      return {reader::kEndOfInput};
+      return {Step::kEndOfInput};
     case reader::DataLine::kBlockEnd:
-      return {reader::kGoOn, true};
+      return {Step::kGoOn, true};
     default:
       return {};
   }

@@ -38,8 +38,7 @@ bool userFactor(const Run& run, double* factor) {
   std::string_view text = behindWord(behindWord(run.line));
   const char ends[] = {run.settings.separator, run.settings.terminator};
   text = text.substr(0, text.find_first_of({ends, sizeof ends}));
-  while (!text.empty() && static_cast<unsigned char>(text.back()) <= 32) text.remove_suffix(1);
-  return reader::toDouble(text, factor);
+  return reader::toDouble(schema::cutTrailing(text), factor);
 }
 
 class ItemBlock {
@@ -48,24 +47,24 @@ class ItemBlock {
       : run_(run),
         block_(block),
         table_(block.layout.fields),
-        subSections_(schema::hasSubSections(block.keyword)) {}
+        subSections_(schema::hasSubSections(block.keyword)),
+        columnsOrigin_{run.lineNumber} {}
 
-  int read() {
-    const int status = readLines(run_, [this] { return handle(); });
+  Step read() {
+    const Step step = readLines(run_, [this] { return handle(); });
     // Also a block that the error limit or a missing END has cut short delivers what it read.
-    if (count_ > 0 && status != reader::kAborted && deliver() == reader::kAborted) {
-      return reader::kAborted;
+    if (count_ > 0 && step != Step::kAborted && deliver() == Step::kAborted) {
+      return Step::kAborted;
     }
-    return finishBlock(run_, block_, status);
+    return finishBlock(run_, block_, step);
   }
 
  private:
   Outcome handle() {
     // END HEADER in one of its sub-sections costs that one's END, and ends the HEADER as usual. The
     // END of any other block is out of place.
-    if (block_.parent == schema::kHeader &&
-        schema::CheckEnd(run_.line, schema::kHeader) == reader::kGoOn) {
-      return {reader::kEndedByKeyword};
+    if (block_.parent == schema::kHeader && schema::isEndOf(run_.line, schema::kHeader)) {
+      return {Step::kEndedByKeyword};
     }
     return handleLine(run_, block_, subSections_, [this] { return item(); });
   }
@@ -73,37 +72,39 @@ class ItemBlock {
   Outcome item() {
     schema::FieldDef field;
     uint8_t value[reader::kItemValueSize];
-    int status = reader::parseItemLine(run_, table_, &field, value);
-    if (status != reader::kGoOn) return {status == reader::kStop ? reader::kStop : reader::kGoOn};
+    Step step = reader::parseItemLine(run_, table_, &field, value);
+    if (step != Step::kGoOn) return {step};
     bool counts = true;
-    status = apply(field.id, value, &counts);
-    if (status != reader::kGoOn || !counts) return {status};
+    step = apply(field.id, value, &counts);
+    if (step != Step::kGoOn || !counts) return {step};
     std::memcpy(record_ + field.offset, value, schema::storedSize(field.type, field.width));
+    if (count_ == 0) origin_.line = run_.lineNumber;
+    origin_.given |= schema::bitOf(table_, field.id);
     // Items beyond the list's room are stored but not listed.
     if (count_ < schema::kMaxListed) listed_[count_++] = field.id;
     return {};
   }
 
   // What an item changes besides the record; clears counts when the item is not to be stored.
-  int apply(FieldId item, uint8_t* value, bool* counts) {
+  Step apply(FieldId item, uint8_t* value, bool* counts) {
     switch (block_.keyword) {
       case schema::kHeader:
         if (item == TVO_FIELD_SEPARATOR) run_.settings.setSeparator(static_cast<char>(*value));
         if (item == TVO_FIELD_TERMINATOR) run_.settings.setTerminator(static_cast<char>(*value));
-        return reader::kGoOn;
+        return Step::kGoOn;
       case schema::kUnits:
         return applyUnit(item, value, counts);
       case schema::kOffsets:
         for (const OffsetItem& row : kOffsetItems) {
           if (row.item == item) std::memcpy(&(run_.settings.units.*row.setting), value, 8);
         }
-        return reader::kGoOn;
+        return Step::kGoOn;
       default:
-        return reader::kGoOn;
+        return Step::kGoOn;
     }
   }
 
-  int applyUnit(FieldId item, uint8_t* value, bool* counts) {
+  Step applyUnit(FieldId item, uint8_t* value, bool* counts) {
     EnumId unit = 0;
     std::memcpy(&unit, value, sizeof unit);
     for (const schema::UnitItem& row : schema::kUnitItems) {
@@ -112,7 +113,7 @@ class ItemBlock {
         double factor = 0;
         // Without its factor a user unit changes nothing, and nothing is said about it.
         *counts = userFactor(run_, &factor);
-        if (!*counts) return reader::kGoOn;
+        if (!*counts) return Step::kGoOn;
         std::memcpy(record_ + row.factorOffset, &factor, sizeof factor);
         run_.settings.units.*row.factor = factor;
         // The word names the same number in all groups; each group has its own.
@@ -124,19 +125,21 @@ class ItemBlock {
       run_.settings.units.*row.setting = unit;
       std::memcpy(value, &unit, sizeof unit);
     }
-    return reader::kGoOn;
+    return Step::kGoOn;
   }
 
-  int deliver() {
+  Step deliver() {
     const ColumnsRecord columns = schema::columnsRecord({listed_, count_});
-    const int status = run_.deliver(block_.columns, &columns);
-    return status != reader::kGoOn ? status : run_.deliver(block_.data, record_);
+    columnsOrigin_.given = origin_.given;
+    const Step step = run_.deliver(block_.columns, &columns, columnsOrigin_);
+    return step != Step::kGoOn ? step : run_.deliver(block_.data, record_, origin_);
   }
 
   Run& run_;
   const schema::BlockDef& block_;
   const schema::FieldDef* const table_;
   const bool subSections_;
+  reader::Origin columnsOrigin_, origin_;
   FieldId listed_[schema::kMaxListed];
   size_t count_ = 0;
   uint8_t record_[schema::kRecordRoom] = {};
@@ -144,6 +147,6 @@ class ItemBlock {
 
 }  // namespace
 
-int readItems(Run& run, const schema::BlockDef& block) { return ItemBlock(run, block).read(); }
+Step readItems(Run& run, const schema::BlockDef& block) { return ItemBlock(run, block).read(); }
 
 }  // namespace tavo::sections

@@ -13,12 +13,11 @@ namespace tavo::sections {
 
 namespace {
 
-using reader::Cursor;
+using reader::FieldCursor;
+using reader::FieldResult;
 using reader::Run;
 
 using schema::kMaxOperationPoints;
-constexpr int kNoColumns = 11;
-constexpr int kWrongCount = 7;
 
 bool beginsOperation(std::string_view line) {
   uint32_t operation = 0;
@@ -32,23 +31,26 @@ class OperationReader {
       : run_(run), block_(block), columns_(*run.operationColumns) {}
 
   // Reads the operation line and what belongs to it; the current line is then the next one to be
-  // looked at. kGoOn, an error number, kStop, kEndOfInput or kExceedsLine.
-  int readOperationLine() {
+  // looked at. kGoOn, kStop, kEndOfInput, or kPassOver at an overlong line.
+  Step readOperationLine() {
+    if (!checkOperation(run_.line)) {
+      operation_ = schema::kUnknownOperation;
+      if (run_.reportError(reader::kSyntaxError, run_.line) == Step::kStop) return Step::kStop;
+    }
+    operationLine_ = run_.lineNumber;
     const size_t length = std::min(run_.line.size(), sizeof line_);
     std::memcpy(line_, run_.line.data(), length);
     const std::string_view line(line_, length);
-    if (!checkOperation(line)) {
-      operation_ = schema::kUnknownOperation;
-      if (run_.reportError(reader::kSyntaxError, line) == reader::kStop) return reader::kStop;
-    }
-    const int status = run_.readLine();
-    if (status != reader::kGoOn) return status;
-    if (isEnd() || beginsOperation(run_.line)) return run_.fail(reader::kSyntaxError, line);
+    const Step read = run_.readLine();
+    if (read != Step::kGoOn) return read;
+    if (isEnd() || beginsOperation(run_.line)) return run_.reportError(reader::kSyntaxError, line);
     return readPointsLine();
   }
 
  private:
-  bool isEnd() const { return schema::CheckEnd(run_.line, block_.keyword) == 0; }
+  static constexpr uint64_t kOperationBit = 1, kNumberBit = 1, kIdentifierBit = 2;
+
+  bool isEnd() const { return schema::isEndOf(run_.line, block_.keyword); }
 
   // Notes the operation; false when its line has a word too many, or a size that is missing or no
   // number. The size itself is not kept: the record carries the operation alone, on purpose.
@@ -66,105 +68,112 @@ class OperationReader {
     const size_t wanted = row != nullptr && row->hasParameter ? 2 : 1;
     if (count != wanted) return false;
     if (wanted == 1) return true;
-    Cursor cursor(words[1]);
+    FieldCursor cursor(words[1]);
     double size = 0;
-    return reader::parseDouble(run_, cursor, &size) == 0 && cursor.atEnd();
+    return reader::parseDouble(run_, cursor, &size) == FieldResult::kValue && cursor.atEnd();
   }
 
-  int readPointsLine() {
-    if (operation_ != schema::kUnknownOperation && takePoints() == reader::kStop) {
-      return reader::kStop;
+  Step readPointsLine() {
+    if (operation_ != schema::kUnknownOperation && takePoints() == Step::kStop) {
+      return Step::kStop;
     }
     // Further lines before the next operation are passed over silently.
-    int status = reader::kGoOn;
-    while (status == reader::kGoOn && !isEnd() && !beginsOperation(run_.line)) {
-      status = run_.readLine();
-    }
-    return status;
+    Step read = Step::kGoOn;
+    while (read == Step::kGoOn && !isEnd() && !beginsOperation(run_.line)) read = run_.readLine();
+    return read;
   }
 
-  int takePoints() {
+  Step takePoints() {
     if (!columns_.defined) {
-      const int status = definePointColumns();
-      if (status != reader::kGoOn) return status;
+      const Step step = definePointColumns();
+      if (step != Step::kGoOn) return step;
     }
     OperationPointsRecord points = {};
-    Cursor cursor(run_.line);
+    FieldCursor cursor(run_.line);
     for (size_t count = 1; count <= kMaxOperationPoints; ++count) {
-      const int status = takePoint(cursor, &points.points[count - 1]);
-      if (status != reader::kGoOn) return status;
+      const Step step = takePoint(cursor, &points.points[count - 1]);
+      if (step != Step::kGoOn) return step;
       if (!cursor.atEnd() && *cursor.at == run_.settings.terminator) {
         return deliver(count, points);
       }
       if (cursor.atEnd() || *cursor.at != run_.settings.separator) return syntaxError();
       ++cursor.at;
     }
-    return reader::kGoOn;  // more than ten points: no record, and nothing is said about it
+    return Step::kGoOn;  // more than ten points: no record, and nothing is said about it
   }
 
-  int takePoint(Cursor& cursor, OperationPoint* point) {
+  Step takePoint(FieldCursor& cursor, OperationPoint* point) {
     for (const FieldId* column = columns_.fields; *column != TVO_FIELD_End; ++column) {
       if (column != columns_.fields) {
         if (cursor.atEnd() || *cursor.at != run_.settings.separator) return syntaxError();
         ++cursor.at;
       }
-      int status = 0;
+      FieldResult result = FieldResult::kValue;
       if (*column == TVO_FIELD_PointNo) {
         uint32_t number = 0;
-        status = reader::parseUint32(run_, cursor, &number);
+        result = reader::parseUint32(run_, cursor, &number);
         point->PointNo = number;
       } else {
-        status = reader::parseText(run_, cursor, point->PointID, sizeof point->PointID);
+        result = reader::parseText(run_, cursor, point->PointID, sizeof point->PointID);
       }
-      if (status == reader::kEmptyField) return syntaxError();
-      if (status != 0) return status;
+      if (result == FieldResult::kEmpty) return syntaxError();
+      if (result != FieldResult::kValue) return stepOf(result);
     }
-    return reader::kGoOn;
+    return Step::kGoOn;
   }
 
-  int syntaxError() { return run_.fail(reader::kSyntaxError, run_.line); }
+  Step syntaxError() { return run_.fail(reader::kSyntaxError, run_.line); }
 
   // The sink's answers are not examined here, on purpose.
-  int deliver(size_t count, const OperationPointsRecord& points) {
+  void hand(RecordType type, const void* record, const reader::Origin& origin) {
+    static_cast<void>(run_.deliver(type, record, origin));
+  }
+
+  Step deliver(size_t count, const OperationPointsRecord& points) {
     const schema::Operation* const row = schema::operation(operation_);
     if (row == nullptr || row->points != count) {
-      return run_.reportError(reader::kFormatMismatch, run_.line) == reader::kStop ? reader::kStop
-                                                                                   : kWrongCount;
+      return run_.fail(reader::kFormatMismatch, run_.line);
     }
     OperationRecord record = {};
     record.Operation = operation_;
-    run_.deliver(TVO_RECORD_OPERATIONS, &record);
-    run_.deliver(TVO_RECORD_OPERATION_POINTS, &points);
-    return reader::kGoOn;
+    hand(TVO_RECORD_OPERATIONS, &record, {operationLine_, kOperationBit});
+    hand(TVO_RECORD_OPERATION_POINTS, &points, {run_.lineNumber, declared()});
+    return Step::kGoOn;
   }
 
   // Takes one or two kinds of column from the fields of the current line.
-  int definePointColumns() {
+  Step definePointColumns() {
     FieldId found[2];
     size_t count = 0;
-    Cursor cursor(run_.line);
+    FieldCursor cursor(run_.line);
     for (; count < 2; ++cursor.at) {
       cursor.skipBlanks();
       const char* const start = cursor.at;
       while (!cursor.atDelimiter(run_.settings)) ++cursor.at;
       found[count] = columnKind({start, static_cast<size_t>(cursor.at - start)});
-      if (found[count++] == 0) {
-        return syntaxError() == reader::kStop ? reader::kStop : kNoColumns;
-      }
+      if (found[count++] == 0) return syntaxError();
       if (cursor.atEnd() || *cursor.at != run_.settings.separator) break;
     }
     if (count == 2 && found[0] == found[1]) count = 1;
     std::copy_n(found, count, columns_.fields);
     columns_.fields[count] = TVO_FIELD_End;
     const ColumnsRecord record = schema::columnsRecord({columns_.fields, count});
-    run_.deliver(TVO_RECORD_OPERATIONS_COLUMNS, &record);
+    hand(TVO_RECORD_OPERATIONS_COLUMNS, &record, {run_.lineNumber, declared()});
     columns_.defined = true;
-    return reader::kGoOn;
+    return Step::kGoOn;
+  }
+
+  uint64_t declared() const {
+    uint64_t bits = 0;
+    for (const FieldId* column = columns_.fields; *column != TVO_FIELD_End; ++column) {
+      bits |= *column == TVO_FIELD_PointNo ? kNumberBit : kIdentifierBit;
+    }
+    return bits;
   }
 
   // The field id that a field's text stands for, or 0.
   static FieldId columnKind(std::string_view text) {
-    while (!text.empty() && static_cast<unsigned char>(text.back()) <= 32) text.remove_suffix(1);
+    text = schema::cutTrailing(text);
     constexpr size_t kLongestQuoted = 19;
     if (text.size() >= 2 && text.size() <= kLongestQuoted && text.front() == '"' &&
         text.back() == '"') {
@@ -180,26 +189,27 @@ class OperationReader {
   const schema::BlockDef& block_;
   reader::OperationColumns& columns_;
   uint32_t operation_ = schema::kUnknownOperation;
+  uint64_t operationLine_ = 0;
   char line_[reader::kMaxLine];
 };
 
 }  // namespace
 
-int readOperations(Run& run, const schema::BlockDef& block) {
-  int status = run.readLine();
-  while (status != reader::kStop && status != reader::kEndOfInput) {
-    if (status == reader::kExceedsLine) {
-      status = run.readLine();
-    } else if (schema::CheckEnd(run.line, block.keyword) == 0) {
-      return reader::kGoOn;
+Step readOperations(Run& run, const schema::BlockDef& block) {
+  Step step = run.readLine();
+  while (step != Step::kStop && step != Step::kEndOfInput) {
+    if (step == Step::kPassOver) {
+      step = run.readLine();
+    } else if (schema::isEndOf(run.line, block.keyword)) {
+      return Step::kGoOn;
     } else if (beginsOperation(run.line)) {
-      status = OperationReader(run, block).readOperationLine();
+      step = OperationReader(run, block).readOperationLine();
     } else {
-      status = run.reportError(reader::kUnknownOperationError, run.line);
-      if (status == reader::kGoOn) status = run.readLine();
+      step = run.reportError(reader::kUnknownOperationError, run.line);
+      if (step == Step::kGoOn) step = run.readLine();
     }
   }
-  return status == reader::kStop ? status : reader::reportOpenBlock(run, block.keyword);
+  return step == Step::kStop ? step : reader::reportOpenBlock(run, block.keyword);
 }
 
 }  // namespace tavo::sections

@@ -8,7 +8,8 @@ namespace tavo::sections {
 
 using reader::Run;
 
-int readBlock(Run& run, const schema::BlockDef& block) {
+Step readBlock(Run& run, const schema::BlockDef& block) {
+  const Run::BlockScope scope(run);
   switch (block.kind) {
     case schema::BlockKind::kContainer:
       return readContainer(run, block);
@@ -25,55 +26,55 @@ int readBlock(Run& run, const schema::BlockDef& block) {
     case schema::BlockKind::kCompletion:
       break;  // read by the block whose records it completes
   }
-  return reader::kGoOn;
+  return Step::kGoOn;
 }
 
 Outcome handleKeyword(Run& run, const schema::BlockDef& block) {
   uint32_t keyword = schema::kUnknownSection;
   schema::LineKeyword(run.line, &keyword);
   if (keyword == schema::kEnd) {
-    const int end = schema::CheckEnd(run.line, block.keyword);
-    if (end == schema::kOtherEnd) return {run.reportError(reader::kUnexpectedEnd, run.line)};
-    return {reader::kGoOn, end == 0};
+    const EndLine end = schema::CheckEnd(run.line, block.keyword);
+    if (end == EndLine::kOtherEnd) return {run.reportError(reader::kUnexpectedEnd, run.line)};
+    return {Step::kGoOn, end == EndLine::kThisEnd};
   }
   if (const schema::BlockDef* const inner = schema::findBlock(block.keyword, keyword)) {
-    const int status = readBlock(run, *inner);
-    if (status == reader::kEndOfInput || endsRun(status)) return {status};
-    return {reader::kGoOn, false, status == reader::kEndedByKeyword};
+    const Step step = readBlock(run, *inner);
+    if (step == Step::kEndOfInput || endsRun(step)) return {step};
+    return {Step::kGoOn, false, step == Step::kEndedByKeyword};
   }
-  const int status = run.SkipBlock(block.keyword);
-  return {status, false, status == reader::kGoOn};
+  const Step step = run.SkipBlock(block.keyword);
+  return {step, false, step == Step::kGoOn};
 }
 
-int readContainer(Run& run, const schema::BlockDef& block) {
+Step readContainer(Run& run, const schema::BlockDef& block) {
   return finishBlock(run, block, readLines(run, [&] { return handleKeyword(run, block); }));
 }
 
-int readSections(Run& run) {
+Step readSections(Run& run) {
   // An overlong line has been reported and is looked at all the same: what was kept of it may begin
   // with a section's keyword.
   bool seen = false;
-  int status = run.readLine();
-  while (status != reader::kEndOfInput && !endsRun(status)) {
+  Step step = run.readLine();
+  while (step != Step::kEndOfInput && !endsRun(step)) {
     bool keepLine = false;
     uint32_t keyword = schema::kUnknownSection;
     schema::LineKeyword(run.line, &keyword);
     if (const schema::BlockDef* const section =
             schema::findBlock(schema::kUnknownSection, keyword)) {
       seen = true;
-      status = readBlock(run, *section);
+      step = readBlock(run, *section);
     } else if (keyword == schema::kEnd) {
-      status = run.reportError(reader::kUnexpectedEnd, run.line);
+      step = run.reportError(reader::kUnexpectedEnd, run.line);
     } else if (!seen) {
-      status = run.reportError(reader::kSyntaxError, run.line);
+      step = run.reportError(reader::kSyntaxError, run.line);
     } else {
-      status = run.SkipBlock(schema::kUnknownSection);
-      keepLine = status == reader::kGoOn;
+      step = run.SkipBlock(schema::kUnknownSection);
+      keepLine = step == Step::kGoOn;
     }
-    if (status == reader::kEndOfInput || endsRun(status)) break;
-    if (!keepLine) status = run.readLine();
+    if (step == Step::kEndOfInput || endsRun(step)) break;
+    if (!keepLine) step = run.readLine();
   }
-  return status;
+  return step;
 }
 
 }  // namespace tavo::sections

@@ -10,81 +10,98 @@ namespace tavo::sections {
 
 namespace {
 
-using reader::Cursor;
+using reader::FieldCursor;
+using reader::FieldResult;
 using reader::Run;
 
 using schema::kMaxCodeValues;
 
 class TimeTaggedLine {
  public:
-  explicit TimeTaggedLine(Run& run) : run_(run), cursor_(run.line) {}
+  explicit TimeTaggedLine(Run& run) : run_(run), cursor_(run.line), origin_{run.lineNumber} {}
 
-  // kGoOn, kStop, kAborted, kSyntaxError or the status of a line read.
-  int read() {
-    int status = endField(reader::parseText(run_, cursor_, record_.Code, sizeof record_.Code));
-    if (status != 0) return status;
+  Step read() {
+    Step step = endField(reader::parseText(run_, cursor_, record_.Code, sizeof record_.Code));
+    if (step != Step::kGoOn) return step;
     DateTime tag;
-    status = endField(reader::parseDateTime(run_, cursor_, run_.settings.units.dateOrder, &tag));
-    if (status != 0) return status;
+    step = endField(reader::parseDateTime(run_, cursor_, run_.settings.units.dateOrder, &tag));
+    if (step != Step::kGoOn) return step;
     record_.TimeTag = tag;
     uint16_t number = 0;
-    if (reader::parseUint16(run_, cursor_, &number) == reader::kStop) return reader::kStop;
+    const FieldResult result = reader::parseUint16(run_, cursor_, &number);
+    if (result == FieldResult::kLimit) return Step::kStop;
+    origin_.given = kCodeBit | kTagBit | (result == FieldResult::kValue ? kNumberBit : 0);
     record_.Number = number;
-    if (!atTerminator()) endField(0);
-    status = readEntries();
-    if (status != 0) return status;
+    if (!atTerminator()) passSeparator();
+    step = readEntries();
+    if (step != Step::kGoOn) return step;
     record_.EntryCount = count_;
     record_.entries = entries_;
-    return run_.deliver(TVO_RECORD_TIME_TAGGED_CODES, &record_);
+    return run_.deliver(TVO_RECORD_TIME_TAGGED_CODES, &record_, origin_);
   }
 
  private:
-  bool atTerminator() const { return !cursor_.atEnd() && *cursor_.at == run_.settings.terminator; }
+  static constexpr uint64_t kCodeBit = 1, kTagBit = 2, kNumberBit = 4, kFirstValueBit = 8;
 
-  // What follows a field should be the separator, and the field should not be empty. Whatever else
-  // stands there is reported; only a terminator is not passed over, and ends the line. Anything
-  // else does not end it, at the error limit neither.
-  int endField(int fieldStatus) {
-    if (fieldStatus == reader::kEmptyField &&
-        run_.reportError(reader::kSyntaxError, cursor_.rest()) == reader::kStop) {
-      return reader::kStop;
+  bool at(char delimiter) const { return !cursor_.atEnd() && *cursor_.at == delimiter; }
+  bool atTerminator() const { return at(run_.settings.terminator); }
+
+  // A field that should not be empty, and the separator that should follow it. A terminator in its
+  // place ends the line.
+  Step endField(FieldResult field) {
+    if (field == FieldResult::kEmpty &&
+        run_.reportError(reader::kSyntaxError, cursor_.rest()) == Step::kStop) {
+      return Step::kStop;
     }
-    if (cursor_.atEnd() || *cursor_.at != run_.settings.separator) {
-      const int reported = run_.fail(reader::kSyntaxError, cursor_.rest());
-      if (atTerminator()) return reported;
+    if (!at(run_.settings.separator) && atTerminator()) {
+      return run_.fail(reader::kSyntaxError, cursor_.rest());
+    }
+    passSeparator();
+    return Step::kGoOn;
+  }
+
+  // Whatever else stands in the separator's place is reported and passed over. It does not end the
+  // line, at the error limit neither.
+  void passSeparator() {
+    if (!at(run_.settings.separator)) {
+      static_cast<void>(run_.reportError(reader::kSyntaxError, cursor_.rest()));
     }
     if (!cursor_.atEnd()) ++cursor_.at;
-    return 0;
   }
 
   // Text behind the last entry that there is room for is ignored.
-  int readEntries() {
-    bool bad = false;
+  Step readEntries() {
+    Step result = Step::kGoOn;
     while (!atTerminator() && count_ < kMaxCodeValues) {
       cursor_.skipBlanks();
       if (cursor_.atEnd()) {
-        const int status = run_.readLine();
-        if (status != 0) return status;
-        cursor_ = Cursor(run_.line);
+        const Step read = run_.readLine();
+        if (read != Step::kGoOn) return read;
+        cursor_ = FieldCursor(run_.line);
       }
       TimeTaggedEntry& entry = entries_[count_];
-      const int status = endField(reader::parseText(run_, cursor_, entry.name, sizeof entry.name));
-      if (status != 0) return status;
-      if (!readValue(&entry)) bad = true;
+      const Step step = endField(reader::parseText(run_, cursor_, entry.name, sizeof entry.name));
+      if (step != Step::kGoOn) return step;
+      if (!readValue(&entry)) result = Step::kPassOver;
       ++count_;
-      if (!atTerminator()) endField(0);
+      if (!atTerminator()) passSeparator();
     }
-    return bad ? reader::kSyntaxError : 0;
+    return result;
   }
 
   // False after a malformed value. An empty value is the whole number 0.
   bool readValue(TimeTaggedEntry* entry) {
-    int status = reader::parseQuotedText(run_, cursor_, entry->text, sizeof entry->text);
-    if (status == 0) entry->kind = TVO_ENUM_TEXT;
-    if (status != reader::kNotQuoted && status != reader::kEmptyField) return status == 0;
+    FieldResult result = reader::parseQuotedText(run_, cursor_, entry->text, sizeof entry->text);
+    if (result == FieldResult::kValue) {
+      entry->kind = TVO_ENUM_TEXT;
+      origin_.given |= kFirstValueBit << count_;
+    }
+    if (result != FieldResult::kNotQuoted && result != FieldResult::kEmpty) {
+      return result == FieldResult::kValue;
+    }
     const char* const start = cursor_.at;
     double number = 0;
-    status = reader::parseDouble(run_, cursor_, &number);
+    result = reader::parseDouble(run_, cursor_, &number);
     if (std::memchr(start, '.', static_cast<size_t>(cursor_.at - start)) != nullptr) {
       entry->kind = TVO_ENUM_REAL;
       entry->real = number;
@@ -93,11 +110,13 @@ class TimeTaggedLine {
       const auto length = static_cast<size_t>(cursor_.at - start);
       entry->integer = reader::toInt32(run_, {start, length}, number);
     }
-    return status == 0 || status == reader::kEmptyField;
+    if (result == FieldResult::kValue) origin_.given |= kFirstValueBit << count_;
+    return result == FieldResult::kValue || result == FieldResult::kEmpty;
   }
 
   Run& run_;
-  Cursor cursor_;
+  FieldCursor cursor_;
+  reader::Origin origin_;
   uint16_t count_ = 0;
   TimeTaggedRecord record_ = {};
   TimeTaggedEntry entries_[kMaxCodeValues] = {};
@@ -107,14 +126,14 @@ class TimeTaggedLine {
 
 // Only the abort of a line ends the section early: after the error limit the lines are still read,
 // and the good ones delivered, until the END or the next report of the line reader.
-int readTimeTaggedCodes(Run& run, const schema::BlockDef& block) {
+Step readTimeTaggedCodes(Run& run, const schema::BlockDef& block) {
   for (;;) {
-    const int status = run.readLine();
-    if (status == reader::kStop) return status;
-    if (status == reader::kEndOfInput) return reader::reportOpenBlock(run, block.keyword);
-    if (status == reader::kExceedsLine) continue;
-    if (schema::CheckEnd(run.line, block.keyword) == 0) return reader::kGoOn;
-    if (TimeTaggedLine(run).read() == reader::kAborted) return reader::kAborted;
+    const Step read = run.readLine();
+    if (read == Step::kStop) return read;
+    if (read == Step::kEndOfInput) return reader::reportOpenBlock(run, block.keyword);
+    if (read == Step::kPassOver) continue;
+    if (schema::isEndOf(run.line, block.keyword)) return Step::kGoOn;
+    if (TimeTaggedLine(run).read() == Step::kAborted) return Step::kAborted;
   }
 }
 

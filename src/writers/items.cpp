@@ -26,11 +26,6 @@ constexpr double kLongestFactor = 1e15;
 constexpr size_t kOffsetWidth = 10;  // of an OFFSETS value, which has 3 decimals
 constexpr int kOffsetDecimals = 3;
 
-size_t putText(std::string_view text, char* out) {
-  memcpy(out, text.data(), text.size());
-  return text.size();
-}
-
 // "%10.8lf", unless the factor vanishes or becomes too long in that form. *factor becomes the value
 // that a reader will find, so that what follows is converted with that one.
 size_t putFactor(double* factor, char* out) {
@@ -94,7 +89,7 @@ size_t putItem(Writer& writer, const FieldDef& field, const char* record, size_t
   if (field.type == DataType::kText) {
     return putQuoted(record + field.offset, field.width - 1U, room, out);
   }
-  const Column column = columnOf(&field, writer.state);
+  const ColumnPlan column = planOf(&field, writer.state);
   const size_t size = putValue(column, writer.state, record, out);
   // An empty date is a value like any other; in an unknown date order there is none.
   const bool empty = size == 0 && field.type == DataType::kDateTime;
@@ -115,7 +110,7 @@ size_t putHeaderItem(Writer& writer, const FieldDef& field, const char* record, 
     case DataType::kChar:
       return putCharacter(writer, field, record, out);
     case DataType::kDateTime:
-      return putValue(columnOf(&field, writer.state), writer.state, record, out);
+      return putValue(planOf(&field, writer.state), writer.state, record, out);
     default:
       return putItem(writer, field, record, room, out);
   }

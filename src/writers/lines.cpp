@@ -16,11 +16,6 @@ char* putSpaces(char* out, size_t count) {
   return out + count;
 }
 
-char* putText(char* out, std::string_view text) {
-  memcpy(out, text.data(), text.size());
-  return out + text.size();
-}
-
 // Padding behind a separator, as "%*.1s" writes a blank: a negative width pads as well, and one
 // blank always stands. `shown` is the field's written width; a text's counts modulo 256.
 size_t paddingOf(size_t width, size_t shown, Alignment alignment) {
@@ -98,14 +93,16 @@ void writeBlankLine(Output& output) {
 }
 
 void writeKeywordLine(Output& output, size_t indent, std::string_view keyword) {
-  char* p = putText(putSpaces(output.reserve(), indent), keyword);
+  char* p = putSpaces(output.reserve(), indent);
+  p += putText(keyword, p);
   *p++ = '\n';
   output.commit(p);
 }
 
 void writeEndLine(Output& output, size_t indent, std::string_view keyword) {
-  char* p = putText(putSpaces(output.reserve(), indent), "END ");
-  p = putText(p, keyword);
+  char* p = putSpaces(output.reserve(), indent);
+  p += putText("END ", p);
+  p += putText(keyword, p);
   *p++ = '\n';
   output.commit(p);
 }
@@ -134,7 +131,7 @@ void writeComments(Output& output, const OutputState& state, size_t indent,
     *p++ = state.comment;
     *p++ = ' ';
     char* begin = p;
-    p = putText(p, piece);
+    p += putText(piece, p);
     // Neither may stand inside a line.
     std::replace_if(
         begin, p, [](char c) { return c == '\r' || c == '\x1a'; }, ' ');
@@ -147,7 +144,8 @@ void writeComments(Output& output, const OutputState& state, size_t indent,
 void writeDefinition(Output& output, const OutputState& state, size_t indent,
                      std::string_view keyword, const ColumnList& list) {
   char* line = output.reserve();
-  char* p = putText(putSpaces(line, indent), keyword);
+  char* p = putSpaces(line, indent);
+  p += putText(keyword, p);
   *p++ = ' ';
   *p++ = '(';
   for (size_t i = 0; i < list.count; ++i) {
@@ -158,7 +156,7 @@ void writeDefinition(Output& output, const OutputState& state, size_t indent,
       line = p;
       p = putSpaces(p, indent + keyword.size() + 2);
     }
-    p = putText(p, name);
+    p += putText(name, p);
   }
   *p++ = ')';
   *p++ = '\n';
@@ -170,7 +168,7 @@ void writeDataRecord(Output& output, const OutputState& state, size_t indent,
   DataLine line(output, state, indent);
   line.begin();
   for (size_t i = 0; i < list.count; ++i) {
-    const Column& column = list.columns[i];
+    const ColumnPlan& column = list.columns[i];
     size_t size = putValue(column, state, record, line.slot());
     // A line of the terminator alone would be skipped as an empty one.
     if (size == 0 && list.count == 1) size = putNothing(column, state, record, line.slot());

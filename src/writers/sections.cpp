@@ -46,8 +46,8 @@ class SectionWriter {
   bool belongsToNextCodeList();
   void writeListedItems(const BlockDef& block);
   void writeDataBlock(const BlockDef& block);
-  void writeRun();
-  void measureRun();
+  void writeLines();
+  void measureLines();
   void followSettings();
 
   size_t indent() const { return 2 * depth_; }
@@ -61,7 +61,7 @@ class SectionWriter {
   std::optional<FieldList> listed_;  // items of the latest columns record of an item block
   ColumnWidths widths_;
   uint32_t widthResets_ = 0;  // those that widths_ has followed
-  TVO_Decimals decimals_{};   // those that the columns of the run have
+  TVO_Decimals decimals_{};   // those that the columns of the lines have
 };
 
 uint16_t SectionWriter::write() {
@@ -80,7 +80,7 @@ bool SectionWriter::writeNext() {
   for (size_t depth = depth_; depth > 1; --depth) {
     if (open_[depth - 1].data == type && type != 0) {
       closeTo(depth);
-      writeRun();
+      writeLines();
       return true;
     }
   }
@@ -254,15 +254,15 @@ void SectionWriter::writeDataBlock(const BlockDef& block) {
   open(block.keyword, lines.data);
   top().columns = columns;
   w_.feed.next();
-  if (w_.feed.at(lines.data)) writeRun();
+  if (w_.feed.at(lines.data)) writeLines();
 }
 
 // Writes the data records that follow each other as lines of the innermost open block.
-void SectionWriter::writeRun() {
+void SectionWriter::writeLines() {
   const RecordType type = top().data;
   decimals_ = w_.state.settings.decimals;
   followDecimals(w_.state, &top().columns);
-  if (w_.state.settings.alignColumns) measureRun();
+  if (w_.state.settings.alignColumns) measureLines();
   while (w_.goesOn() && w_.feed.at(type)) {
     followSettings();
     writeDataRecord(w_.output, w_.state, indent(), top().columns, widths_, w_.feed.record());
@@ -270,8 +270,9 @@ void SectionWriter::writeRun() {
   }
 }
 
-// Takes the widths of the columns from all records of the run and returns to its first one.
-void SectionWriter::measureRun() {
+// Takes the widths of the columns from all records that follow each other and returns to its first
+// one.
+void SectionWriter::measureLines() {
   const ColumnList& columns = top().columns;
   const RecordType before = w_.feed.previousType();
   const RecordType type = top().data;

@@ -50,7 +50,7 @@ int decimalsOf(DecimalKind kind, const OutputState& state) {
 // A 32-bit length. Readers round twice, to a 32-bit value in the unit and to one in metres, so the
 // text may lead to a neighbour of the record's value and that one to another text. Writing what a
 // reader makes of the text settles that within a step or two.
-size_t putLength(const Column& column, const OutputState& state, float value, char* out) {
+size_t putLength(const ColumnPlan& column, const OutputState& state, float value, char* out) {
   const int decimals = column.decimals;
   const auto put = [&](float metres) {
     const auto length = static_cast<float>(
@@ -70,7 +70,7 @@ size_t putLength(const Column& column, const OutputState& state, float value, ch
   return size;
 }
 
-size_t putReal(const Column& column, const OutputState& state, double value, char* out) {
+size_t putReal(const ColumnPlan& column, const OutputState& state, double value, char* out) {
   if (column.precision == DecimalKind::kGeneral) return putGeneral(value, out);
   const int decimals = column.decimals;
   if (column.unit == schema::UnitKind::kNone) return putFixed(value, decimals, decimals, out);
@@ -79,13 +79,13 @@ size_t putReal(const Column& column, const OutputState& state, double value, cha
   return putFixed(written.value, written.significant, decimals, out);
 }
 
-size_t putFloat(const Column& column, const OutputState& state, float value, char* out) {
+size_t putFloat(const ColumnPlan& column, const OutputState& state, float value, char* out) {
   return column.unit == schema::UnitKind::kLinear
              ? putLength(column, state, value, out)
              : putReal(column, state, static_cast<double>(value), out);
 }
 
-size_t putBits(const Column& column, const char* bytes, char* out) {
+size_t putBits(const ColumnPlan& column, const char* bytes, char* out) {
   const uint32_t bits = column.width == 8 ? load<uint8_t>(bytes) : load<uint16_t>(bytes);
   for (int i = 0; i < column.width; ++i) {
     out[i] = static_cast<char>('0' + ((bits >> (column.width - 1 - i)) & 1));
@@ -93,19 +93,14 @@ size_t putBits(const Column& column, const char* bytes, char* out) {
   return column.width;
 }
 
-size_t putName(std::string_view name, char* out) {
-  memcpy(out, name.data(), name.size());
-  return name.size();
-}
-
 // A value outside the column's group would cost the reader the whole line. An empty field and
 // "UNKNOWN" both read as not known.
-size_t putEnum(const Column& column, EnumId value, char* out) {
+size_t putEnum(const ColumnPlan& column, EnumId value, char* out) {
   if (value == 0 && column.group != schema::EnumGroup::kAny) return 0;
   if (!schema::inGroup(column.group, value)) value = TVO_ENUM_UNKNOWN;
   std::string_view name;
   schema::EnumName(value, &name);
-  return putName(name, out);
+  return putText(name, out);
 }
 
 size_t putFree(const FreeValue& value, const OutputState& state, char* out) {
@@ -192,8 +187,8 @@ Alignment alignmentOf(DataType type) {
 
 }  // namespace
 
-Column columnOf(const schema::FieldDef* field, const OutputState& state) {
-  Column column;
+ColumnPlan planOf(const schema::FieldDef* field, const OutputState& state) {
+  ColumnPlan column;
   if (field == nullptr) return column;
   column.name = field->name;
   column.type = field->type;
@@ -227,8 +222,8 @@ ColumnList columnsOf(RecordType columnsType, RecordType dataType, const FieldLis
   for (; list.count < fields.count; ++list.count) {
     const FieldId id = fields.ids[list.count];
     const schema::FieldDef* name = schema::findId(names, id);
-    Column column = columnOf(schema::findId(stored, id), state);
-    column.name = name != nullptr ? name->name : Column{}.name;
+    ColumnPlan column = planOf(schema::findId(stored, id), state);
+    column.name = name != nullptr ? name->name : ColumnPlan{}.name;
     list.columns[list.count] = column;
   }
   return list;
@@ -236,12 +231,12 @@ ColumnList columnsOf(RecordType columnsType, RecordType dataType, const FieldLis
 
 void followDecimals(const OutputState& state, ColumnList* list) {
   for (size_t i = 0; i < list->count; ++i) {
-    Column& column = list->columns[i];
+    ColumnPlan& column = list->columns[i];
     column.decimals = static_cast<uint8_t>(decimalsOf(column.precision, state));
   }
 }
 
-size_t putValue(const Column& column, const OutputState& state, const char* record, char* out) {
+size_t putValue(const ColumnPlan& column, const OutputState& state, const char* record, char* out) {
   if (column.offset == schema::kNotKept) return 0;
   const char* bytes = record + column.offset;
   switch (column.type) {
@@ -275,17 +270,18 @@ size_t putValue(const Column& column, const OutputState& state, const char* reco
   return 0;
 }
 
-size_t putNothing(const Column& column, const OutputState& state, const char* record, char* out) {
+size_t putNothing(const ColumnPlan& column, const OutputState& state, const char* record,
+                  char* out) {
   if (column.type == DataType::kDateTime) {
     const bool kept = column.offset != schema::kNotKept;
     const auto date = kept ? load<DateTime>(record + column.offset) : DateTime{};
     return putRequiredDate(date, state.units.dateOrder, out);
   }
-  if (column.type == DataType::kEnum) return putName("UNKNOWN", out);
-  return putName("\"\"", out);
+  if (column.type == DataType::kEnum) return putText("UNKNOWN", out);
+  return putText("\"\"", out);
 }
 
-size_t measure(const Column& column, const OutputState& state, const char* record) {
+size_t measure(const ColumnPlan& column, const OutputState& state, const char* record) {
   if (column.type == DataType::kDateTime && column.offset != schema::kNotKept) {
     return load<DateTime>(record + column.offset).year != 0 ? kDateWidth : 0;
   }

@@ -1,9 +1,10 @@
-// Field values as text, and the column plan that says how each column of a block is written.
+// Field values as text, and the plans that say how each column of a block is written.
 #pragma once
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string_view>
 
 #include "schema/types.h"
@@ -34,7 +35,7 @@ enum class Alignment : uint8_t {
   kByValue,  // as the value's own kind, number or text
 };
 
-struct Column {
+struct ColumnPlan {
   const char* name = "UNKNOWN";
   schema::DataType type = schema::DataType::kFree;
   uint8_t width = 0;
@@ -49,11 +50,11 @@ struct Column {
 
 // The column of a field of a record table; null for a column that the table does not have, which is
 // named "UNKNOWN" and written empty.
-Column columnOf(const schema::FieldDef* field, const OutputState& state);
+ColumnPlan planOf(const schema::FieldDef* field, const OutputState& state);
 
 // The columns that a columns record lists: at most 41, whether or not the list is ended.
 struct ColumnList {
-  std::array<Column, TVO_COLUMNS_ROOM> columns;
+  std::array<ColumnPlan, TVO_COLUMNS_ROOM> columns;
   size_t count = 0;
 };
 struct FieldList {
@@ -67,13 +68,20 @@ ColumnList columnsOf(RecordType columnsType, RecordType dataType, const FieldLis
 void followDecimals(const OutputState& state, ColumnList* list);
 
 // Puts the column's value of a record at `out` (room kValueSize); returns its length.
-size_t putValue(const Column& column, const OutputState& state, const char* record, char* out);
+size_t putValue(const ColumnPlan& column, const OutputState& state, const char* record, char* out);
 
 // What stands for a value that putValue leaves empty where an empty field cannot stand.
-size_t putNothing(const Column& column, const OutputState& state, const char* record, char* out);
+size_t putNothing(const ColumnPlan& column, const OutputState& state, const char* record,
+                  char* out);
 
 // Length that the column's value counts for the width of its column.
-size_t measure(const Column& column, const OutputState& state, const char* record);
+size_t measure(const ColumnPlan& column, const OutputState& state, const char* record);
+
+// Puts the text as it stands; returns its length.
+inline size_t putText(std::string_view text, char* out) {
+  std::memcpy(out, text.data(), text.size());
+  return text.size();
+}
 
 // Puts a text of at most `limit` characters in double quotes, quotes and backslashes escaped. What
 // a line cannot hold is written as blanks, and what does not fit in `room` characters is left out.

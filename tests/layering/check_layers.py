@@ -19,8 +19,9 @@ LAYERS = {
     "store/engine": {"platform"},
     "store": {"tavo", "schema", "store/engine", "platform"},
     "writers": {"tavo", "schema", "platform"},
-    "api": {"tavo", "schema", "platform", "reader", "sections", "store", "store/engine", "writers"},
+    "survey": {"tavo", "schema", "platform", "reader", "sections", "store", "store/engine", "writers"},
 }
+LAYERS["api"] = LAYERS["survey"] | {"survey"}
 INCLUDE = re.compile(r'^\s*#\s*include\s*["<]([^">]+)[">]')
 # What opens, renames or deletes a file; only OWNER may. A member or function of ours of such a name
 # is written otherwise (`store.remove(`, `tavo::platform::removeFile(`).

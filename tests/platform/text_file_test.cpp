@@ -64,9 +64,11 @@ TEST_F(TextFile, OutputTouchesNothingBeforeItsStart) {
   OutputFile file;
   ASSERT_EQ(file.open("old"), OpenResult::kDone);
   ASSERT_TRUE(file.start());
-  const std::string line = std::string(9000, 'x') + "\n\n";
+  std::string xs;
+  xs.append(9000, 'x');
+  const std::string line = xs + "\n\n";
   EXPECT_TRUE(file.write(line.data(), line.size()) && file.close());
-  EXPECT_EQ(readFile("old"), std::string(9000, 'x') + kLineEnd + kLineEnd);
+  EXPECT_EQ(readFile("old"), xs + kLineEnd + kLineEnd);
   EXPECT_EQ(file.open("inner"), OpenResult::kFolder);
   EXPECT_EQ(file.open("no folder/a"), OpenResult::kMissing);
   EXPECT_NE(file.create("old", "old"), OpenResult::kDone);

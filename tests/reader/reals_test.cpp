@@ -38,15 +38,15 @@ constexpr uint16_t kControlWords[] = {0x027F, 0x037F, 0x007F};
 template <class Real>
 Real read(const std::string& text) {
   reader::Run run({}, nullptr);
-  reader::Cursor cursor(text);
+  reader::FieldCursor cursor(text);
   Real value = 1;
-  int status = 0;
+  reader::FieldResult result = reader::FieldResult::kBad;
   if constexpr (sizeof(Real) == sizeof(float)) {
-    status = reader::parseFloat(run, cursor, &value);
+    result = reader::parseFloat(run, cursor, &value);
   } else {
-    status = reader::parseDouble(run, cursor, &value);
+    result = reader::parseDouble(run, cursor, &value);
   }
-  return status == 0 ? value : std::numeric_limits<Real>::quiet_NaN();
+  return result == reader::FieldResult::kValue ? value : std::numeric_limits<Real>::quiet_NaN();
 }
 
 template <class Real>
@@ -230,10 +230,10 @@ TEST(Reals, RecordsAreTheSameUnderEveryControlWord) {
     request.inputPath = "reals.tvo";
     request.logPath = "reals.log";
     request.maxErrors = 1;
-    request.sink = {[](void* context, RecordType type, const void* record) {
-                      if (type != TVO_RECORD_SLOPE) return uint32_t{TVO_OK};
-                      static_cast<std::string*>(context)->append(static_cast<const char*>(record),
-                                                                 sizeof(SlopeRecord));
+    request.sink = {[](void* context, const reader::DeliveredRecord& record) {
+                      if (record.type != TVO_RECORD_SLOPE) return uint32_t{TVO_OK};
+                      static_cast<std::string*>(context)->append(
+                          static_cast<const char*>(record.bytes), sizeof(SlopeRecord));
                       return uint32_t{TVO_OK};
                     },
                     &bytes};

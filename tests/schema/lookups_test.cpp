@@ -56,11 +56,12 @@ TEST(Keywords, BeginLinesUpToABlankOrABracket) {
 }
 
 TEST(Keywords, EndLines) {
+  using enum EndLine;
   const struct {
     const char* line;
-    int result;
-  } rows[] = {{"END JOBS", 0},
-              {" END \t JOBS(x) ; y", 0},
+    EndLine result;
+  } rows[] = {{"END JOBS", kThisEnd},
+              {" END \t JOBS(x) ; y", kThisEnd},
               {"END POINTS", kOtherEnd},
               {"END END", kOtherEnd},
               {"END", kUnknownEnd},
@@ -68,7 +69,7 @@ TEST(Keywords, EndLines) {
               {"END JOBS;", kUnknownEnd},
               {"END jobs", kUnknownEnd},
               {"END(JOBS)", kUnknownEnd},
-              {"END(JOBS) JOBS", 0},
+              {"END(JOBS) JOBS", kThisEnd},
               {"JOBS (JobNo)", kForeignKeyword},
               {"POINTS", kForeignKeyword},
               {"ENDJOBS", kNoKeyword},

@@ -53,7 +53,7 @@ class Dice {
 class Findings final : public reader::FindingObserver {
  public:
   void onFinding(const reader::Finding& finding) override {
-    all += std::to_string(finding.number) + " line " + std::to_string(finding.line) + ": " +
+    all += std::to_string(finding.number) + " line " + std::to_string(finding.line.number) + ": " +
            std::string(finding.text) + "\n";
   }
   std::string all;
@@ -70,8 +70,8 @@ inline std::string analyseRecords(const std::string& text, Replay* records) {
   reader::Run run({&Replay::collect, records}, &operations);
   const bool opened = run.diagnostics.open("records.log", 100, &findings);
   if (!opened || !run.source.open("records.txt")) return "no file";
-  sections::readSections(run);
-  return findings.all;
+  const bool whole = sections::readSections(run) == reader::Step::kEndOfInput;
+  return whole ? findings.all : findings.all + "the run ended early\n";
 }
 
 class RecordGenerator {

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "schema/bytes.h"
 #include "schema/catalogue.h"
 #include "support/random_records.h"
 
@@ -14,6 +15,7 @@ namespace {
 
 using schema::DataType;
 using schema::FieldDef;
+using schema::load;
 
 // Random files of each case; one at least in the slow lanes.
 constexpr uint32_t kSeeds = 1 + 20 * TAVO_TEST_EFFORT / 100;
@@ -36,13 +38,6 @@ double tolerance(const FieldDef& field, const TextCase& c, double value) {
   // No unit is larger than a radian or a metre; a unit of packed minutes or seconds is smaller.
   if (field.unit != schema::UnitKind::kNone) absolute *= 1.1;
   return absolute + relative * std::fabs(value);
-}
-
-template <class T>
-T load(const char* bytes) {
-  T value;
-  memcpy(&value, bytes, sizeof value);
-  return value;
 }
 
 bool sameFree(const char* a, const char* b, const TextCase& c) {

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "record_json.h"
+#include "schema/bytes.h"
 #include "schema/catalogue.h"
 #include "schema/fields.h"
 
@@ -13,13 +14,7 @@ namespace {
 
 using schema::DataType;
 using schema::FieldDef;
-
-template <class T>
-T load(const char* bytes) {
-  T value;
-  std::memcpy(&value, bytes, sizeof value);
-  return value;
-}
+using schema::load;
 
 bool equalText(const char* a, const char* b, size_t room) { return std::strncmp(a, b, room) == 0; }
 

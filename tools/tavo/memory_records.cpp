@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "schema/bytes.h"
 #include "schema/catalogue.h"
 
 namespace tavo::tool {
@@ -14,19 +15,15 @@ namespace {
 // than a definition has room for. A list of nothing else stays, since a block has at least one
 // column.
 void dropNeedlessColumns(char* bytes) {
-  ColumnsRecord record;
-  std::memcpy(&record, bytes, sizeof record);
-  size_t kept = 0;
+  const auto record = schema::load<ColumnsRecord>(bytes);
+  std::vector<FieldId> kept;
   for (size_t i = 0; i + 1 < TVO_COLUMNS_ROOM && record.fields[i] != TVO_FIELD_End; ++i) {
     const FieldId id = record.fields[i];
-    const bool repeated =
-        std::find(record.fields, record.fields + kept, id) != record.fields + kept;
-    if (id != 0 && !repeated) record.fields[kept++] = id;
+    if (id != 0 && std::ranges::find(kept, id) == kept.end()) kept.push_back(id);
   }
-  if (kept == 0) return;
-  std::memset(record.fields + kept, 0, sizeof record.fields - kept * sizeof record.fields[0]);
-  record.fields[kept] = TVO_FIELD_End;
-  std::memcpy(bytes, &record, sizeof record);
+  if (kept.empty()) return;
+  const ColumnsRecord rest = schema::columnsRecord(kept);
+  std::memcpy(bytes + offsetof(ColumnsRecord, fields), rest.fields, sizeof rest.fields);
 }
 
 }  // namespace
@@ -46,8 +43,7 @@ MemoryRecords::Entry MemoryRecords::copy(RecordType type, const void* record) {
   char* const bytes = allocate(size);
   std::memcpy(bytes, record, size);
   if (type == TVO_RECORD_TIME_TAGGED_CODES) {
-    TimeTaggedRecord codes;
-    std::memcpy(&codes, bytes, sizeof codes);
+    auto codes = schema::load<TimeTaggedRecord>(bytes);
     const size_t entriesSize = codes.EntryCount * sizeof(TimeTaggedEntry);
     char* const entries = allocate(entriesSize);
     if (entriesSize > 0) std::memcpy(entries, codes.entries, entriesSize);

@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 
+#include "schema/bytes.h"
 #include "schema/catalogue.h"
 #include "schema/enums.h"
 #include "text.h"
@@ -18,26 +19,7 @@ namespace {
 
 using schema::DataType;
 using schema::FieldDef;
-
-// Members that no column names.
-struct Nameless {
-  RecordType type;
-  size_t offset;
-  const char* name;
-};
-constexpr Nameless kNameless[] = {
-    {TVO_RECORD_UNITS, offsetof(UnitsRecord, angularFactor), "angularFactor"},
-    {TVO_RECORD_UNITS, offsetof(UnitsRecord, linearFactor), "linearFactor"},
-    {TVO_RECORD_UNITS, offsetof(UnitsRecord, geographicFactor), "geographicFactor"},
-    {TVO_RECORD_SETUP, offsetof(SetupRecord, Date), "Date"},
-};
-
-template <class T>
-T load(const char* bytes) {
-  T value;
-  std::memcpy(&value, bytes, sizeof value);
-  return value;
-}
+using schema::load;
 
 std::string textOf(const char* bytes, size_t room) {
   const void* const end = std::memchr(bytes, '\0', room);
@@ -170,25 +152,19 @@ std::string blockPath(RecordType type) {
 }
 
 // The number of the object that a block of this record type says more about, where its table offers
-// several for one member.
+// several for one member: that of the block around it.
 FieldId ownerField(RecordType type) {
   const schema::BlockDef* const block = blockOf(type);
-  switch (block == nullptr ? uint32_t{schema::kUnknownSection} : block->parent) {
-    case schema::kLines:
-      return TVO_FIELD_LineNo;
-    case schema::kPolygons:
-      return TVO_FIELD_PolygonNo;
-    default:
-      return TVO_FIELD_PointNo;
+  for (const schema::BlockDef& outer : schema::blocks()) {
+    const uint16_t number = outer.layout.keys.number;
+    if (block == nullptr || outer.keyword != block->parent || number == schema::kNotKept) continue;
+    return schema::findOffset(outer.layout.fields, number)->id;
   }
+  return 0;
 }
 
-std::string fieldName(RecordType type, const FieldDef& field) {
-  if (field.name[0] != '\0') return field.name;
-  for (const Nameless& member : kNameless) {
-    if (member.type == type && member.offset == field.offset) return member.name;
-  }
-  return {};
+std::string fieldName(const FieldDef& field) {
+  return field.name[0] != '\0' ? field.name : field.member;
 }
 
 bool isZero(const FieldDef& field, const char* at) {
@@ -292,7 +268,7 @@ Json RecordPrinter::fields(RecordType type, const char* record) const {
                       });
       shown = !oneOfSeveral || field.id == ownerField(type);
     }
-    if (shown) result[fieldName(type, field)] = valueJson(field, at);
+    if (shown) result[fieldName(field)] = valueJson(field, at);
   }
   return result;
 }

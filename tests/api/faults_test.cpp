@@ -9,11 +9,18 @@
 #include <vector>
 
 #include "api/library.h"
+#include "platform/text_file.h"
 #include "store/data_file.h"
 #include "support/analysis.h"
 #include "support/test_files.h"
 #include "tavo/records.h"
 #include "tavo/tavo.h"
+
+#ifndef _WIN32
+#include <sys/resource.h>
+
+#include <csignal>
+#endif
 
 namespace tavo {
 namespace {
@@ -213,6 +220,38 @@ TEST_F(Faults, AFailedCloseIsAFinding) {
     }
   }
 }
+
+#ifndef _WIN32
+// The system's own files, which gather transfers: the write that needs the room finds none.
+TEST_F(Faults, AFullDiskIsSaidAtOnce) {
+  const auto before = signal(SIGXFSZ, SIG_IGN);
+  rlimit none = {};
+  getrlimit(RLIMIT_FSIZE, &none);
+  for (const unsigned more : {0U, 1000U, 5000U, 70000U}) {
+    SCOPED_TRACE(more);
+    start();
+    const rlimit small = {platform::fileInfo(kPath).size + more, none.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &small);
+    uint32_t written = 0;
+    uint32_t status = TVO_OK;
+    while (status == TVO_OK && written < 5000) {
+      const PointRecord record = point(10000 + written);
+      status = TVO_Write(TVO_RECORD_POINTS, &record);
+      written += status == TVO_OK ? 1 : 0;
+    }
+    EXPECT_EQ(TVO_CODE(status), TVO_ERR_WRITE);
+    // What there is can be deleted and closed on a full disk.
+    select();
+    EXPECT_EQ(TVO_Delete(nullptr), TVO_OK);
+    TVO_CloseDataFile();
+    setrlimit(RLIMIT_FSIZE, &none);
+    uint32_t records = 0;
+    EXPECT_EQ(findings(&records), 0u);
+    EXPECT_EQ(records, kPoints + kMore + written - 1);
+  }
+  signal(SIGXFSZ, before);
+}
+#endif
 
 }  // namespace
 }  // namespace tavo

@@ -8,6 +8,7 @@
 #include <limits>
 #include <set>
 
+#include "store/engine/machine.h"
 #include "store/sample_records.h"
 
 namespace tavo::store {
@@ -337,6 +338,42 @@ TEST_F(RecordStoreTest, LongPathsAreRefusedNotCut) {
   // One that fits is taken over whole, though no file system has such a name.
   EXPECT_EQ(TVO_CODE(store.setDataFile(longest.c_str())), TVO_ERR_OPEN);
   EXPECT_EQ(store.path(), longest);
+}
+
+// With a journal every record that was written is there, wherever the machine stopped.
+TEST_F(RecordStoreTest, WritesWithAJournalAreDurable) {
+  using engine::test::Machine;
+  using engine::test::Process;
+  EXPECT_FALSE(store.setJournal(std::string(2000, 'j').c_str()));
+  for (int k = 0;; k += TAVO_TEST_EFFORT >= 100 ? 3 : 29) {
+    SCOPED_TRACE(k);
+    Machine machine;
+    std::mt19937 random(static_cast<uint32_t>(k));
+    uint32_t written = 0;
+    bool created = false;
+    bool done = false;
+    {
+      Process process(machine, k);
+      RecordStore durable(process);
+      ASSERT_TRUE(durable.setJournal("journal"));
+      created = durable.setDataFile("data") == 0;
+      while (created && written < 20) {
+        const PointRecord record = point(written + 1, "durable");
+        if (durable.write(TVO_RECORD_POINTS, &record) != 0) break;
+        ++written;
+      }
+      done = created && durable.close() == 0;
+    }
+    machine.stop(random);
+    if (!created) continue;
+    Process process(machine);
+    RecordStore durable(process);
+    ASSERT_TRUE(durable.setJournal("journal"));
+    ASSERT_EQ(durable.openDataFile("data"), 0u);
+    const size_t found = typesAlong(durable, TVO_FIRST, TVO_NEXT).size();
+    EXPECT_TRUE(found == written || found == written + 1) << found << " of " << written;
+    if (done || HasFailure()) break;
+  }
 }
 
 TEST_F(RecordStoreTest, NullArguments) {

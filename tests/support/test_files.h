@@ -1,4 +1,5 @@
-// The native files with a count of every transfer, and with the faults that a test asks for.
+// The native files, or others, with a count of every transfer, and with the faults that a test asks
+// for.
 #pragma once
 
 #include <cstdint>
@@ -13,6 +14,9 @@ namespace tavo::tests {
 
 class TestFiles : public platform::FileSystem {
  public:
+  explicit TestFiles(platform::FileSystem& system = platform::nativeFileSystem())
+      : system_(system) {}
+
   struct Operation {
     char kind;  // 'r' read, 'w' write, 'f' flush
     std::uint64_t position;
@@ -35,13 +39,13 @@ class TestFiles : public platform::FileSystem {
   }
 
   std::unique_ptr<platform::File> create(const char* path) override {
-    return wrap(platform::nativeFileSystem().create(path));
+    return wrap(system_.create(path));
   }
   std::unique_ptr<platform::File> open(const char* path, platform::Access access,
                                        platform::Sharing sharing) override {
-    return wrap(platform::nativeFileSystem().open(path, access, sharing));
+    return wrap(system_.open(path, access, sharing));
   }
-  bool remove(const char* path) override { return platform::nativeFileSystem().remove(path); }
+  bool remove(const char* path) override { return system_.remove(path); }
 
  private:
   class TestFile : public platform::File {
@@ -103,6 +107,8 @@ class TestFiles : public platform::FileSystem {
     if (!lasting) countdown = -1;
     return true;
   }
+
+  platform::FileSystem& system_;
 };
 
 }  // namespace tavo::tests

@@ -10,6 +10,7 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 
+#include <chrono>
 #include <fstream>
 #include <thread>
 #endif
@@ -111,6 +112,34 @@ TEST_F(FilesTest, InterruptionAndFullDiskLeaveTheOldFile) {
   EXPECT_EQ(temporaryFiles(), Arguments{});
   EXPECT_EQ(read("survey.dat"), data);
   EXPECT_EQ(read("old.tvo"), text_);
+}
+#endif
+
+#ifndef _WIN32
+// Killed at any moment, an import leaves the old file or the new one.
+TEST_F(FilesTest, KilledImportLeavesOneOfTheFiles) {
+  std::string points = "DATABASE\nPOINTS (PointNo,East)\n";
+  for (int i = 1; i < 20000; ++i) points += std::to_string(i * 7919 % 100003) + ",1.25;\n";
+  write("points.tvo", points + "END POINTS\nEND DATABASE\n");
+  const auto start = std::chrono::steady_clock::now();
+  expectOutput(0, {"import", "points.tvo", "-o", "new.dat"});
+  const auto time = std::chrono::steady_clock::now() - start;
+  const std::string fresh = read("new.dat");
+  const std::string old = read("survey.dat");
+  ASSERT_NE(fresh, old);
+  const int runs = TAVO_TEST_EFFORT >= 100 ? 24 : 8;
+  int killed = 0;
+  for (int i = 0; i < runs; ++i) {
+    write("survey.dat", old);
+    const auto after = std::chrono::duration_cast<std::chrono::microseconds>(time * i / runs);
+    const int status = runKilled({"import", "points.tvo", "-o", "survey.dat"},
+                                 static_cast<unsigned>(after.count()));
+    killed += status == -SIGKILL ? 1 : 0;
+    const std::string left = read("survey.dat");
+    EXPECT_TRUE(left == fresh || (left == old && status != 0)) << i << " " << status;
+    for (const std::string& name : temporaryFiles()) std::filesystem::remove(name);
+  }
+  EXPECT_GT(killed, 0);
 }
 #endif
 

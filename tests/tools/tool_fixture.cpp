@@ -109,6 +109,16 @@ int ToolTest::runInterrupted(const std::vector<std::string>& arguments, int sign
   EXPECT_EQ(kill(process, signal), 0);
   return wait(process);
 }
+
+int ToolTest::runKilled(const std::vector<std::string>& arguments, unsigned after) {
+  std::vector<std::string> command{TAVO_TOOL};
+  command.insert(command.end(), arguments.begin(), arguments.end());
+  write(kIn, "");
+  const pid_t process = spawn(command);
+  usleep(after);
+  EXPECT_EQ(kill(process, SIGKILL), 0);
+  return wait(process);
+}
 #endif
 
 ToolResult ToolTest::run(const std::vector<std::string>& arguments, const std::string& input) {

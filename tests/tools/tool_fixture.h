@@ -20,6 +20,8 @@ class ToolTest : public testing::Test {
 #ifndef _WIN32
   // Starts the tool, sends it a signal as soon as it has a temporary file, and waits for its end.
   static int runInterrupted(const std::vector<std::string>& arguments, int signal);
+  // Starts the tool, kills it after so many microseconds, and waits for its end.
+  static int runKilled(const std::vector<std::string>& arguments, unsigned after);
 #endif
   // run() with an expected exit status; the standard output.
   static std::string expectOutput(int status, const std::vector<std::string>& arguments,

@@ -138,7 +138,7 @@ struct Options {
   bool queuedGate = false;              // writers of a shared file take turns in order
   // The file's journal, at most 1023 characters; null for none. With it every transaction happens
   // as a whole or not at all and is on the medium when its end returns, in every write mode. It is
-  // made when it is not there. All openers of a file must name the same one.
+  // made when it is not there. All openers of a file must name the same one. The text is copied.
   const char* journal = nullptr;
 };
 

@@ -132,7 +132,7 @@ int provideJournal(ControlBlock& file) {
     if (file.file->writeAt(kFileIdOffset, id, sizeof id) != Transfer::kDone) return kWriteFailed;
   }
   // What the file holds now is what its first transaction starts from.
-  if (!file.file->flush()) return kSystemFailed;
+  if (!file.file->flush() || !file.files.flushFolder(file.path)) return kSystemFailed;
   std::uint8_t bytes[kHeaderSize];
   encodeHeader(header, bytes);
   return journal.make(bytes, sharingOf(file));

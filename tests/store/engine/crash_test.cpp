@@ -20,6 +20,7 @@ struct Setting {
   int mode;
   char sharing;
   unsigned buffers;
+  bool journal = true;
 };
 
 // One process with the file open.
@@ -31,7 +32,7 @@ class User {
     options.sharing = setting.sharing;
     options.access = access;
     options.workBufferSize = 3000;
-    options.journal = kJournal;
+    if (setting.journal) options.journal = kJournal;
     opened = machine.files.count(kPath) != 0 ? store.open(kPath, kIndexes, options)
                                              : store.create(kPath, kIndexes, options);
     if (opened == kOk) store.setWriteMode(setting.mode);
@@ -188,6 +189,40 @@ TEST(Crash, StoppedAnywhereTheFileHoldsTheFinishedChangesAlone) {
   EXPECT_GT(stops, TAVO_TEST_EFFORT >= 100 ? 2000 : 100);
 }
 
+// Without a journal the marker of mode 4 says whether the file can be trusted.
+TEST(Crash, InModeFourTheFileIsWholeOrMarked) {
+  Machine base;
+  const Contents made = makeBase(base);
+  int marks = 0;
+  for (const Setting& setting : {Setting{4, 'E', 10, false}, Setting{4, 'S', 2, false}}) {
+    for (int k = 0;; k += step(k)) {
+      SCOPED_TRACE(testing::Message() << setting.sharing << " transfer " << k);
+      Machine machine(base);
+      std::mt19937 random(static_cast<std::uint32_t>(k));
+      Contents finished = made;
+      Contents begun = made;
+      bool done;
+      {
+        User user(machine, setting, k, seed(random));
+        done = user.opened == kOk && work(user, finished, begun);
+      }
+      machine.stop(random);
+      const bool marked =
+          loadU16(machine.files[kPath]->now.data() + kModifiedMarker) == kMarkerValue;
+      if (marked) {
+        User next(machine, setting, -1, 1);
+        EXPECT_EQ(next.change(finished, 0, 999), kInterrupted);
+        ++marks;
+      } else {
+        expectWhole(machine, setting, finished, begun);
+      }
+      if (HasFailure()) return;
+      if (done) break;
+    }
+  }
+  EXPECT_GT(marks, TAVO_TEST_EFFORT >= 100 ? 100 : 5);
+}
+
 // The others go on where one of those that share a file was killed; one that only reads, too.
 TEST(Crash, WhoeverTakesTheGateNextTakesBack) {
   Machine base;
@@ -223,15 +258,19 @@ TEST(Crash, AFileIsMadeWithItsJournalOrNotAtAll) {
       SCOPED_TRACE(testing::Message() << sharing << " transfer " << k);
       Machine machine;
       std::mt19937 random(static_cast<std::uint32_t>(k));
+      Contents finished;
+      Contents begun;
+      bool made;
       bool done;
       {
         User maker(machine, {0, sharing, 10}, k, seed(random));
-        Contents none;
-        done = maker.opened == kOk && maker.process.alive();
-        done = done && maker.change(none, 0, 1) == kOk && maker.process.alive();
+        made = maker.opened == kOk;
+        if (made) maker.change(begun, 0, 1);
+        done = maker.process.alive();
+        if (done) finished = begun;
       }
       machine.stop(random);
-      if (done) expectWhole(machine, {0, sharing, 10}, {{1, {name(1), 97}}}, {});
+      if (made) expectWhole(machine, {0, sharing, 10}, finished, begun);
       if (done || HasFailure()) break;
     }
   }

@@ -123,7 +123,7 @@ TEST_F(JournalTest, FirstImageOfAPageCounts) {
   while (journalPosition(k) + kJournalImageSize <= journal.size() &&
          isJournalImage(journal.data() + journalPosition(k), k, block.salt))
     ++k;
-  journal.resize(journalPosition(k) + 3 * std::size_t{kJournalImageSize}, 0xEE);
+  journal.resize(static_cast<std::size_t>(journalPosition(k + 3)), 0xEE);
   sealJournalImage(0, k, block.salt, journal.data() + journalPosition(k));
   // What does not follow at once is an earlier transaction's.
   sealJournalImage(0, k + 2, block.salt, journal.data() + journalPosition(k + 2));

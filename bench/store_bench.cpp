@@ -127,6 +127,10 @@ class Store final : public Engine {
 
 class Lmdb final : public Engine {
  public:
+  Lmdb() {
+    static constexpr uint8_t kKeyTypes[tavo::engine::kIndexNumbers] = {0, 10, 10, 5, 0};
+    require(plan_.make(form_->fields(), kKeyTypes), "planning a record");
+  }
   ~Lmdb() override { remove(); }
 
   void write(const Points& list) override {
@@ -137,9 +141,9 @@ class Lmdb final : public Engine {
       ++number;
       form_->load(TVO_RECORD_POINTS, &point);
       uint32_t size = 0;
-      require(tavo::engine::packRecord(form_->fields(), TVO_RECORD_POINTS, packed_, sizeof(packed_),
-                                       size) == 0,
-              "packing a point");
+      require(
+          tavo::engine::packRecord(plan_, TVO_RECORD_POINTS, packed_, sizeof(packed_), size) == 0,
+          "packing a point");
       put(kRecords, &number, sizeof(number), packed_, size);
       put(kBySortCode, &kSortCode, sizeof(kSortCode), &number, sizeof(number));
       put(kByNumber, &point.PointNo, sizeof(point.PointNo), &number, sizeof(number));
@@ -228,7 +232,7 @@ class Lmdb final : public Engine {
     MDB_val packed;
     require(mdb_get(transaction_, trees_[kRecords], &number, &packed) == 0, "reading LMDB");
     form_->clear();
-    require(tavo::engine::unpackRecord(form_->fields(), static_cast<const uint8_t*>(packed.mv_data),
+    require(tavo::engine::unpackRecord(plan_, static_cast<const uint8_t*>(packed.mv_data),
                                        static_cast<uint32_t>(packed.mv_size)) == 0,
             "unpacking a point");
     form_->finishRead();
@@ -237,6 +241,7 @@ class Lmdb final : public Engine {
 
   tavo::store::RecordForms forms_;
   tavo::store::RecordForm* const form_ = forms_.of(TVO_RECORD_POINTS);
+  tavo::engine::RecordPlan plan_;
   uint8_t packed_[1024];
   MDB_env* environment_ = nullptr;
   MDB_txn* transaction_ = nullptr;

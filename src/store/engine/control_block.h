@@ -9,6 +9,7 @@
 #include "store/engine/format.h"
 #include "store/engine/images.h"
 #include "store/engine/journal.h"
+#include "store/engine/record_plan.h"
 
 namespace tavo::engine {
 
@@ -95,6 +96,7 @@ struct Store::ControlBlock {
 
   bool checkFields = true;
   bool reuseNumbers = true;
+  RecordPlans plans;
   std::unique_ptr<KeySegment[]> segments[kUserIndexes + 1];
   std::int32_t currentRecord = 0;
   Key newKeys[kLastIndex + 1];  // of the record being stored
@@ -123,6 +125,8 @@ struct Store::ControlBlock {
   // kOk for an open file, else what every operation returns.
   int check() const { return !guarded() ? kBadBlock : state == 'O' ? kOk : kNotOpen; }
   void invalidatePositions();
+  // The plan of a caller's field list; null when memory is short.
+  const RecordPlan* planOf(const Field* fields) { return plans.of(fields, header.keyType); }
 };
 
 // Keeps copies of the segment lists of an index list; kNoMemory on failure.

@@ -102,13 +102,15 @@ int Store::find(int index, const void* value, std::uint32_t length, int mode) {
 int Store::find(int index, const Field* fields, int mode) {
   if (block_ == nullptr) return kNotOpen;
   int code = checkFind(*block_, index, mode);
-  if (code == kOk && block_->checkFields)
-    code = checkFieldList(fields, block_->header.keyType, false);
+  if (code == kOk && fields == nullptr) code = kBadFieldType;
+  const RecordPlan* const plan = code == kOk ? block_->planOf(fields) : nullptr;
+  if (code == kOk && plan == nullptr) code = kNoMemory;
+  if (code == kOk && block_->checkFields) code = plan->check(false);
   if (code != kOk) return code;
-  for (std::uint32_t i = 0; fields[i].type != 'E'; ++i) {
-    if (fields[i].index != index || fields[i].keyRole == 'N') continue;
+  for (std::uint32_t n = 0; n < plan->keys(); ++n) {
+    if (plan->field(plan->keyField(n)).index != index) continue;
     Key key;
-    code = makeKey(*block_, RecordValues(fields), i, key);
+    code = makeKey(*block_, RecordValues(*plan), plan->keyField(n), key);
     return answer(code == kOk ? findKey(*block_, index, key, mode) : code);
   }
   return kBadKeyRole;

@@ -202,15 +202,14 @@ int appendSegment(const ControlBlock& file, const KeySegment& segment, Value val
 int makeSegmentKey(const ControlBlock& file, const RecordValues& values, int index, Key& key) {
   const KeySegment* segment = index <= kUserIndexes ? file.segments[index].get() : nullptr;
   if (segment == nullptr) return kBadSegments;
-  std::uint32_t fieldCount = 0;
-  while (values.fields()[fieldCount].type != 'E') ++fieldCount;
+  const RecordPlan& plan = values.plan();
   key.length = 1;
   for (; segment->type != 31; ++segment) {
-    if (segment->field >= fieldCount) return kBadSegments;
+    if (segment->field >= plan.count()) return kBadSegments;
     const Value value = values.get(segment->field);
     if (value.bytes == nullptr) return values.missing();
     const int code =
-        appendSegment(file, *segment, plainValue(values.fields()[segment->field].type, value), key);
+        appendSegment(file, *segment, plainValue(plan.field(segment->field).type, value), key);
     if (code != kOk) return code;
   }
   key.bytes[0] = static_cast<std::uint8_t>(key.length - 1);
@@ -245,7 +244,7 @@ int compareKeys(const ControlBlock& file, int index, const std::uint8_t* a, std:
 }
 
 int makeKey(const ControlBlock& file, const RecordValues& values, std::uint32_t number, Key& key) {
-  const Field& field = values.fields()[number];
+  const Field& field = values.plan().field(number);
   if (field.index >= kIndexNumbers) return kBadArgument;
   if (field.keyRole == kSegmentKey) return makeSegmentKey(file, values, field.index, key);
   Value value = values.get(number);

@@ -90,6 +90,7 @@ int prepare(ControlBlock& file, const char* path, const IndexDef* indexes, const
   file.currentRecord = 0;
   file.soughtIndex = 0;
   for (Cursor& cursor : file.cursors) cursor.state = Cursor::kNone;
+  file.plans.forget();
   file.invalidatePositions();
   return kOk;
 }

@@ -1,10 +1,10 @@
-// Records as they are stored: field lists, their checks, packing and unpacking.
+// Records as they are stored: packing and unpacking.
 #pragma once
 
 #include <cstdint>
 
-#include "store/engine/engine.h"
 #include "store/engine/format.h"
+#include "store/engine/record_plan.h"
 
 namespace tavo::engine {
 
@@ -24,35 +24,28 @@ struct Value {
 // both, so that keys can be made of either. Asking for fields in ascending order is cheap.
 class RecordValues {
  public:
-  explicit RecordValues(const Field* fields) : fields_(fields) {}
-  RecordValues(const Field* fields, const std::uint8_t* packed, std::uint32_t size)
-      : fields_(fields), packed_(packed), size_(size) {}
-  const Field* fields() const { return fields_; }
+  explicit RecordValues(const RecordPlan& plan) : plan_(plan) {}
+  RecordValues(const RecordPlan& plan, const std::uint8_t* packed, std::uint32_t size)
+      : plan_(plan), packed_(packed), size_(size) {}
+  const RecordPlan& plan() const { return plan_; }
   // A field that was left out of the packed form has the value that it is read back with.
   Value get(std::uint32_t number) const;
   // What it means that there is no value: a text too long for its field, or a damaged record.
   int missing() const { return packed_ == nullptr ? kTooLong : kCorrupt; }
 
  private:
-  const Field* fields_;
+  const RecordPlan& plan_;
   const std::uint8_t* packed_ = nullptr;
   std::uint32_t size_ = 0;
   mutable std::uint32_t offset_ = kRecordHead;  // where the walk through the packed form stands
   mutable std::uint32_t nextNumber_ = 0;
 };
 
-// Checks a field list; the full check also looks at lengths and texts.
-int checkFieldList(const Field* fields, const std::uint8_t keyTypes[kIndexNumbers], bool full);
-
-// A number that differs between field lists that pack differently.
-std::uint16_t fieldListMark(const Field* fields);
-
-int packRecord(const Field* fields, std::uint8_t typeByte, std::uint8_t* out, std::uint32_t room,
+int packRecord(const RecordPlan& plan, std::uint8_t typeByte, std::uint8_t* out, std::uint32_t room,
                std::uint32_t& size);
 // Fills the list's values from a packed record; kCorrupt when it is none of that list.
-int unpackRecord(const Field* fields, const std::uint8_t* packed, std::uint32_t size);
-
+int unpackRecord(const RecordPlan& plan, const std::uint8_t* packed, std::uint32_t size);
 // The same without values: kCorrupt when the record was not packed by this list.
-int checkPacked(const Field* fields, const std::uint8_t* packed, std::uint32_t size);
+int checkPacked(const RecordPlan& plan, const std::uint8_t* packed, std::uint32_t size);
 
 }  // namespace tavo::engine

@@ -183,17 +183,18 @@ int rewriteKey(ControlBlock& file, int index, const Key& key, std::int32_t recor
 // Removes the keys of all fields. With `except`, keys that are equal to those values' stay.
 int removeKeys(ControlBlock& file, const RecordValues& values, std::int32_t record,
                const RecordValues* except = nullptr) {
-  const Field* const fields = values.fields();
-  for (std::uint32_t i = 0; fields[i].type != 'E'; ++i) {
-    if (fields[i].keyRole == 'N') continue;
+  const RecordPlan& plan = values.plan();
+  for (std::uint32_t n = 0; n < plan.keys(); ++n) {
+    const std::uint32_t number = plan.keyField(n);
+    const int index = plan.field(number).index;
     Key key;
-    int code = makeKey(file, values, i, key);
+    int code = makeKey(file, values, number, key);
     if (code == kOk && except != nullptr) {
       Key kept;
-      code = makeKey(file, *except, i, kept);
-      if (code == kOk && equalKeys(file, fields[i].index, key, kept)) continue;
+      code = makeKey(file, *except, number, kept);
+      if (code == kOk && equalKeys(file, index, key, kept)) continue;
     }
-    if (code == kOk) code = removeKey(file, fields[i].index, key, record);
+    if (code == kOk) code = removeKey(file, index, key, record);
     if (code != kOk) return code;
   }
   return kOk;
@@ -202,24 +203,25 @@ int removeKeys(ControlBlock& file, const RecordValues& values, std::int32_t reco
 // Inserts the keys of all fields. With `except`, what those values have already is left as it is.
 int insertKeys(ControlBlock& file, const RecordValues& values, std::int32_t record,
                const RecordValues* except = nullptr) {
-  const Field* const fields = values.fields();
-  for (std::uint32_t i = 0; fields[i].type != 'E'; ++i) {
-    if (fields[i].keyRole == 'N') continue;
-    if (fields[i].index > kLastIndex) return kBadArgument;
-    Key& key = file.newKeys[fields[i].index];
-    int code = makeKey(file, values, i, key);
+  const RecordPlan& plan = values.plan();
+  for (std::uint32_t n = 0; n < plan.keys(); ++n) {
+    const std::uint32_t number = plan.keyField(n);
+    const Field& field = plan.field(number);
+    if (field.index > kLastIndex) return kBadArgument;
+    Key& key = file.newKeys[field.index];
+    int code = makeKey(file, values, number, key);
     if (code == kOk && except != nullptr) {
       Key old;
-      code = makeKey(file, *except, i, old);
+      code = makeKey(file, *except, number, old);
       if (code != kOk) return code;
       if (sameBytes(key, old)) continue;
-      if (equalKeys(file, fields[i].index, key, old)) {
-        code = rewriteKey(file, fields[i].index, key, record);
+      if (equalKeys(file, field.index, key, old)) {
+        code = rewriteKey(file, field.index, key, record);
         if (code != kOk) return code;
         continue;
       }
     }
-    if (code == kOk) code = insertKey(file, fields[i], key, record);
+    if (code == kOk) code = insertKey(file, field, key, record);
     if (code == kOk) code = file.ioError;
     if (code != kOk) return code;
   }
@@ -272,20 +274,18 @@ void giveBackNumber(ControlBlock& file, Change& change, std::int32_t number) {
 // --- Operations
 
 // Reserves what the splits of one record's entries can take.
-int reserveFor(ControlBlock& file, const Field* fields) {
-  std::uint32_t indexed = 0;
-  for (const Field* f = fields; f->type != 'E'; ++f) indexed += f->index != 0 ? 1 : 0;
+int reserveFor(ControlBlock& file, const RecordPlan& plan) {
   std::uint32_t height = 0;
   const int code = treeHeight(file, height);
-  return code != kOk ? code : reservePages(file, (height + 1) * (indexed + 1));
+  return code != kOk ? code : reservePages(file, (height + 1) * (plan.indexed() + 1));
 }
 
 // The indexes of a new record are positioned on it.
-void positionOn(ControlBlock& file, const Field* fields, std::int32_t record) {
-  for (const Field* f = fields; f->type != 'E'; ++f) {
-    if (f->keyRole == 'N') continue;
-    const Key& key = file.newKeys[f->index];
-    Cursor& cursor = file.cursors[f->index];
+void positionOn(ControlBlock& file, const RecordPlan& plan, std::int32_t record) {
+  for (std::uint32_t n = 0; n < plan.keys(); ++n) {
+    const int index = plan.field(plan.keyField(n)).index;
+    const Key& key = file.newKeys[index];
+    Cursor& cursor = file.cursors[index];
     cursor.state = Cursor::kAt;
     cursor.stamp = 0;
     cursor.record = record;
@@ -295,24 +295,24 @@ void positionOn(ControlBlock& file, const Field* fields, std::int32_t record) {
   }
 }
 
-int insertNew(ControlBlock& file, const Field* fields, std::uint8_t typeByte,
+int insertNew(ControlBlock& file, const RecordPlan& plan, std::uint8_t typeByte,
               std::int32_t& number) {
   Packed record;
   record.bytes = file.packed.get();
   // Packed and provided for before it gets a number, so that a refusal here takes none.
-  int code = packRecord(fields, typeByte, file.packed.get(), file.bufferSize, record.size);
-  if (code == kOk) code = reserveFor(file, fields);
+  int code = packRecord(plan, typeByte, file.packed.get(), file.bufferSize, record.size);
+  if (code == kOk) code = reserveFor(file, plan);
   if (code == kOk) code = takeNumber(file, number);
-  if (code == kOk) code = insertKeys(file, RecordValues(fields), number);
+  if (code == kOk) code = insertKeys(file, RecordValues(plan), number);
   if (code == kOk) code = insertPieces(file, number, record);
   if (code == kOk) ++file.header.recordCount;
   return code;
 }
 
-int replaceCurrent(ControlBlock& file, const Field* fields) {
+int replaceCurrent(ControlBlock& file, const RecordPlan& plan) {
   const std::int32_t number = file.currentRecord;
   int code = checkRecordLock(file, number);
-  if (code == kOk) code = reserveFor(file, fields);
+  if (code == kOk) code = reserveFor(file, plan);
   // In a tree without a readable root no record is found.
   if (code == kUnreadable) code = kRecordMissing;
   Packed before;
@@ -320,11 +320,11 @@ int replaceCurrent(ControlBlock& file, const Field* fields) {
   Packed after;
   after.bytes = file.packed.get();
   if (code == kOk)
-    code = packRecord(fields, before.bytes[kRecordType], file.packed.get(), file.bufferSize,
-                      after.size);
+    code =
+        packRecord(plan, before.bytes[kRecordType], file.packed.get(), file.bufferSize, after.size);
   if (code != kOk) return code;
-  const RecordValues oldValues(fields, before.bytes, before.size);
-  const RecordValues newValues(fields);
+  const RecordValues oldValues(plan, before.bytes, before.size);
+  const RecordValues newValues(plan);
   code = insertKeys(file, newValues, number, &oldValues);
   if (code == kOk) code = replacePieces(file, number, after);
   return code == kOk ? removeKeys(file, oldValues, number, &newValues) : code;
@@ -338,14 +338,14 @@ int removeEntries(ControlBlock& file, const RecordValues& values, std::int32_t n
   return code;
 }
 
-int removeCurrent(ControlBlock& file, const Field* fields, Change& change) {
+int removeCurrent(ControlBlock& file, const RecordPlan& plan, Change& change) {
   const std::int32_t number = file.currentRecord;
   int code = checkRecordLock(file, number);
   Packed before;
   if (code == kOk) code = gatherRecord(file, number, file.old.get(), true, before);
-  if (code == kOk) code = unpackRecord(fields, before.bytes, before.size);
+  if (code == kOk) code = unpackRecord(plan, before.bytes, before.size);
   if (code != kOk) return code;
-  const RecordValues values(fields, before.bytes, before.size);
+  const RecordValues values(plan, before.bytes, before.size);
   code = removeEntries(file, values, number);
   if (code == kOk) code = keepNumber(file, number);
   if (code != kNoRoom) return code;
@@ -354,12 +354,20 @@ int removeCurrent(ControlBlock& file, const Field* fields, Change& change) {
   return removeEntries(file, values, number);
 }
 
+// The plan of a caller's list, checked when the file's opener wants that.
+int takeList(ControlBlock& file, const Field* fields, bool full, const RecordPlan*& plan) {
+  if (fields == nullptr) return kBadFieldType;
+  plan = file.planOf(fields);
+  if (plan == nullptr) return kNoMemory;
+  return file.checkFields ? plan->check(full) : kOk;
+}
+
 // What every change of a record requires.
-int checkChange(ControlBlock& file, const Field* fields, bool full, bool current) {
+int checkChange(ControlBlock& file, const Field* fields, bool full, bool current,
+                const RecordPlan*& plan) {
   int code = file.check();
   if (code == kOk && file.access != 2) code = kReadOnly;
-  if (code == kOk && fields == nullptr) code = kBadFieldType;
-  if (code == kOk && file.checkFields) code = checkFieldList(fields, file.header.keyType, full);
+  if (code == kOk) code = takeList(file, fields, full, plan);
   if (code == kOk && current && file.currentRecord == 0) code = kNoCurrentRecord;
   return code;
 }
@@ -378,40 +386,43 @@ int useRecord(ControlBlock& file, Use&& use) {
 }  // namespace
 
 int insertRecord(ControlBlock& file, const Field* fields, std::uint8_t typeByte) {
-  int code = checkChange(file, fields, true, false);
+  const RecordPlan* plan = nullptr;
+  int code = checkChange(file, fields, true, false, plan);
   if (code != kOk) return code;
   std::int32_t number = 0;
   code = runChange(
-      file, [&](Change&) { return insertNew(file, fields, typeByte, number); },
+      file, [&](Change&) { return insertNew(file, *plan, typeByte, number); },
       [&](Change& change) { giveBackNumber(file, change, number); });
   if (code == kOk) {
     file.currentRecord = number;
-    positionOn(file, fields, number);
+    positionOn(file, *plan, number);
   }
   return code;
 }
 
 int replaceRecord(ControlBlock& file, const Field* fields) {
-  const int code = checkChange(file, fields, true, true);
+  const RecordPlan* plan = nullptr;
+  const int code = checkChange(file, fields, true, true, plan);
   if (code != kOk) return code;
-  return runChange(file, [&](Change&) { return replaceCurrent(file, fields); });
+  return runChange(file, [&](Change&) { return replaceCurrent(file, *plan); });
 }
 
 int removeRecord(ControlBlock& file, const Field* fields) {
-  int code = checkChange(file, fields, false, true);
+  const RecordPlan* plan = nullptr;
+  int code = checkChange(file, fields, false, true, plan);
   if (code != kOk) return code;
-  code = runChange(file, [&](Change& change) { return removeCurrent(file, fields, change); });
+  code = runChange(file, [&](Change& change) { return removeCurrent(file, *plan, change); });
   if (code == kOk) file.currentRecord = 0;
   return code;
 }
 
 int readRecord(ControlBlock& file, const Field* fields) {
   int code = file.check();
-  if (code == kOk && fields == nullptr) code = kBadFieldType;
-  if (code == kOk && file.checkFields) code = checkFieldList(fields, file.header.keyType, false);
+  const RecordPlan* plan = nullptr;
+  if (code == kOk) code = takeList(file, fields, false, plan);
   if (code != kOk) return code;
   return useRecord(
-      file, [&](const Packed& record) { return unpackRecord(fields, record.bytes, record.size); });
+      file, [&](const Packed& record) { return unpackRecord(*plan, record.bytes, record.size); });
 }
 
 int readTypeByte(ControlBlock& file, std::uint8_t* type) {

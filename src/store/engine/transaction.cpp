@@ -180,6 +180,7 @@ int readHeader(ControlBlock& file) {
   const int code = headerCode(file.file->readAt(0, bytes, kHeaderSize), kSystemFailed, kShortRead);
   if (code != kOk) return code;
   if (!decodeHeader(bytes, file.header)) return kBadSignature;
+  file.plans.forget();
   file.countedPages = file.header.pagesInFile;
   return kOk;
 }

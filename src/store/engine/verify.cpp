@@ -319,16 +319,18 @@ void Verifier::endRecord(std::int32_t page) {
   if (hooks_.record) hooks_.record(record_, type, packed_.data(), packed_.size());
   if (!hooks_.fields) return;
   const Field* const fields = hooks_.fields(type);
-  if (fields == nullptr || checkPacked(fields, packed_.data(), size) != kOk) {
+  const RecordPlan* const plan = fields == nullptr ? nullptr : file_.planOf(fields);
+  if (plan == nullptr || checkPacked(*plan, packed_.data(), size) != kOk) {
     lose(page,
          "record " + text(record_) + " of type " + text(type) + " does not fit its field list");
     return;
   }
-  const RecordValues values(fields, packed_.data(), size);
-  for (std::uint32_t i = 0; fields[i].type != 'E'; ++i) {
+  const RecordValues values(*plan, packed_.data(), size);
+  for (std::uint32_t n = 0; n < plan->keys(); ++n) {
+    const std::uint32_t field = plan->keyField(n);
     Key key;
-    if (fields[i].keyRole == 'N' || makeKey(file_, values, i, key) != kOk) continue;
-    expected_.push_back({hashBytes(key.bytes, key.length), record_, fields[i].index});
+    if (makeKey(file_, values, field, key) != kOk) continue;
+    expected_.push_back({hashBytes(key.bytes, key.length), record_, plan->field(field).index});
   }
 }
 

@@ -50,8 +50,10 @@ TEST_F(RecordsTest, FieldListsAreChecked) {
   for (std::size_t i = 0; i < std::size(cases); ++i) {
     Field fields[] = {good, {'E', 0, 'N', 0, 0, nullptr}};
     cases[i].spoil(fields[0]);
-    EXPECT_EQ(checkFieldList(fields, store_.block().header.keyType, true), cases[i].full) << i;
-    EXPECT_EQ(checkFieldList(fields, store_.block().header.keyType, false), cases[i].light) << i;
+    // The same list all the time, in other words each time.
+    const RecordPlan* const plan = store_.block().planOf(fields);
+    EXPECT_EQ(plan->check(true), cases[i].full) << i;
+    EXPECT_EQ(plan->check(false), cases[i].light) << i;
   }
 }
 
@@ -103,7 +105,8 @@ TEST_F(RecordsTest, EveryLetterComesBack) {
   // Nothing but numbers and the empty M is left of the empty record: B, C, N, S and D take no room.
   std::uint8_t packed[200];
   std::uint32_t size = 0;
-  ASSERT_EQ(packRecord(list(empty).data(), 9, packed, sizeof packed, size), kOk);
+  ASSERT_EQ(packRecord(*store_.block().planOf(list(empty).data()), 9, packed, sizeof packed, size),
+            kOk);
   EXPECT_EQ(size, 5u + 4 + 3 + 4 + 4 + 6 + 6 + 8 + 10 + 2);
 }
 

@@ -325,7 +325,7 @@ TEST(Keys, SegmentsAreCutFilledAndBounded) {
                           {'B', 'N', 'N', 4, 0, blob},
                           {'E', 0, 'N', 0, 0, nullptr}};
   Key key;
-  ASSERT_EQ(makeKey(store.block(), RecordValues(fields), 0, key), kOk);
+  ASSERT_EQ(makeKey(store.block(), RecordValues(*store.block().planOf(fields)), 0, key), kOk);
   const std::vector<std::uint8_t> expected = {9, 'N', 'a', 'm', 0, 2, 1, 2, 7, 8};
   EXPECT_EQ(std::vector<std::uint8_t>(key.bytes, key.bytes + key.length), expected);
   for (const char* n : {"Nb", "Na", "Nam", "N"}) {

@@ -106,7 +106,7 @@ class ListParser {
     const bool plain =
         !repeats && offset != schema::kNotKept && field.unit == schema::UnitKind::kNone;
     columns_->add({field.id, field.type, field.width, field.group, field.unit, offset, repeats,
-                   plain, schema::bitOf(definition_, field.id)});
+                   plain, schema::bitOf(layout_, field.id)});
     return kGoOn;
   }
 

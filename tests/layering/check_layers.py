@@ -19,6 +19,8 @@ LAYERS = {
     "store/engine": {"platform"},
     "store": {"tavo", "schema", "store/engine", "platform"},
     "writers": {"tavo", "schema", "platform"},
+    "survey": {"tavo", "schema", "platform", "reader", "sections", "store", "store/engine",
+               "writers"},
     "api": {"tavo", "schema", "platform", "reader", "sections", "store", "store/engine", "writers"},
 }
 INCLUDE = re.compile(r'^\s*#\s*include\s*["<]([^">]+)[">]')

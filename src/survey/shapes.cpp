@@ -423,7 +423,7 @@ void joinEdges(const SurveyView& view, const ShapeKind& kind, const Points& poin
       all.push_back({owner, edge});
     } else {
       findings.warn(kind.edges, i,
-                    "An edge of " + name + " " + std::to_string(number) + ", which is not there");
+                    name + " " + std::to_string(number) + ", which an edge names, is not there");
     }
   }
   std::stable_sort(all.begin(), all.end(),

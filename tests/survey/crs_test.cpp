@@ -50,7 +50,7 @@ struct Systems {
   explicit Systems(const std::string& text, const CrsOptions& options = {})
       : surveyed(text), view(surveyed.view()), findings(view), systems(view, options, findings) {}
   const ProjectionSet& set() const { return systems.sets().at(0); }
-  std::string said() const { return textOf(findings.all()); }
+  std::string said() const { return saidOf(findings.all()); }
 
   Surveyed surveyed;
   survey::SurveyView view;

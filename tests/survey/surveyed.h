@@ -99,7 +99,7 @@ class Surveyed {
 
 // All texts of findings, one a line: "note ..." or "warning ...", behind the line of the file.
 template <class Findings>
-std::string textOf(const Findings& findings) {
+std::string saidOf(const Findings& findings) {
   std::string all;
   for (const auto& finding : findings) {
     all += (finding.kind == TAVO_NOTE ? "note " : "warning ") + std::to_string(finding.line) +

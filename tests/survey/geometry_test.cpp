@@ -328,6 +328,33 @@ TEST(Geometry, ObservationsLeadFromTheLastSetup) {
             "1 -10 . . . . . 390 . . .\n");
 }
 
+// The surveys that show the format: one for each kind of projection, with places given both by grid
+// coordinates and by longitude and latitude, as published with two or three decimals.
+TEST(Geometry, Examples) {
+  for (const char* const name :
+       {"utm", "lambert", "lambert-with-scale", "mercator", "mercator-2", "oblique-mercator", "rso",
+        "double-stereographic", "polar-stereographic", "cassini-soldner", "special", "plane"}) {
+    const Located located(
+        readFile((std::string(TAVO_EXAMPLES_DIR "/projections/") + name + ".tvo").c_str()));
+    EXPECT_EQ(located.said().find("warning"), std::string::npos) << located.said();
+    const auto places = located.geometry.positions(TVO_RECORD_POINTS);
+    ASSERT_GT(places.size(), 1u) << name;
+    for (const tavo_crs& crs : located.geometry.crs()) EXPECT_STRNE(crs.wkt, "") << name;
+    for (size_t i = 0; i + 1 < places.size() && name != std::string("plane"); i += 2) {
+      EXPECT_EQ(places[i].crs, places[i + 1].crs) << name << i;
+      EXPECT_LT(std::hypot(places[i].x - places[i + 1].x, places[i].y - places[i + 1].y), 0.07)
+          << name << i << " " << textOf(places[i]) << " " << textOf(places[i + 1]);
+    }
+  }
+  for (const char* const name : {"survey", "all-sections"}) {
+    const Located located(readFile((std::string(TAVO_EXAMPLES_DIR "/") + name + ".tvo").c_str()));
+    EXPECT_EQ(located.said().find("warning"), std::string::npos) << located.said();
+    for (const tavo_position& at : located.geometry.positions(TVO_RECORD_POINTS)) {
+      EXPECT_LT(std::hypot(at.x - 419500, at.y - 5309900), 2000) << name << " " << textOf(at);
+    }
+  }
+}
+
 TEST(Geometry, AnEmptySurveyHasNone) {
   const Located located("");
   EXPECT_EQ(located.said(), "");

@@ -12,8 +12,8 @@
  *     state, no locale and no environment variable behind any call.
  *   - Paths are UTF-8 on every platform. Texts of a file are bytes as the file has them.
  *   - Functions that can fail return a tavo_status: 0, a code of tavo.h, or one of the layer's own
- *     below. A handle comes out through the first parameter, which is null after a failure. Pointers
- *     that a function returns directly belong to their parent and live as long as it does.
+ *     below. A handle comes out through the first parameter, which is null after a failure.
+ * Pointers that a function returns directly belong to their parent and live as long as it does.
  *   - Option structures begin with their version; start from the initialiser, so that members that
  *     later versions append have their default. A null options pointer means the defaults.
  *   - Nothing that comes from a file or a caller is trusted: damaged files give statuses, null
@@ -47,16 +47,17 @@
 extern "C" {
 #endif
 
-/* --- Statuses ----------------------------------------------------------------------------------- */
+/* --- Statuses -----------------------------------------------------------------------------------
+ */
 
 /* 0, a TVO code of tavo.h (2560 to 2574, 5), or one of these. */
 typedef uint32_t tavo_status;
 enum {
   TAVO_OK = 0,
-  TAVO_ERR_MEMORY = 2575,    /* out of memory */
-  TAVO_ERR_ARGUMENT = 2576,  /* a null pointer, a number out of range, an options version unknown */
-  TAVO_ERR_INPUT = 2577,     /* the input broke off: a read failed */
-  TAVO_ERR_CANCELLED = 2578  /* the progress callback asked to stop */
+  TAVO_ERR_MEMORY = 2575,   /* out of memory */
+  TAVO_ERR_ARGUMENT = 2576, /* a null pointer, a number out of range, an options version unknown */
+  TAVO_ERR_INPUT = 2577,    /* the input broke off: a read failed */
+  TAVO_ERR_CANCELLED = 2578 /* the progress callback asked to stop */
 };
 
 /* One sentence on a status, without a full stop; never null. */
@@ -65,14 +66,16 @@ TAVO_API const char* tavo_status_text(tavo_status status);
 /* "1.1.0": the version of the library that runs, which may be newer than the header's. */
 TAVO_API const char* tavo_version(void);
 
-/* --- Where bytes come from and go to ------------------------------------------------------------ */
+/* --- Where bytes come from and go to ------------------------------------------------------------
+ */
 
 /* Reads up to `room` bytes: their number, 0 at the end, -1 on failure. */
 typedef int64_t (*tavo_read_fn)(void* bytes, size_t room, void* user);
 /* Takes all `size` bytes: 0, or another value on failure. */
 typedef int (*tavo_write_fn)(const void* bytes, size_t size, void* user);
 
-/* A text to read: the first of path, bytes and read that is not null. Start from TAVO_INPUT_INIT. */
+/* A text to read: the first of path, bytes and read that is not null. Start from TAVO_INPUT_INIT.
+ */
 typedef struct tavo_input {
   uint32_t version;
   const char* path;
@@ -107,8 +110,11 @@ typedef struct tavo_output tavo_output;
 
 /* TVO_ERR_OPEN when no file can be made there. */
 TAVO_API tavo_status tavo_output_create(tavo_output** out, const char* path);
+/* Appends bytes as they are, and text with its line feeds in the platform's form. */
 TAVO_API tavo_status tavo_output_write(tavo_output* output, const void* bytes, size_t size);
-/* Path under which the output stands until its commit. */
+TAVO_API tavo_status tavo_output_write_text(tavo_output* output, const char* text, size_t size);
+/* Path under which the output stands until its commit. Nothing is there before the first write, so
+ * that another call, tavo_store_open for one, may make the file instead. */
 TAVO_API const char* tavo_output_path(const tavo_output* output);
 /* Puts the output in its place and frees the handle; TVO_ERR_WRITE when a write, the closing or the
  * replacing failed, in which case the target is as it was. */
@@ -123,7 +129,8 @@ TAVO_API int tavo_same_file(const char* a, const char* b);
  * Called for every block of some ten thousand bytes. */
 typedef int (*tavo_progress_fn)(uint64_t done, uint64_t total, void* user);
 
-/* --- Records and findings ----------------------------------------------------------------------- */
+/* --- Records and findings -----------------------------------------------------------------------
+ */
 
 /* Presence of fields: bit n is set when the record's line gave the field in place n of its block's
  * field table (tavo_schema_field). An empty column and a declared 0 are different things. */
@@ -163,7 +170,8 @@ typedef struct tavo_finding {
 
 typedef void (*tavo_finding_fn)(const tavo_finding* finding, void* user);
 
-/* --- Analysis ----------------------------------------------------------------------------------- */
+/* --- Analysis -----------------------------------------------------------------------------------
+ */
 
 typedef struct tavo_analysis_options {
   uint32_t version;
@@ -201,12 +209,14 @@ typedef struct tavo_analysis_counts {
 TAVO_API tavo_status tavo_analyse(const tavo_input* input, const tavo_analysis_options* options,
                                   tavo_analysis_counts* counts);
 
-/* --- A whole survey in memory -------------------------------------------------------------------- */
+/* --- A whole survey in memory --------------------------------------------------------------------
+ */
 
 typedef struct tavo_survey tavo_survey;
 
 /* All records of a type, in file order: `count` packed structures, `size` bytes each, without gaps,
- * and beside them their lines and presence. Of time-tagged codes `entries` points into the survey. */
+ * and beside them their lines and presence. Of time-tagged codes `entries` points into the survey.
+ */
 typedef struct tavo_records {
   uint32_t type;
   uint32_t size;
@@ -264,7 +274,8 @@ TAVO_API const tavo_finding* tavo_survey_finding(const tavo_survey* survey, size
  * none or no memory for the order. */
 TAVO_API const tavo_moment* tavo_survey_timeline(tavo_survey* survey, size_t* count);
 
-/* --- Building ----------------------------------------------------------------------------------- */
+/* --- Building -----------------------------------------------------------------------------------
+ */
 
 typedef struct tavo_build_options {
   uint32_t version;
@@ -290,7 +301,8 @@ TAVO_API tavo_status tavo_build(const tavo_target* target, tavo_source_fn source
 TAVO_API tavo_status tavo_survey_build(const tavo_survey* survey, const tavo_target* target,
                                        const tavo_build_options* options);
 
-/* --- Data files --------------------------------------------------------------------------------- */
+/* --- Data files ---------------------------------------------------------------------------------
+ */
 
 typedef struct tavo_store tavo_store;
 
@@ -346,9 +358,9 @@ TAVO_API int tavo_is_data_file(const char* path);
 /* What a data file is like. Start from TAVO_STORE_STATISTICS_INIT. */
 typedef struct tavo_store_statistics {
   uint32_t version;
-  uint32_t height;        /* levels of the tree */
-  uint64_t file_size;     /* bytes */
-  uint32_t pages_in_use;  /* the rest of pages_in_file is held in reserve */
+  uint32_t height;       /* levels of the tree */
+  uint64_t file_size;    /* bytes */
+  uint32_t pages_in_use; /* the rest of pages_in_file is held in reserve */
   uint32_t pages_in_file;
   uint32_t leaf_pages;
   uint32_t inner_pages;
@@ -373,7 +385,8 @@ typedef void (*tavo_store_finding_fn)(const tavo_store_finding* finding, void* u
 TAVO_API tavo_status tavo_store_verify(const char* path, tavo_store_finding_fn on_finding,
                                        void* user, tavo_store_statistics* statistics);
 
-/* --- The format itself --------------------------------------------------------------------------- */
+/* --- The format itself ---------------------------------------------------------------------------
+ */
 
 /* Types of fields, as they are stored. */
 enum {
@@ -451,7 +464,8 @@ typedef struct tavo_schema_message {
 
 /* The n-th of each list in the format's order, null behind the last. */
 TAVO_API const tavo_schema_block* tavo_schema_block_at(size_t index);
-TAVO_API const tavo_schema_field* tavo_schema_field_at(const tavo_schema_block* block, size_t index);
+TAVO_API const tavo_schema_field* tavo_schema_field_at(const tavo_schema_block* block,
+                                                       size_t index);
 TAVO_API const tavo_schema_value* tavo_schema_value_at(size_t index);
 TAVO_API const tavo_schema_value* tavo_schema_group_value(uint32_t group, size_t index);
 TAVO_API const tavo_schema_operation* tavo_schema_operation_at(size_t index);

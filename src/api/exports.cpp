@@ -1,12 +1,12 @@
 // The exported functions: thin shells over the library-wide instance.
 #include "api/callbacks.h"
-#include "api/guard.h"
 #include "api/library.h"
+#include "survey/guard.h"
 #include "tavo/tavo.h"
 
-using tavo::api::guarded;
 using tavo::api::Library;
 using tavo::api::library;
+using tavo::survey::guarded;
 
 #if !defined(_WIN32)
 // The address of an export inside this library. The plain name may stand for another one, that of a

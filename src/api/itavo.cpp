@@ -9,9 +9,9 @@
 #include <utility>
 #include <vector>
 
-#include "api/guard.h"
 #include "api/library.h"
 #include "api/timeline.h"
+#include "survey/guard.h"
 #include "tavo/records.h"
 
 namespace tavo::api {
@@ -223,7 +223,7 @@ class Tavo final : public ITavo {
   }
 
   TimeCursor* CreateCursor() override {
-    return guarded(nullptr, [this]() -> TimeCursor* {
+    return survey::guarded(nullptr, [this]() -> TimeCursor* {
       cursors_.push_back(std::make_unique<Cursor>(collection_));
       return cursors_.back().get();
     });
@@ -286,5 +286,5 @@ void analyseInput(ITavo& timeline, platform::TextInput& input) {
 }  // namespace tavo::api
 
 extern "C" ITavo* TVO_CALL GetITavo() {
-  return tavo::api::guarded(nullptr, []() -> ITavo* { return new tavo::api::Tavo; });
+  return tavo::survey::guarded(nullptr, []() -> ITavo* { return new tavo::api::Tavo; });
 }

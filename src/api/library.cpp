@@ -1,10 +1,7 @@
 // Analysis and build over the library's state.
 #include "api/library.h"
 
-#include <memory>
-
 #include "platform/text_file.h"
-#include "sections/sections.h"
 
 namespace tavo::api {
 
@@ -12,12 +9,6 @@ namespace {
 
 platform::OpenResult open(auto& file, const char* path) {
   return path == nullptr ? platform::OpenResult::kFailed : file.open(path);
-}
-
-uint32_t resultOf(int status, const reader::Diagnostics& diagnostics) {
-  if (status == reader::kAborted) return TVO_ERR_ABORTED;
-  if (diagnostics.ioError()) return TVO_ERR_WRITE;
-  return diagnostics.errorCount() > 0 ? TVO_ERR_ERRORS_FOUND : TVO_OK;
 }
 
 // Closes the data file at the end of a run, however it ends.
@@ -33,8 +24,8 @@ class ClosingStore {
 };
 
 // The texts of an analysis: those that the request brings along, or files of our own.
-struct Texts {
-  explicit Texts(const AnalysisRequest& request) : input(request.input), log(request.log) {
+struct RequestedTexts {
+  explicit RequestedTexts(const AnalysisRequest& request) : input(request.input), log(request.log) {
     if (input == nullptr) inputResult = open(inputFile, request.inputPath);
     if (log == nullptr) logResult = open(logFile, request.logPath);
     if (input == nullptr) input = &inputFile;
@@ -68,42 +59,32 @@ bool clash(const AnalysisRequest& request, const char* dataFile) {
          platform::sameFile(log, dataFile);
 }
 
-// An exception, of the sink too, ends the reading as memory that runs out does.
-int readAll(reader::Run& run) try { return sections::readSections(run); } catch (...) {
-  return reader::kOutOfMemory;
-}
-
 }  // namespace
 
 uint32_t Library::analyse(const AnalysisRequest& request, AnalysisCounts* counts) {
   const ClosingStore closing(store);
   if (clash(request, store.path())) return TVO_ERR_OPEN;
   // Nothing that was there is touched before it is known that every file is ours.
-  Texts texts(request);
-  const auto run = std::make_unique<reader::Run>(request.sink, &operationColumns_);
+  RequestedTexts texts(request);
+  survey::Analysis analysis(request.sink, &operationColumns_);
   if (texts.held()) return TVO_ERR_OPEN;
   if (request.intoStore && store.createDefault() != TVO_OK) return TVO_ERR_OPEN;
   if (!texts.start(request)) return TVO_ERR_OPEN;
-  run->source.observe(request.progress);
-  run->diagnostics.open(texts.log, request.maxErrors, request.findings);
-  if (!run->source.open(*texts.input)) return TVO_ERR_OPEN;
+  if (!analysis.open(
+          {texts.input, texts.log, request.maxErrors, request.findings, request.progress})) {
+    return TVO_ERR_OPEN;
+  }
 
-  const int status = readAll(*run);
+  const survey::Outcome outcome = analysis.read(request.inputPath);
   // Records are missing, which must not pass for success.
-  const bool incomplete = status == reader::kOutOfMemory;
-  if (incomplete) run->diagnostics.raiseIoError();
-  *counts = {run->diagnostics.errorCount(),
-             run->diagnostics.warningCount(),
-             run->lineNumber,
-             run->recordCount,
-             run->commentCount,
-             incomplete};
-  run->diagnostics.summary(request.inputPath);
-  run->source.close();
-  run->diagnostics.close();
-  // Also a sink of the host's own may have filled it.
-  if (store.isOpen() && store.close() != 0) run->diagnostics.raiseIoError();
-  return resultOf(status, run->diagnostics);
+  const bool incomplete = outcome.end == survey::End::kMemory;
+  *counts = {outcome.errors,  outcome.warnings, outcome.lines,
+             outcome.records, outcome.comments, incomplete};
+  // Also a sink of the host's own may have filled the store.
+  const bool stored = !store.isOpen() || store.close() == 0;
+  if (outcome.end == survey::End::kAborted) return TVO_ERR_ABORTED;
+  if (outcome.failed || incomplete || !stored) return TVO_ERR_WRITE;
+  return outcome.errors > 0 ? TVO_ERR_ERRORS_FOUND : TVO_OK;
 }
 
 uint16_t Library::build(const char* outputPath, TVO_RecordSource callback, bool fromStore) {

@@ -6,6 +6,7 @@
 
 #include "reader/run.h"
 #include "store/record_store.h"
+#include "survey/analysis.h"
 #include "tavo/tavo.h"
 #include "writers/build.h"
 

@@ -61,7 +61,8 @@ class FileSystem {
   virtual bool remove(const char* path) = 0;
 };
 
-// The operating system's own files.
+// The operating system's own files, by the paths of its narrow calls, and by paths in UTF-8.
 FileSystem& nativeFileSystem();
+FileSystem& utf8FileSystem();
 
 }  // namespace tavo::platform

@@ -179,6 +179,8 @@ FileSystem& nativeFileSystem() {
   return system;
 }
 
+FileSystem& utf8FileSystem() { return nativeFileSystem(); }
+
 }  // namespace tavo::platform
 
 #endif

@@ -6,6 +6,7 @@
 #include <new>
 
 #include "platform/file.h"
+#include "platform/wide_path.h"
 
 namespace tavo::platform {
 namespace {
@@ -67,8 +68,9 @@ class Win32File final : public File {
   HANDLE handle_;
 };
 
-std::unique_ptr<File> openHandle(const char* path, DWORD access, DWORD sharing, DWORD how) {
-  const HANDLE handle = CreateFileA(path, access, sharing, nullptr, how, kAttributes, nullptr);
+std::unique_ptr<File> openHandle(const char* path, PathForm form, DWORD access, DWORD sharing,
+                                 DWORD how) {
+  const HANDLE handle = openPath(path, form, access, sharing, how, kAttributes);
   if (handle == INVALID_HANDLE_VALUE) return nullptr;
   auto* file = new (std::nothrow) Win32File(handle);
   if (file == nullptr) CloseHandle(handle);
@@ -77,8 +79,10 @@ std::unique_ptr<File> openHandle(const char* path, DWORD access, DWORD sharing, 
 
 class Win32FileSystem final : public FileSystem {
  public:
+  explicit Win32FileSystem(PathForm form) : form_(form) {}
+
   std::unique_ptr<File> create(const char* path) override {
-    return openHandle(path, GENERIC_READ | GENERIC_WRITE, 0, CREATE_NEW);
+    return openHandle(path, form_, GENERIC_READ | GENERIC_WRITE, 0, CREATE_NEW);
   }
 
   std::unique_ptr<File> open(const char* path, Access access, Sharing sharing) override {
@@ -87,16 +91,24 @@ class Win32FileSystem final : public FileSystem {
     if (sharing == Sharing::kReadWrite) share |= FILE_SHARE_WRITE;
     const DWORD wanted =
         access == Access::kReadWrite ? GENERIC_READ | GENERIC_WRITE : DWORD{GENERIC_READ};
-    return openHandle(path, wanted, share, OPEN_EXISTING);
+    return openHandle(path, form_, wanted, share, OPEN_EXISTING);
   }
 
-  bool remove(const char* path) override { return DeleteFileA(path) != 0; }
+  bool remove(const char* path) override { return removeFile(path, form_); }
+
+ private:
+  PathForm form_;
 };
 
 }  // namespace
 
 FileSystem& nativeFileSystem() {
-  static Win32FileSystem system;
+  static Win32FileSystem system(PathForm::kNative);
+  return system;
+}
+
+FileSystem& utf8FileSystem() {
+  static Win32FileSystem system(PathForm::kUtf8);
   return system;
 }
 

@@ -30,42 +30,43 @@ void OutputFile::abandon() {
   if (!open_) return;
   const bool remove = made_ && !started_;
   close();
-  if (remove) removeFile(path_.c_str());
+  if (remove) removeFile(path_.c_str(), form_);
 }
 
-void Replacement::prepare(const char* target) {
+void Replacement::prepare(const char* target, PathForm form) {
+  form_ = form;
   target_ = native::linkTarget(target);
   path_ = target_ + "." + std::to_string(native::processId()) + ".tmp";
 }
 
 bool Replacement::commit() {
-  if (!native::replace(path_.c_str(), target_.c_str())) return false;
+  if (!native::replace(path_.c_str(), target_.c_str(), form_)) return false;
   path_.clear();
   return true;
 }
 
 void Replacement::abandon() {
-  if (!path_.empty()) removeFile(path_.c_str());
+  if (!path_.empty()) removeFile(path_.c_str(), form_);
   path_.clear();
 }
 
-bool sameFile(const char* a, const char* b) {
+bool sameFile(const char* a, const char* b, PathForm form) {
   if (a == nullptr || b == nullptr) return false;
-  const FileInfo first = fileInfo(a);
-  const FileInfo second = fileInfo(b);
+  const FileInfo first = fileInfo(a, form);
+  const FileInfo second = fileInfo(b, form);
   if (first.kind != second.kind) return false;
   if (first.kind == FileKind::kRegular) {
     return first.volume == second.volume && first.index == second.index;
   }
   if (first.kind != FileKind::kMissing) return false;
   // Neither is there: one name in one folder would be one file.
-  const native::Name firstName = native::nameOf(a);
-  const native::Name secondName = native::nameOf(b);
-  const FileInfo firstFolder = fileInfo(firstName.folder.c_str());
-  const FileInfo secondFolder = fileInfo(secondName.folder.c_str());
+  const native::Name firstName = native::nameOf(a, form);
+  const native::Name secondName = native::nameOf(b, form);
+  const FileInfo firstFolder = fileInfo(firstName.folder.c_str(), form);
+  const FileInfo secondFolder = fileInfo(secondName.folder.c_str(), form);
   return firstFolder.kind == FileKind::kFolder && secondFolder.kind == FileKind::kFolder &&
          firstFolder.volume == secondFolder.volume && firstFolder.index == secondFolder.index &&
-         native::sameName(firstName.file.c_str(), secondName.file.c_str());
+         native::sameName(firstName.file.c_str(), secondName.file.c_str(), form);
 }
 
 }  // namespace tavo::platform

@@ -1,6 +1,5 @@
 // Text files: input in blocks, output in the platform's text mode, and what has to be known of a
-// file before it is read or written. Paths are those of the system's narrow calls: any bytes on
-// Linux, the ANSI code page on Windows.
+// file before it is read or written.
 #pragma once
 
 #include <cstddef>
@@ -10,6 +9,12 @@
 #include <string_view>
 
 namespace tavo::platform {
+
+// How the bytes of a path are meant. On Linux they are the path as it is.
+enum class PathForm {
+  kNative,  // those of the system's narrow calls: on Windows its ANSI code page
+  kUtf8,
+};
 
 enum class OpenResult {
   kDone,
@@ -80,7 +85,7 @@ class InputFile final : public TextInput {
   InputFile& operator=(const InputFile&) = delete;
   ~InputFile() override { close(); }
 
-  OpenResult open(const char* path);
+  OpenResult open(const char* path, PathForm form = PathForm::kNative);
   // The standard input of the process.
   void openStandard();
   void close();
@@ -105,12 +110,14 @@ class OutputFile final : public TextOutput {
   ~OutputFile() override { abandon(); }
 
   // Opens a file, or makes it when it is missing.
-  OpenResult open(const char* path);
+  OpenResult open(const char* path, PathForm form = PathForm::kNative);
   // Makes a new file, with the permissions of the one named by `like` if there is one.
-  OpenResult create(const char* path, const char* like);
+  OpenResult create(const char* path, const char* like, PathForm form = PathForm::kNative);
   // Empties the file. False on failure.
   bool start();
   bool write(const char* bytes, size_t size) override;
+  // The same without a change of line ends.
+  bool writeBytes(const char* bytes, size_t size);
   bool close() override;
   // Closes; a file that was not started is left as it was, one that open() or create() made is
   // deleted.
@@ -118,6 +125,7 @@ class OutputFile final : public TextOutput {
 
  private:
   std::string path_;
+  PathForm form_ = PathForm::kNative;
   NativeFile file_{};
   bool open_ = false;
   bool made_ = false;     // the file was not there before
@@ -134,7 +142,7 @@ class Replacement {
   ~Replacement() { abandon(); }
 
   // Chooses the path. A link keeps being one: the file behind it is replaced.
-  void prepare(const char* target);
+  void prepare(const char* target, PathForm form = PathForm::kNative);
   const std::string& path() const { return path_; }
   const std::string& target() const { return target_; }
   // Puts the file, which must be closed, in the target's place; false, and the target as it was,
@@ -145,6 +153,7 @@ class Replacement {
 
  private:
   std::string target_;
+  PathForm form_ = PathForm::kNative;
   std::string path_;  // empty when there is nothing to delete
 };
 
@@ -157,13 +166,13 @@ struct FileInfo {
   uint64_t volume = 0;
   uint64_t index = 0;
 };
-FileInfo fileInfo(const char* path);
+FileInfo fileInfo(const char* path, PathForm form = PathForm::kNative);
 
 // Whether both paths name one regular file, by links and relative names, too, or would when they
 // made it. False when one of them is null.
-bool sameFile(const char* a, const char* b);
+bool sameFile(const char* a, const char* b, PathForm form = PathForm::kNative);
 
 // Deletes a file; false when it is missing or the system refuses.
-bool removeFile(const char* path);
+bool removeFile(const char* path, PathForm form = PathForm::kNative);
 
 }  // namespace tavo::platform

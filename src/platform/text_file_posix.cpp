@@ -54,7 +54,7 @@ OpenResult share(int fd, off_t does, off_t denied) {
 
 }  // namespace
 
-OpenResult InputFile::open(const char* path) {
+OpenResult InputFile::open(const char* path, PathForm /*form*/) {
   close();
   file_ = ::open(path, O_RDONLY | kFlags);
   if (file_ < 0) return resultOf(errno);
@@ -87,7 +87,7 @@ size_t InputFile::read(char* bytes, size_t size) {
   return done;
 }
 
-OpenResult OutputFile::open(const char* path) {
+OpenResult OutputFile::open(const char* path, PathForm form) {
   abandon();
   // Marks need a descriptor that can read as well. A pipe must not be opened that way: it would not
   // wait for its reader.
@@ -100,6 +100,7 @@ OpenResult OutputFile::open(const char* path) {
   if (file_ < 0 && errno == EACCES) file_ = ::open(path, O_WRONLY | kFlags);
   if (file_ < 0) return resultOf(errno);
   path_ = path;
+  form_ = form;
   open_ = true;
   started_ = false;
   const OpenResult result = share(file_, kWrites, kDeniesWriting);
@@ -107,11 +108,12 @@ OpenResult OutputFile::open(const char* path) {
   return result;
 }
 
-OpenResult OutputFile::create(const char* path, const char* like) {
+OpenResult OutputFile::create(const char* path, const char* like, PathForm form) {
   abandon();
   file_ = ::open(path, O_RDWR | O_CREAT | O_EXCL | kFlags, 0666);
   if (file_ < 0) return resultOf(errno);
   path_ = path;
+  form_ = form;
   open_ = made_ = true;
   started_ = false;
   struct stat old = {};
@@ -137,13 +139,15 @@ bool OutputFile::write(const char* bytes, size_t size) {
   return true;
 }
 
+bool OutputFile::writeBytes(const char* bytes, size_t size) { return write(bytes, size); }
+
 bool OutputFile::close() {
   if (!open_) return true;
   open_ = false;
   return ::close(file_) == 0;
 }
 
-FileInfo fileInfo(const char* path) {
+FileInfo fileInfo(const char* path, PathForm /*form*/) {
   struct stat found = {};
   if (stat(path, &found) != 0) return {};
   FileInfo info;
@@ -156,7 +160,7 @@ FileInfo fileInfo(const char* path) {
   return info;
 }
 
-bool removeFile(const char* path) { return unlink(path) == 0; }
+bool removeFile(const char* path, PathForm /*form*/) { return unlink(path) == 0; }
 
 namespace native {
 
@@ -170,20 +174,20 @@ std::string linkTarget(const char* path) {
   return result;
 }
 
-bool replace(const char* from, const char* to) {
+bool replace(const char* from, const char* to, PathForm /*form*/) {
   const int fd = ::open(to, O_RDONLY | O_NONBLOCK | kFlags);
   const bool used = fd >= 0 && (heldHere(fd, kReads) || heldHere(fd, kWrites));
   if (fd >= 0) ::close(fd);
   return !used && std::rename(from, to) == 0;
 }
 
-Name nameOf(const char* path) {
+Name nameOf(const char* path, PathForm /*form*/) {
   const char* const slash = std::strrchr(path, '/');
   if (slash == nullptr) return {".", path};
   return {std::string(path, slash + 1), slash + 1};
 }
 
-bool sameName(const char* a, const char* b) { return std::strcmp(a, b) == 0; }
+bool sameName(const char* a, const char* b, PathForm /*form*/) { return std::strcmp(a, b) == 0; }
 
 }  // namespace native
 

@@ -5,9 +5,11 @@
 
 #include <array>
 #include <cstring>
+#include <new>
 
 #include "platform/text_file.h"
 #include "platform/text_file_native.h"
+#include "platform/wide_path.h"
 
 namespace tavo::platform {
 
@@ -15,7 +17,7 @@ namespace {
 
 constexpr DWORD kShare = FILE_SHARE_READ | FILE_SHARE_WRITE;
 
-OpenResult resultOf(DWORD error, const char* path) {
+OpenResult resultOf(DWORD error, const char* path, PathForm form) {
   switch (error) {
     case ERROR_FILE_NOT_FOUND:
     case ERROR_PATH_NOT_FOUND:
@@ -27,7 +29,8 @@ OpenResult resultOf(DWORD error, const char* path) {
     case ERROR_LOCK_VIOLATION:
       return OpenResult::kHeld;
     case ERROR_ACCESS_DENIED:
-      return fileInfo(path).kind == FileKind::kFolder ? OpenResult::kFolder : OpenResult::kDenied;
+      return fileInfo(path, form).kind == FileKind::kFolder ? OpenResult::kFolder
+                                                            : OpenResult::kDenied;
     default:
       return OpenResult::kFailed;
   }
@@ -40,11 +43,11 @@ bool writeAll(HANDLE file, const char* bytes, size_t size) {
 
 }  // namespace
 
-OpenResult InputFile::open(const char* path) {
+OpenResult InputFile::open(const char* path, PathForm form) {
   close();
-  file_ = CreateFileA(path, GENERIC_READ, kShare, nullptr, OPEN_EXISTING,
-                      FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN, nullptr);
-  if (file_ == INVALID_HANDLE_VALUE) return resultOf(GetLastError(), path);
+  file_ = openPath(path, form, GENERIC_READ, kShare, OPEN_EXISTING,
+                   FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN);
+  if (file_ == INVALID_HANDLE_VALUE) return resultOf(GetLastError(), path, form);
   open_ = owned_ = true;
   return OpenResult::kDone;
 }
@@ -75,24 +78,24 @@ size_t InputFile::read(char* bytes, size_t size) {
   return done;
 }
 
-OpenResult OutputFile::open(const char* path) {
+OpenResult OutputFile::open(const char* path, PathForm form) {
   abandon();
-  file_ = CreateFileA(path, GENERIC_WRITE, kShare, nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL,
-                      nullptr);
-  if (file_ == INVALID_HANDLE_VALUE) return resultOf(GetLastError(), path);
+  file_ = openPath(path, form, GENERIC_WRITE, kShare, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL);
+  if (file_ == INVALID_HANDLE_VALUE) return resultOf(GetLastError(), path, form);
   made_ = GetLastError() != ERROR_ALREADY_EXISTS && GetFileType(file_) == FILE_TYPE_DISK;
   path_ = path;
+  form_ = form;
   open_ = true;
   started_ = false;
   return OpenResult::kDone;
 }
 
-OpenResult OutputFile::create(const char* path, const char*) {
+OpenResult OutputFile::create(const char* path, const char*, PathForm form) {
   abandon();
-  file_ =
-      CreateFileA(path, GENERIC_WRITE, kShare, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (file_ == INVALID_HANDLE_VALUE) return resultOf(GetLastError(), path);
+  file_ = openPath(path, form, GENERIC_WRITE, kShare, CREATE_NEW, FILE_ATTRIBUTE_NORMAL);
+  if (file_ == INVALID_HANDLE_VALUE) return resultOf(GetLastError(), path, form);
   path_ = path;
+  form_ = form;
   open_ = made_ = true;
   started_ = false;
   return OpenResult::kDone;
@@ -118,16 +121,20 @@ bool OutputFile::write(const char* bytes, size_t size) {
   return used == 0 || writeAll(file_, buffer.data(), used);
 }
 
+bool OutputFile::writeBytes(const char* bytes, size_t size) {
+  return size == 0 || writeAll(file_, bytes, size);
+}
+
 bool OutputFile::close() {
   if (!open_) return true;
   open_ = false;
   return CloseHandle(file_) != 0;
 }
 
-FileInfo fileInfo(const char* path) {
+FileInfo fileInfo(const char* path, PathForm form) {
   // Asking for no access opens what others keep for themselves, too.
-  const HANDLE file = CreateFileA(path, 0, kShare | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
-                                  FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+  const HANDLE file = openPath(path, form, 0, kShare | FILE_SHARE_DELETE, OPEN_EXISTING,
+                               FILE_FLAG_BACKUP_SEMANTICS);
   if (file == INVALID_HANDLE_VALUE) return {};
   FileInfo info;
   info.kind = FileKind::kOther;
@@ -143,7 +150,12 @@ FileInfo fileInfo(const char* path) {
   return info;
 }
 
-bool removeFile(const char* path) { return DeleteFileA(path) != 0; }
+// Destructors come here, too.
+bool removeFile(const char* path, PathForm form) try {
+  return (form == PathForm::kNative ? DeleteFileA(path) : DeleteFileW(widePath(path).c_str())) != 0;
+} catch (const std::bad_alloc&) {
+  return false;
+}
 
 namespace native {
 
@@ -151,11 +163,25 @@ unsigned long processId() { return GetCurrentProcessId(); }
 
 std::string linkTarget(const char* path) { return path; }
 
-bool replace(const char* from, const char* to) {
-  return MoveFileExA(from, to, MOVEFILE_REPLACE_EXISTING) != 0;
+bool replace(const char* from, const char* to, PathForm form) {
+  constexpr DWORD kHow = MOVEFILE_REPLACE_EXISTING;
+  return (form == PathForm::kNative
+              ? MoveFileExA(from, to, kHow)
+              : MoveFileExW(widePath(from).c_str(), widePath(to).c_str(), kHow)) != 0;
 }
 
-Name nameOf(const char* path) {
+static Name utf8NameOf(const char* path) {
+  const std::wstring given = widePath(path);
+  std::wstring whole(GetFullPathNameW(given.c_str(), 0, nullptr, nullptr), L'\0');
+  wchar_t* file = nullptr;
+  const DWORD length =
+      GetFullPathNameW(given.c_str(), static_cast<DWORD>(whole.size()), whole.data(), &file);
+  if (length == 0 || length >= whole.size() || file == nullptr) return {".", path};
+  return {utf8Path(std::wstring(whole.data(), file)), utf8Path(file)};
+}
+
+Name nameOf(const char* path, PathForm form) {
+  if (form == PathForm::kUtf8) return utf8NameOf(path);
   char whole[MAX_PATH];
   char* file = nullptr;
   const DWORD length = GetFullPathNameA(path, MAX_PATH, whole, &file);
@@ -163,7 +189,10 @@ Name nameOf(const char* path) {
   return {std::string(whole, file), file};
 }
 
-bool sameName(const char* a, const char* b) { return lstrcmpiA(a, b) == 0; }
+bool sameName(const char* a, const char* b, PathForm form) {
+  return (form == PathForm::kNative ? lstrcmpiA(a, b)
+                                    : lstrcmpiW(widePath(a).c_str(), widePath(b).c_str())) == 0;
+}
 
 }  // namespace native
 

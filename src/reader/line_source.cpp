@@ -20,7 +20,7 @@ bool LineSource::open(platform::TextInput& input) {
   at_ = end_ = buffer_.get();
   piece_ = {at_, 0};
   filled_ = 0;
-  atEnd_ = zeros_ = failed_ = false;
+  atEnd_ = zeros_ = failed_ = cancelled_ = false;
   fill();
   if (failed_) close();
   return input_ != nullptr;
@@ -55,7 +55,11 @@ void LineSource::fill() {
   end_ = front + rest + n;
   piece_ = {front, piece_.size()};
   filled_ += n;
-  if (progress_ != nullptr) progress_->onProgress(filled_);
+  cancelled_ = progress_ != nullptr && !progress_->onProgress(filled_);
+  if (cancelled_) {
+    end_ = at_;
+    atEnd_ = true;
+  }
 }
 
 bool LineSource::next(std::string_view* piece, bool* complete) {

@@ -15,10 +15,11 @@ namespace tavo::reader {
 // Longest line that is read whole, without its line feed.
 using schema::kMaxLine;
 
-// Shows how far the reading of a long file is.
+// Is told how far the reading of a long file is, and may end it.
 class ProgressObserver {
  public:
-  virtual void onProgress(uint64_t bytesRead) = 0;
+  // False to stop.
+  virtual bool onProgress(uint64_t bytesRead) = 0;
 
  protected:
   ~ProgressObserver() = default;
@@ -48,6 +49,8 @@ class LineSource {
   void observe(ProgressObserver* progress) { progress_ = progress; }
   // A read failed; the input ends there.
   bool failed() const { return failed_; }
+  // The observer asked to stop; the input ends there.
+  bool cancelled() const { return cancelled_; }
 
  private:
   static constexpr size_t kBlock = 1U << 16;  // stays in the processor's cache
@@ -67,6 +70,7 @@ class LineSource {
   bool atEnd_ = false;   // nothing more to read from the input
   bool zeros_ = false;   // the buffer may hold zero bytes
   bool failed_ = false;
+  bool cancelled_ = false;
 };
 
 }  // namespace tavo::reader

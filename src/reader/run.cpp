@@ -61,7 +61,8 @@ int Run::readLine(bool keepTerminatorLine) {
 int Run::endInput() {
   line = {};
   if (source.failed()) diagnostics.raiseIoError();
-  return kEndOfInput;
+  // As at the error limit nothing more is said: what is open is not known to have no END.
+  return source.cancelled() ? kStop : kEndOfInput;
 }
 
 // The current piece has no line feed. Either the line is too long, or the input ends without one,
@@ -96,7 +97,7 @@ SourceLine Run::sourceLine() const {
 int Run::deliver(RecordType type, const void* record, const Origin& origin) {
   ++recordCount;
   const uint32_t status =
-      sink_.deliver(sink_.context, {type, record, origin.line, origin.given, block_});
+      sink_.deliver(sink_.context, {type, record, origin.line, origin.given, block_, &settings.units});
   return TVO_CODE(status) == TVO_ERR_ABORTED ? kAborted : kGoOn;
 }
 

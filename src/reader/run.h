@@ -41,7 +41,8 @@ struct DeliveredRecord {
   RecordType type;
   const void* bytes;  // the packed structure
   uint64_t line, given;
-  uint32_t block;  // running number in the file of the block that the record stands in
+  uint32_t block;              // running number in the file of the block that the record stands in
+  const schema::Units* units;  // in force behind the record's lines
 };
 
 // Receives the run's records.
@@ -78,7 +79,8 @@ class Run {
 
   // Reads the next line that holds data into line. kGoOn, kEndOfInput, or the status of the report
   // on an overlong line (kExceedsLine, or kStop at the error limit), of which line then holds the
-  // beginning. With keepTerminatorLine a line of the terminator alone is delivered, too.
+  // beginning; kStop, too, when the reading is cancelled. With keepTerminatorLine a line of the
+  // terminator alone is delivered, too.
   int readLine(bool keepTerminatorLine = false);
 
   // The current line as it is in the file.

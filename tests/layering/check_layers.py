@@ -21,7 +21,8 @@ LAYERS = {
     "writers": {"tavo", "schema", "platform"},
     "survey": {"tavo", "schema", "platform", "reader", "sections", "store", "store/engine",
                "writers"},
-    "api": {"tavo", "schema", "platform", "reader", "sections", "store", "store/engine", "writers"},
+    "api": {"tavo", "schema", "platform", "reader", "sections", "store", "store/engine", "writers",
+            "survey"},
 }
 INCLUDE = re.compile(r'^\s*#\s*include\s*["<]([^">]+)[">]')
 # What opens, renames or deletes a file; only OWNER may. A member or function of ours of such a name

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <string>
 
+#include "support/analysis.h"
 #include "surveyed.h"
 
 namespace tavo::tests {

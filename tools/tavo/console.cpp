@@ -79,8 +79,8 @@ ProgressBar::~ProgressBar() {
   std::fflush(stderr);
 }
 
-void ProgressBar::onProgress(uint64_t bytesRead) {
-  if (bytesRead < next_) return;
+bool ProgressBar::onProgress(uint64_t bytesRead) {
+  if (bytesRead < next_) return true;
   const uint64_t percent = std::min<uint64_t>(100 * bytesRead / size_, 100);
   next_ = (percent + 1) * size_ / 100 + 1;
   char bar[kBarWidth + 1] = {};
@@ -88,6 +88,7 @@ void ProgressBar::onProgress(uint64_t bytesRead) {
     bar[i] = i * 100 < static_cast<int>(percent) * kBarWidth ? '#' : '.';
   std::fprintf(stderr, "\r%s [%s] %3d %%", name_.c_str(), bar, static_cast<int>(percent));
   std::fflush(stderr);
+  return true;
 }
 
 }  // namespace tavo::tool

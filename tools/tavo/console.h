@@ -35,7 +35,7 @@ class ProgressBar final : public reader::ProgressObserver {
 
   // The observer for an analysis; null when there is nothing to show.
   reader::ProgressObserver* observer() { return size_ > 0 ? this : nullptr; }
-  void onProgress(uint64_t bytesRead) override;
+  bool onProgress(uint64_t bytesRead) override;
 
  private:
   std::string name_;

@@ -1,9 +1,9 @@
-// The guard around every export: no exception leaves the library.
+// The guard around every function that a host calls: no exception leaves the library.
 #pragma once
 
 #include <type_traits>
 
-namespace tavo::api {
+namespace tavo::survey {
 
 // The result of work, or failure when an exception ends it: memory has run out, or a callback of
 // the host has thrown one through the library. What the work had begun is undone by destructors.
@@ -16,4 +16,4 @@ Result guarded(std::type_identity_t<Result> failure, Work work) noexcept {
   }
 }
 
-}  // namespace tavo::api
+}  // namespace tavo::survey

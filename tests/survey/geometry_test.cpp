@@ -356,6 +356,47 @@ TEST(Geometry, Examples) {
   }
 }
 
+TEST(Geometry, ThroughTheHandle) {
+  const Surveyed surveyed(
+      std::string(kSets) +
+      "DATABASE\nPOINTS (PointNo,East,North,PrjSetNo)\n1,1,2,1;\n2,3,4,1;\nEND POINTS\n"
+      "LINES (LineNo)\n1;\nEDGES (LineNo,StartPt,EndPt)\n1,1,2;\nEND EDGES\nEND LINES\n"
+      "END DATABASE\nTHEODOLITE\nSLOPE (TgtNo)\n1;\nEND SLOPE\nEND THEODOLITE\n");
+  tavo_geometry_options options = TAVO_GEOMETRY_OPTIONS_INIT;
+  tavo_geometry* geometry = nullptr;
+  ASSERT_EQ(tavo_geometry_create(&geometry, surveyed.handle(), &options), TAVO_OK);
+  size_t count = 0;
+  EXPECT_EQ(tavo_geometry_positions(geometry, TVO_RECORD_POINTS, &count)[1].x, 3);
+  EXPECT_EQ(count, 2u);
+  EXPECT_EQ(tavo_geometry_positions(geometry, TVO_RECORD_LINES, &count), nullptr);
+  EXPECT_EQ(tavo_geometry_observations(geometry, &count)->setup, SIZE_MAX);
+  tavo_shape shape;
+  EXPECT_EQ(tavo_geometry_shape_count(geometry, TVO_RECORD_LINES), 1u);
+  ASSERT_EQ(tavo_geometry_shape(geometry, TVO_RECORD_LINES, 0, &shape), 1);
+  EXPECT_EQ(textOf(shape), "0 0: (1 2, 3 4)");
+  EXPECT_EQ(tavo_geometry_shape(geometry, TVO_RECORD_LINES, 1, &shape), 0);
+  EXPECT_EQ(tavo_geometry_shape(geometry, 9999, 0, &shape), 0);
+  EXPECT_EQ(tavo_geometry_crs_count(geometry), 1u);
+  EXPECT_STREQ(tavo_geometry_crs(geometry, 0)->wkt, tavo_crs_wkt(geometry, 1));
+  EXPECT_EQ(tavo_geometry_crs(geometry, 1), nullptr);
+  EXPECT_EQ(std::string(tavo_crs_wkt(geometry, 2)).substr(0, 7), "ENGCRS[");
+  EXPECT_STREQ(tavo_crs_wkt(geometry, 4), "");
+  EXPECT_EQ(tavo_crs_wkt(geometry, 65537), nullptr);
+  ASSERT_EQ(tavo_geometry_finding_count(geometry), 5u);
+  EXPECT_EQ(tavo_geometry_finding_at(geometry, 0)->record_type, 89u);
+  EXPECT_EQ(tavo_geometry_finding_at(geometry, 5), nullptr);
+  tavo_geometry_free(geometry);
+
+  options.hotine_origin = 3;
+  EXPECT_EQ(tavo_geometry_create(&geometry, surveyed.handle(), &options), TAVO_ERR_ARGUMENT);
+  EXPECT_EQ(geometry, nullptr);
+  EXPECT_EQ(tavo_geometry_create(&geometry, nullptr, nullptr), TAVO_ERR_ARGUMENT);
+  EXPECT_EQ(tavo_geometry_create(nullptr, surveyed.handle(), nullptr), TAVO_ERR_ARGUMENT);
+  EXPECT_EQ(tavo_geometry_crs_count(nullptr), 0u);
+  EXPECT_EQ(tavo_geometry_finding_count(nullptr), 0u);
+  tavo_geometry_free(nullptr);
+}
+
 TEST(Geometry, AnEmptySurveyHasNone) {
   const Located located("");
   EXPECT_EQ(located.said(), "");

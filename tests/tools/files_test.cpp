@@ -36,7 +36,7 @@ class FilesTest : public ToolTest {
 
 TEST_F(FilesTest, DashIsTheStandardStream) {
   write("survey.tvo", text_);
-  const std::string summary = ": 0 errors, 0 warnings; 486 lines and 411 records read";
+  const std::string summary = ": 0 errors, 0 warnings; 500 lines and 417 records read";
   EXPECT_EQ(expectOutput(0, {"check", "-"}, text_), "(standard input)" + summary + "\n");
   EXPECT_EQ(expectOutput(0, {"dump", "-"}, text_), expectOutput(0, {"dump", "survey.tvo"}));
   EXPECT_EQ(expectOutput(0, {"timeline", "-"}, text_), expectOutput(0, {"timeline", "survey.tvo"}));

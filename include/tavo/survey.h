@@ -554,6 +554,122 @@ TAVO_API const tavo_schema_message* tavo_schema_message_of(uint32_t number);
 /* Bytes of a record type's packed structure, 0 for a type that is not used. */
 TAVO_API uint32_t tavo_schema_record_size(uint32_t record_type);
 
+/* --- Geometry and reference systems -------------------------------------------------------------
+ *
+ * Where the things of a survey lie. Grid coordinates are metres, with the offsets added; geographic
+ * ones are degrees, longitude first; geocentric ones are metres. Whether a coordinate counts is
+ * decided by its presence, never by its value. A point that gives several has the grid's, then the
+ * geographic, then the geocentric ones; in a set with a map projection the latter two are projected
+ * on the set's ellipsoid. Transformations are never applied. */
+
+/* Belongs to its survey, which must outlive it. Reading it needs no care of threads. */
+typedef struct tavo_geometry tavo_geometry;
+
+/* From where false coordinates of OBLIQUE_MERCATOR and RSO count. */
+enum {
+  TAVO_HOTINE_OF_BLOCK = 0, /* OBLIQUE_MERCATOR from the projection centre, RSO from the other */
+  TAVO_HOTINE_CENTRE = 1,   /* the projection centre */
+  TAVO_HOTINE_NATURAL = 2   /* the natural origin, on the aposphere's equator */
+};
+
+typedef struct tavo_geometry_options {
+  uint32_t version;
+  uint32_t ignore_transformations; /* 1: project although a set names an LTrfNo */
+  uint32_t hotine_origin;
+} tavo_geometry_options;
+#define TAVO_GEOMETRY_OPTIONS_INIT \
+  { 1, 0, TAVO_HOTINE_OF_BLOCK }
+
+enum { TAVO_COORDINATES_GRID = 0, TAVO_COORDINATES_GEOGRAPHIC = 1, TAVO_COORDINATES_GEOCENTRIC = 2 };
+enum {
+  TAVO_HEIGHTS_NONE = 0,
+  TAVO_HEIGHTS_ELEVATION = 1,
+  TAVO_HEIGHTS_ELLIPSOIDAL = 2 /* EllHeight, since nothing in the system gives an Elevation */
+};
+
+/* A reference system in which things lie: one for each projection set (of a set with zones, for
+ * each zone) and kind of coordinates that occur. Systems differ where anything of this differs. */
+typedef struct tavo_crs {
+  uint32_t coordinates;
+  uint32_t heights;
+  size_t set;       /* place of the set among PROJECTION_SETS; SIZE_MAX: none applies */
+  uint32_t set_no;  /* its PrjSetNo, 0 without a set */
+  int32_t zone;     /* -1: not one of several zones */
+  const char* name; /* UTF-8; "" without a set */
+  const char* wkt;  /* WKT2, UTF-8, easting or longitude first; "": there is no system */
+} tavo_crs;
+
+/* Where something lies. */
+typedef struct tavo_position {
+  double x, y, z;     /* east, north, height; z is NaN in dimension 2, all are in dimension 0 */
+  uint32_t crs;       /* for tavo_geometry_crs */
+  uint32_t dimension; /* 0: it has no place, 2, 3 */
+} tavo_position;
+
+/* A line or an area. Places count within the shape. */
+typedef struct tavo_shape {
+  size_t owner;            /* place of its record among those of its type */
+  uint32_t crs;            /* for tavo_geometry_crs */
+  uint32_t dimension;      /* 2, or 3 where every vertex has a height */
+  const double* vertices;  /* x, y, z of each; z is NaN in dimension 2 */
+  size_t vertex_count;
+  const size_t* runs;      /* run_count + 1 vertices: run i is from runs[i] up to runs[i + 1], */
+  size_t run_count;        /*   a part of a line, or a ring, which ends with its first vertex */
+  const size_t* polygons;  /* polygon_count + 1 runs: of each polygon the outer ring, then holes */
+  size_t polygon_count;    /* 0: not an area */
+} tavo_shape;
+
+/* An observation as read, in gon and metres, and what is reduced from it: face two turned to face
+ * one, the slope resolved, without curvature and Ppm. NaN: not given, or of unknown unit. */
+typedef struct tavo_observation {
+  size_t setup; /* place among SETUP of the last one before it; SIZE_MAX: there is none */
+  double hz, vz, ori;
+  double distance, instrument_height, target_height;
+  double red_hz, red_vz;           /* 0 to 400 */
+  double red_distance, red_height; /* horizontal; from the station's mark to the target's */
+} tavo_observation;
+
+/* What geometry found. Findings are TAVO_WARNING where something has no place or no system, else
+ * TAVO_NOTE. */
+typedef struct tavo_geometry_finding {
+  uint32_t kind;
+  uint32_t record_type; /* 0: of the survey as a whole */
+  size_t index;         /* place of the record among those of its type */
+  uint64_t line;        /* of that record, 0: not known */
+  const char* text;     /* one sentence without a full stop, UTF-8 */
+} tavo_geometry_finding;
+
+/* Works out all geometry of a survey: TAVO_OK, TAVO_ERR_MEMORY, TAVO_ERR_ARGUMENT. */
+TAVO_API tavo_status tavo_geometry_create(tavo_geometry** out, const tavo_survey* survey,
+                                          const tavo_geometry_options* options);
+TAVO_API void tavo_geometry_free(tavo_geometry* geometry);
+
+TAVO_API size_t tavo_geometry_crs_count(const tavo_geometry* geometry);
+/* Null behind the last. */
+TAVO_API const tavo_crs* tavo_geometry_crs(const tavo_geometry* geometry, size_t index);
+/* WKT2 of a projection set by its number; "" where it has none or a system for each zone, null
+ * where no such set is defined. The notes on it are findings. */
+TAVO_API const char* tavo_crs_wkt(const tavo_geometry* geometry, uint32_t set_no);
+
+/* Where each record of a type lies, as many as there are records: POINTS, ANNOTATIONS (on their
+ * point, line or polygon), BOX_ON_POINT, SETUP. Null, with count 0, for other types. */
+TAVO_API const tavo_position* tavo_geometry_positions(const tavo_geometry* geometry, uint32_t type,
+                                                      size_t* count);
+/* Shapes of LINES, POLYGONS, EDGES of both, and SLOPE (rays from station to target), in the order of
+ * their owners, which may have none, and a line several (one in each system that it runs through). */
+TAVO_API size_t tavo_geometry_shape_count(const tavo_geometry* geometry, uint32_t type);
+/* 1, or 0 behind the last. */
+TAVO_API int tavo_geometry_shape(const tavo_geometry* geometry, uint32_t type, size_t index,
+                                 tavo_shape* shape);
+/* One for each record of SLOPE. */
+TAVO_API const tavo_observation* tavo_geometry_observations(const tavo_geometry* geometry,
+                                                            size_t* count);
+
+TAVO_API size_t tavo_geometry_finding_count(const tavo_geometry* geometry);
+/* Null behind the last. */
+TAVO_API const tavo_geometry_finding* tavo_geometry_finding_at(const tavo_geometry* geometry,
+                                                               size_t index);
+
 #ifdef __cplusplus
 }
 #endif

@@ -30,6 +30,7 @@ class SurveyData {
   const tavo_records& records(RecordType type) const {
     return views_[type < schema::kRecordTypes ? type : 0];
   }
+  std::span<const tavo_records> types() const { return views_; }  // by record type
   std::span<const tavo_block> blocks() const { return blocks_; }
   std::span<const tavo_finding> findings() const { return findings_; }
   // Sorted at the first call. std::bad_alloc.

@@ -1,0 +1,97 @@
+// What geometry and reference systems see of a survey: its records by type with presence and
+// lines, its blocks with the units in force, and the findings that they report on it.
+#pragma once
+
+#include <cstring>
+#include <span>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "schema/catalogue.h"
+#include "schema/units.h"
+#include "tavo/survey.h"
+
+namespace tavo::survey {
+
+struct SurveyView {
+  std::span<const tavo_records> types;  // by record type
+  std::span<const tavo_block> blocks;   // in file order
+
+  const tavo_records& of(RecordType type) const { return types[type]; }
+};
+
+// A finding on the record in this place among those of its type.
+struct GeometryFinding {
+  uint32_t kind = TAVO_NOTE;
+  RecordType type = 0;
+  size_t index = 0;
+  uint64_t line = 0;
+  std::string text;
+};
+
+// Collects findings; those on one thing are said once.
+class GeometryFindings {
+ public:
+  explicit GeometryFindings(const SurveyView& view) : view_(view) {}
+
+  void note(RecordType type, size_t index, std::string text) {
+    add(TAVO_NOTE, type, index, std::move(text));
+  }
+  void warn(RecordType type, size_t index, std::string text) {
+    add(TAVO_WARNING, type, index, std::move(text));
+  }
+  const std::vector<GeometryFinding>& all() const { return all_; }
+
+ private:
+  void add(uint32_t kind, RecordType type, size_t index, std::string text) {
+    const tavo_records& records = view_.of(type);
+    const uint64_t line = index < records.count ? records.lines[index] : 0;
+    all_.push_back({kind, type, index, line, std::move(text)});
+  }
+
+  SurveyView view_;
+  std::vector<GeometryFinding> all_;
+};
+
+// The bit of a field in the presence of its record type.
+inline tavo_given givenBit(RecordType type, FieldId id) {
+  tavo_given bit = 1;
+  for (const schema::FieldDef& row : schema::rows(schema::recordDef(type).fields)) {
+    if (row.id == id) return bit;
+    bit <<= 1;
+  }
+  return 0;
+}
+
+// Record `index` of its type; Record is the type's structure.
+template <class Record>
+Record recordAt(const tavo_records& records, size_t index) {
+  Record record;
+  memcpy(&record, static_cast<const uint8_t*>(records.bytes) + index * sizeof record,
+         sizeof record);
+  return record;
+}
+
+// A text member up to its end mark.
+template <size_t N>
+std::string_view textOf(const char (&member)[N]) {
+  return {member, strnlen(member, N)};
+}
+
+inline schema::Units unitsOf(const tavo_units& from) {
+  schema::Units units;
+  units.angular = from.angular;
+  units.linear = from.linear;
+  units.geographic = from.geographic;
+  units.angularFactor = from.angular_factor;
+  units.linearFactor = from.linear_factor;
+  units.geographicFactor = from.geographic_factor;
+  units.east = from.offset_east;
+  units.north = from.offset_north;
+  units.elevation = from.offset_elevation;
+  return units;
+}
+
+}  // namespace tavo::survey

@@ -54,14 +54,15 @@ class MemorySource final : public writers::RecordSource {
     if (mode == TVO_FIRST) at_ = 0;
     if (mode == TVO_NEXT) ++at_;
     if (mode == TVO_PREVIOUS) --at_;
-    if (at_ > points().size()) return TVO_ERR_STORE;
+    if (at_ > points_.size()) return TVO_ERR_STORE;
     *type = at_ == 0 ? TVO_RECORD_POINTS_COLUMNS : TVO_RECORD_POINTS;
     *record =
-        at_ == 0 ? static_cast<void*>(&columns_) : const_cast<PointRecord*>(&points()[at_ - 1]);
+        at_ == 0 ? static_cast<void*>(&columns_) : const_cast<PointRecord*>(&points_[at_ - 1]);
     return TVO_OK;
   }
 
  private:
+  const std::vector<PointRecord>& points_ = points();
   ColumnsRecord columns_ = kColumns;
   size_t at_ = 0;
 };

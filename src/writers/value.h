@@ -34,6 +34,13 @@ enum class Alignment : uint8_t {
   kByValue,  // as the value's own kind, number or text
 };
 
+struct Column;
+// Puts the column's value of a record at `out` (room kValueSize); returns its length.
+using Putter = size_t (*)(const Column& column, const OutputState& state, const char* record,
+                          char* out);
+// Of a column without values.
+size_t putNone(const Column& column, const OutputState& state, const char* record, char* out);
+
 struct Column {
   const char* name = "UNKNOWN";
   schema::DataType type = schema::DataType::kFree;
@@ -45,6 +52,7 @@ struct Column {
   schema::DecimalKind precision = schema::DecimalKind::kGeneral;
   uint8_t decimals = 0;
   Alignment alignment = Alignment::kLeft;
+  Putter put = putNone;
 };
 
 // The column of a field of a record table; null for a column that the table does not have, which is
@@ -66,10 +74,7 @@ ColumnList columnsOf(RecordType columnsType, RecordType dataType, const FieldLis
 // Takes over decimals that have changed since.
 void followDecimals(const OutputState& state, ColumnList* list);
 
-// Puts the column's value of a record at `out` (room kValueSize); returns its length.
-size_t putValue(const Column& column, const OutputState& state, const char* record, char* out);
-
-// What stands for a value that putValue leaves empty where an empty field cannot stand.
+// What stands for a value that is put empty where an empty field cannot stand.
 size_t putNothing(const Column& column, const OutputState& state, const char* record, char* out);
 
 // Length that the column's value counts for the width of its column.

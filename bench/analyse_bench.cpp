@@ -76,7 +76,7 @@ const GeneratedFile& slopes() {
   return file;
 }
 
-uint32_t countRecord(void* context, RecordType, const void*) {
+uint32_t countRecord(void* context, const tavo::reader::DeliveredRecord&) {
   ++*static_cast<int64_t*>(context);
   return 0;
 }

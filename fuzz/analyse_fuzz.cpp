@@ -23,12 +23,12 @@ struct Sink {
     for (size_t i = 0; i < size; ++i) sum += bytes[i];
   }
 
-  static uint32_t deliver(void* context, RecordType type, const void* record) {
+  static uint32_t deliver(void* context, const tavo::reader::DeliveredRecord& record) {
     auto* const self = static_cast<Sink*>(context);
-    self->read(record, tavo::schema::recordDef(type).size);
-    if (type == TVO_RECORD_TIME_TAGGED_CODES) {
+    self->read(record.bytes, tavo::schema::recordDef(record.type).size);
+    if (record.type == TVO_RECORD_TIME_TAGGED_CODES) {
       TimeTaggedRecord codes;
-      memcpy(&codes, record, sizeof codes);
+      memcpy(&codes, record.bytes, sizeof codes);
       const TimeTaggedEntry* const entries = codes.entries;
       self->read(entries, codes.EntryCount * sizeof *entries);
     }

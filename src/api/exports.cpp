@@ -38,9 +38,9 @@ bool isRead(TVO_RecordSource callback) {
 }
 
 // A host's record callback as a sink; without one the records go nowhere.
-uint32_t callSink(void* context, uint32_t recordType, const void* record) {
+uint32_t callSink(void* context, const tavo::reader::DeliveredRecord& record) {
   const TVO_RecordSink callback = *static_cast<const TVO_RecordSink*>(context);
-  return callback == nullptr ? 0 : callback(recordType, record);
+  return callback == nullptr ? 0 : callback(record.type, record.bytes);
 }
 
 // An operation of the library's store.

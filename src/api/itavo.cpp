@@ -237,26 +237,26 @@ class Tavo final : public ITavo {
 
  private:
   // Keeps copies of the records that have a time stamp; one of year 0 has none.
-  static uint32_t collect(void* context, RecordType type, const void* record) try {
+  static uint32_t collect(void* context, const reader::DeliveredRecord& record) try {
     Collection& collection = *static_cast<Collection*>(context);
-    switch (type) {
+    switch (record.type) {
       case TVO_RECORD_POINTS: {
-        const auto& point = *static_cast<const PointRecord*>(record);
+        const auto& point = *static_cast<const PointRecord*>(record.bytes);
         if (collection.stamp(kPoint, point.Date)) collection.points.append() = point;
         break;
       }
       case TVO_RECORD_SETUP: {
-        const auto& setup = *static_cast<const SetupRecord*>(record);
+        const auto& setup = *static_cast<const SetupRecord*>(record.bytes);
         if (collection.stamp(kSetup, setup.Date)) collection.setups.append().setup = setup;
         break;
       }
       case TVO_RECORD_SLOPE: {
-        const auto& slope = *static_cast<const SlopeRecord*>(record);
+        const auto& slope = *static_cast<const SlopeRecord*>(record.bytes);
         if (collection.stamp(kSetup, slope.Date)) collection.setups.append().slope = slope;
         break;
       }
       case TVO_RECORD_TIME_TAGGED_CODES: {
-        const auto& code = *static_cast<const TimeTaggedRecord*>(record);
+        const auto& code = *static_cast<const TimeTaggedRecord*>(record.bytes);
         if (collection.stamp(kCode, code.TimeTag)) collection.codes.append() = CodeEntry(code);
         break;
       }

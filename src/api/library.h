@@ -15,7 +15,7 @@ namespace tavo::api {
 struct AnalysisCounts {
   uint16_t errors = 0;
   uint16_t warnings = 0;
-  uint32_t lines = 0;
+  uint64_t lines = 0;
   uint64_t records = 0;
   uint64_t comments = 0;    // comment lines, and comments behind other text
   bool incomplete = false;  // memory ran out, or the sink threw: records are missing

@@ -39,6 +39,7 @@ class ListParser {
     for (;;) {
       const int status = parseLine(text);
       if (status != kGoOn || closed_) return status;
+      keepName();
       const int read = run_.readLine();
       if (read != kGoOn) return read;
       uint32_t keyword = schema::kUnknownSection;
@@ -69,13 +70,18 @@ class ListParser {
 
   // Leaves the cursor on the name's last character.
   void takeName(Cursor& cursor) {
-    size_t n = 0;
-    for (; !endsName(cursor); ++cursor.at) {
-      if (n < sizeof name_) name_[n++] = *cursor.at;
-    }
+    const char* const begin = cursor.at;
+    while (!endsName(cursor)) ++cursor.at;
+    name_ = {begin, static_cast<size_t>(cursor.at - begin)};
     --cursor.at;
-    length_ = n;
     pending_ = true;
+  }
+
+  // What completes the name stands on another line.
+  void keepName() {
+    if (!pending_) return;
+    std::memcpy(kept_, name_.data(), name_.size());
+    name_ = {kept_, name_.size()};
   }
 
   bool endsName(const Cursor& cursor) const {
@@ -88,10 +94,9 @@ class ListParser {
     if (!pending_) return run_.fail(kSyntaxError, run_.line);
     pending_ = false;
     if (columns_->full()) return run_.fail(kMissingFormatEnd, run_.line);
-    const std::string_view name(name_, length_);
     schema::FieldDef field;
-    if (schema::FindField(definition_, name, &field) != schema::kFound) {
-      run_.reportWarning(kUnknownFormatKeyword, name);
+    if (schema::FindField(definition_, name_, &field) != schema::kFound) {
+      run_.reportWarning(kUnknownFormatKeyword, name_);
     }
     // The record of MERCATOR_2 has fewer members than the table its columns are checked against.
     const schema::FieldDef* const member =
@@ -100,8 +105,8 @@ class ListParser {
     const bool repeats = columns_->hasPlace(offset);
     const bool plain =
         !repeats && offset != schema::kNotKept && field.unit == schema::UnitKind::kNone;
-    columns_->add(
-        {field.id, field.type, field.width, field.group, field.unit, offset, repeats, plain});
+    columns_->add({field.id, field.type, field.width, field.group, field.unit, offset, repeats,
+                   plain, schema::bitOf(definition_, field.id)});
     return kGoOn;
   }
 
@@ -109,28 +114,37 @@ class ListParser {
   const schema::FieldDef* definition_;
   const schema::FieldDef* layout_;
   Columns* columns_;
-  char name_[kMaxLine];
-  size_t length_ = 0;
+  std::string_view name_;
+  char kept_[kMaxLine];
   bool pending_ = false;  // a name was read, what completes it was not
   bool closed_ = false;
 };
 
 class LineSplitter {
  public:
-  LineSplitter(Run& run, uint32_t keyword, std::span<const Column> columns, uint8_t* target)
-      : run_(run), keyword_(keyword), columns_(columns), target_(target), cursor_(run.line) {}
+  LineSplitter(Run& run, uint32_t keyword, std::span<const Column> columns, uint8_t* target,
+               Origin* origin)
+      : run_(run),
+        keyword_(keyword),
+        columns_(columns),
+        target_(target),
+        origin_(*origin),
+        cursor_(run.line) {}
 
   DataLine split() {
     const auto takePlain =
         run_.diagnostics.observed() ? &takePlainFields<true> : &takePlainFields<false>;
     const size_t taken = takePlain(run_.settings, columns_, &cursor_.at, cursor_.end, target_);
+    // What is taken in plain form is there.
+    origin_.line = run_.lineNumber;
+    origin_.given = taken == 0 ? 0 : columns_[taken - 1].through;
     for (size_t i = taken; i < columns_.size(); ++i) {
       if (!take(columns_[i])) return outcome_;
       const bool last = i + 1 == columns_.size();
       if (last && atTerminator()) break;
       if (cursor_.atEnd() || *cursor_.at != run_.settings.separator) return mismatch();
       ++cursor_.at;
-      if (!skipToValue()) return outcome_;
+      if (!skipToValue(i + 1)) return outcome_;
       if (last && !atTerminator()) return mismatch();
     }
     return failed_ ? DataLine::kBad : checkGroups();
@@ -147,6 +161,7 @@ class LineSplitter {
     if (status == 0 && column.repeats) {
       std::memcpy(target_ + column.offset, value, schema::storedSize(column.type, column.width));
     }
+    if (status == 0) origin_.given |= column.bit;
     if (status == 0 || status == kEmptyField) return true;
     if (status == kStop) {
       outcome_ = DataLine::kLimit;
@@ -169,11 +184,12 @@ class LineSplitter {
   }
 
   // Behind a separator: when nothing else stands on the line, the next line continues it.
-  bool skipToValue() {
+  bool skipToValue(size_t column) {
     cursor_.skipBlanks();
     if (!cursor_.atEnd()) return true;
     const int status = run_.readLine(true);
     cursor_ = Cursor(run_.line);
+    firstOnLine_ = column;
     if (status == kGoOn) {
       if (schema::CheckEnd(run_.line, keyword_) != 0) return true;
       if (mismatch() == DataLine::kBad) outcome_ = DataLine::kBlockEnd;
@@ -194,17 +210,32 @@ class LineSplitter {
       if (schema::inGroup(column.group, value)) continue;
       std::string_view name;
       schema::EnumName(value, &name);
-      if (run_.reportError(kMixedUpOption, name) == kStop) return DataLine::kLimit;
+      if (run_.reportError(kMixedUpOption, onLine(column, name)) == kStop) return DataLine::kLimit;
       result = DataLine::kBad;
     }
     return result;
+  }
+
+  // The word where it stands in the current line as the column's value; else the word as it is.
+  std::string_view onLine(const Column& column, std::string_view word) const {
+    const auto place = static_cast<size_t>(&column - columns_.data());
+    Cursor cursor(run_.line);
+    for (size_t i = firstOnLine_; i < place && cursor.at != nullptr; ++i) {
+      cursor.at = findTerminatorPlain(cursor.at, cursor.end, run_.settings.separator);
+      if (cursor.at != nullptr) ++cursor.at;
+    }
+    if (place < firstOnLine_ || cursor.at == nullptr) return word;
+    cursor.skipBlanks();
+    return cursor.rest().starts_with(word) ? cursor.rest().substr(0, word.size()) : word;
   }
 
   Run& run_;
   const uint32_t keyword_;
   const std::span<const Column> columns_;
   uint8_t* const target_;
+  Origin& origin_;
   Cursor cursor_;
+  size_t firstOnLine_ = 0;  // column whose value stands first on the current line
   bool failed_ = false;
   DataLine outcome_ = DataLine::kBad;
   uint8_t dropped_[sizeof(FreeValue)];
@@ -247,9 +278,9 @@ int parseColumns(Run& run, uint32_t keyword, RecordType columnsType, RecordType 
   return passOver(run, keyword) == kStop ? kStop : status;
 }
 
-DataLine parseDataLine(Run& run, uint32_t keyword, std::span<const Column> columns,
-                       uint8_t* target) {
-  return LineSplitter(run, keyword, columns, target).split();
+DataLine parseDataLine(Run& run, uint32_t keyword, std::span<const Column> columns, uint8_t* target,
+                       Origin* origin) {
+  return LineSplitter(run, keyword, columns, target, origin).split();
 }
 
 }  // namespace tavo::reader

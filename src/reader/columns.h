@@ -23,8 +23,10 @@ struct Column {
   schema::EnumGroup group;
   schema::UnitKind unit;
   uint16_t offset;
-  bool repeats;  // an earlier column has the same place: only a value overwrites it
-  bool plain;    // the value goes to its place as it is read
+  bool repeats;          // an earlier column has the same place: only a value overwrites it
+  bool plain;            // the value goes to its place as it is read
+  uint64_t bit;          // the field's place in the block's table; none for an unknown column
+  uint64_t through = 0;  // the bits of this column and of those in front of it
 };
 
 // The declared columns of a block, in order.
@@ -34,7 +36,13 @@ class Columns {
   std::span<Column> span() { return {columns_.data(), count_}; }
   size_t size() const { return count_; }
   bool full() const { return count_ == kMaxColumns; }
-  void add(const Column& column) { columns_[count_++] = column; }
+  void add(const Column& column) {
+    columns_[count_] = column;
+    columns_[count_].through = declared() | column.bit;
+    ++count_;
+  }
+  // The fields that are declared.
+  uint64_t declared() const { return count_ == 0 ? 0 : columns_[count_ - 1].through; }
   void clear() { count_ = 0; }
   // Whether a column has its value at the offset.
   bool hasPlace(uint16_t offset) const;
@@ -64,10 +72,10 @@ enum class DataLine {
   kBlockEnd,  // the block's END stood where a continuation was due
 };
 
-// Splits the current line and its continuations into the columns' values below target. The END of
-// keyword is no continuation.
-DataLine parseDataLine(Run& run, uint32_t keyword, std::span<const Column> columns,
-                       uint8_t* target);
+// Splits the current line and its continuations into the columns' values below target, and says
+// where they come from. The END of keyword is no continuation.
+DataLine parseDataLine(Run& run, uint32_t keyword, std::span<const Column> columns, uint8_t* target,
+                       Origin* origin);
 
 // Reports the missing END of a block: kEndOfInput, or kStop at the error limit.
 int reportOpenBlock(Run& run, uint32_t keyword);

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <functional>
 
 namespace tavo::reader {
 
@@ -66,7 +67,16 @@ struct Quoted {
 
 }  // namespace
 
-void FindingObserver::onLoss(Loss /*loss*/, uint32_t /*line*/, std::string_view /*text*/) {}
+uint32_t SourceLine::columnOf(std::string_view part) const {
+  const std::less_equal<> before;
+  if (text.data() == nullptr || !before(text.data(), part.data()) ||
+      !before(part.data() + part.size(), text.data() + text.size())) {
+    return 0;
+  }
+  return static_cast<uint32_t>(part.data() - text.data()) + 1;
+}
+
+void FindingObserver::onLoss(Loss /*loss*/, const Finding& /*number*/) {}
 
 void Diagnostics::open(platform::TextOutput* log, uint16_t maxErrors, FindingObserver* observer) {
   if (!buffer_) buffer_ = std::make_unique<char[]>(kBuffer);
@@ -105,32 +115,33 @@ void Diagnostics::write(std::string_view text) {
   used_ += text.size();
 }
 
-void Diagnostics::writeFinding(const char* kind, int number, uint32_t line, std::string_view text,
-                               std::string_view message) {
+void Diagnostics::writeFinding(const char* kind, int number, const SourceLine& line,
+                               std::string_view text, std::string_view message) {
   const Quoted quoted(text);
   char buffer[160];
   std::snprintf(buffer, sizeof buffer, "line %04d  : %s%4d%s: '%s'%*s : %s\n",
-                static_cast<int>(static_cast<uint16_t>(line)), kind, number,
+                static_cast<int>(static_cast<uint16_t>(line.number)), kind, number,
                 kind[0] == 'e' ? "   " : " ", quoted.text, 20 - quoted.length, " ", message.data());
   write(buffer);
-  if (observer_ != nullptr) observer_->onFinding({number, line, text, message});
+  if (observer_ != nullptr)
+    observer_->onFinding({number, line, line.columnOf(text), text, message});
 }
 
-int Diagnostics::reportError(int number, uint32_t line, std::string_view text) {
+int Diagnostics::reportError(int number, const SourceLine& line, std::string_view text) {
   if (errorCount_ >= maxErrors_) return kStop;
   writeFinding("error E", number, line, text, messageOf(kErrors, number, "internal error"));
   ++errorCount_;
   return kGoOn;
 }
 
-int Diagnostics::reportWarning(int number, uint32_t line, std::string_view text) {
+int Diagnostics::reportWarning(int number, const SourceLine& line, std::string_view text) {
   if (number == kNote) {
     char margin[64];
     std::snprintf(margin, sizeof margin, "%*s: ", 52, " ");
     write(margin);
     write(text);  // whole, however long
     write("\n");
-    if (observer_ != nullptr) observer_->onFinding({number, line, text, {}});
+    if (observer_ != nullptr) observer_->onFinding({number, {line.number}, 0, text, {}});
     return kGoOn;
   }
   writeFinding("warning W", number, line, text, messageOf(kWarnings, number, "?"));

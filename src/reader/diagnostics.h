@@ -42,10 +42,21 @@ inline constexpr int kUnknownSectionWarning = 7011;
 inline constexpr int kUnknownFormatKeyword = 7012;
 inline constexpr int kUnknownOption = 7014;
 
+// A line of the file: its number, from 1 and never wrapped, and its bytes without the line feed, of
+// an overlong line the first ones. No data where they are not known.
+struct SourceLine {
+  uint64_t number = 0;
+  std::string_view text{};
+
+  // First byte of a part of the line, from 1; 0 when the text stands elsewhere.
+  uint32_t columnOf(std::string_view part) const;
+};
+
 // One finding as an observer sees it.
 struct Finding {
-  int number;                // 2000 to 2500 an error, 7000 a note, else a warning
-  uint32_t line;             // of the file, from 1, not wrapped
+  int number;  // 2000 to 2500 an error, 7000 a note, else a warning
+  SourceLine line;
+  uint32_t column;           // first byte of the text in its line, from 1; 0: it is not in the line
   std::string_view text;     // the offending text, whole; of a note the message
   std::string_view message;  // empty for a note
 };
@@ -62,8 +73,8 @@ class FindingObserver {
  public:
   virtual ~FindingObserver() = default;
   virtual void onFinding(const Finding& finding) = 0;
-  // text is the number as the file has it.
-  virtual void onLoss(Loss loss, uint32_t line, std::string_view text);
+  // A note whose text is the number as the file has it.
+  virtual void onLoss(Loss loss, const Finding& number);
 };
 
 class Diagnostics {
@@ -81,13 +92,13 @@ class Diagnostics {
   void close();
 
   // 0, or kStop when the error limit had been reached, in which case nothing is written.
-  int reportError(int number, uint32_t line, std::string_view text);
+  int reportError(int number, const SourceLine& line, std::string_view text);
   // Always 0. kNote writes the text as it stands and counts nothing.
-  int reportWarning(int number, uint32_t line, std::string_view text);
+  int reportWarning(int number, const SourceLine& line, std::string_view text);
   // To be told of losses only when somebody listens, since finding them costs time.
   bool observed() const { return observer_ != nullptr; }
-  void noteLoss(Loss loss, uint32_t line, std::string_view text) {
-    if (observer_ != nullptr) observer_->onLoss(loss, line, text);
+  void noteLoss(Loss loss, const SourceLine& line, std::string_view text) {
+    if (observer_ != nullptr) observer_->onLoss(loss, {kNote, line, line.columnOf(text), text, {}});
   }
   // The closing line with the input path and the counts.
   void summary(std::string_view inputPath);
@@ -99,7 +110,7 @@ class Diagnostics {
   bool ioError() const { return ioError_ != 0; }
 
  private:
-  void writeFinding(const char* kind, int number, uint32_t line, std::string_view text,
+  void writeFinding(const char* kind, int number, const SourceLine& line, std::string_view text,
                     std::string_view message);
   void write(std::string_view text);
   void flush();

@@ -15,9 +15,10 @@ bool LineSource::open(const char* path) {
 }
 
 bool LineSource::open(platform::TextInput& input) {
-  if (!buffer_) buffer_ = std::make_unique<char[]>(kSpan + kBlock + kScanSlack);
+  if (!buffer_) buffer_ = std::make_unique<char[]>(2 * kSpan + kBlock + kScanSlack);
   input_ = &input;
   at_ = end_ = buffer_.get();
+  piece_ = {at_, 0};
   filled_ = 0;
   atEnd_ = zeros_ = failed_ = false;
   fill();
@@ -29,14 +30,17 @@ void LineSource::close() {
   file_.close();
   input_ = nullptr;
   at_ = end_ = nullptr;
+  piece_ = {};
   atEnd_ = true;
 }
 
-// Moves what is left, less than a piece, to the front and reads a block behind it.
+// Moves the last piece and what is left behind it, less than a piece, to the front and reads a
+// block behind them.
 void LineSource::fill() {
-  const size_t rest = static_cast<size_t>(end_ - at_);
+  const char* const kept = piece_.data();
+  const size_t rest = static_cast<size_t>(end_ - kept);
   char* const front = buffer_.get();
-  std::memmove(front, at_, rest);
+  std::memmove(front, kept, rest);
   size_t n = input_->read(front + rest, kBlock);
   if (n < kBlock) {
     atEnd_ = true;
@@ -47,8 +51,9 @@ void LineSource::fill() {
     atEnd_ = true;
   }
   zeros_ = std::memchr(front, 0, rest + n) != nullptr;
-  at_ = front;
+  at_ = front + (at_ - kept);
   end_ = front + rest + n;
+  piece_ = {front, piece_.size()};
   filled_ += n;
   if (progress_ != nullptr) progress_->onProgress(filled_);
 }
@@ -67,6 +72,7 @@ bool LineSource::next(std::string_view* piece, bool* complete) {
   at_ = *complete ? feed + 1 : start + length;
   *piece = {start, length};
   if (zeros_) *piece = piece->substr(0, piece->find('\0'));
+  piece_ = *piece;
   return true;
 }
 

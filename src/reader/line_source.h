@@ -41,6 +41,9 @@ class LineSource {
   // line feed ended it. False at the end of the input. The view is valid until the next call.
   bool next(std::string_view* piece, bool* complete);
 
+  // The piece that next handed out last; still there when next has found the end of the input.
+  std::string_view piece() const { return piece_; }
+
   // To be told of every block that is read; null for none.
   void observe(ProgressObserver* progress) { progress_ = progress; }
   // A read failed; the input ends there.
@@ -58,6 +61,7 @@ class LineSource {
   std::unique_ptr<char[]> buffer_;
   const char* at_ = nullptr;
   const char* end_ = nullptr;
+  std::string_view piece_;
   ProgressObserver* progress_ = nullptr;
   uint64_t filled_ = 0;  // bytes read so far
   bool atEnd_ = false;   // nothing more to read from the input

@@ -3,6 +3,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <functional>
 
 #include "reader/scan.h"
 #include "tavo/tavo.h"
@@ -66,9 +67,8 @@ int Run::endInput() {
 // The current piece has no line feed. Either the line is too long, or the input ends without one,
 // and then its last piece is the line just as it was read.
 int Run::readOverlong() {
-  const std::string_view first = schema::skipBlanks(line);
-  const size_t length = first.size();
-  std::memcpy(overlong_, first.data(), length);
+  std::memcpy(overlong_, line.data(), line.size());
+  overlongSize_ = line.size();
   std::string_view piece;
   bool complete = false;
   while (!complete && source.next(&piece, &complete)) line = piece;
@@ -82,22 +82,31 @@ int Run::readOverlong() {
     if (cut != nullptr) countComment({cut + 1, end});
     return kGoOn;
   }
-  line = {overlong_, length};
+  line = schema::skipBlanks({overlong_, overlongSize_});
   return fail(kExceedsLine, line);
 }
 
-int Run::deliver(RecordType type, const void* record) {
+SourceLine Run::sourceLine() const {
+  const std::less_equal<> before;
+  const bool overlong =
+      before(overlong_, line.data()) && before(line.data(), overlong_ + sizeof overlong_);
+  return {lineNumber, overlong ? std::string_view(overlong_, overlongSize_) : source.piece()};
+}
+
+int Run::deliver(RecordType type, const void* record, const Origin& origin) {
   ++recordCount;
-  const uint32_t status = sink_.deliver(sink_.context, type, record);
+  const uint32_t status =
+      sink_.deliver(sink_.context, {type, record, origin.line, origin.given, block_});
   return TVO_CODE(status) == TVO_ERR_ABORTED ? kAborted : kGoOn;
 }
 
 int Run::SkipBlock(uint32_t closing) {
-  const uint32_t first = lineNumber;
+  SourceLine first = sourceLine();
   char kept[kMaxLine];
   std::string_view token = schema::firstToken(schema::skipBlanks(line));
-  std::memcpy(kept, token.data(), token.size());
-  token = {kept, token.size()};
+  std::memcpy(kept, first.text.data(), first.text.size());
+  token = {kept + (token.data() - first.text.data()), token.size()};
+  first.text = {kept, first.text.size()};
 
   for (;;) {
     const int status = readLine();
@@ -112,7 +121,7 @@ int Run::SkipBlock(uint32_t closing) {
   const int status = misplaced ? diagnostics.reportError(kSectionMismatch, first, token)
                                : diagnostics.reportWarning(kUnknownSectionWarning, first, token);
   // Numbers of the log are 16 bits wide and wrap.
-  const int from = static_cast<uint16_t>(first);
+  const int from = static_cast<uint16_t>(first.number);
   const int to = static_cast<uint16_t>(lineNumber - 1);
   char note[64];
   if (from == to) {

@@ -26,10 +26,30 @@ struct Settings {
   void setTerminator(char c);
 };
 
+// Where a record comes from: the first physical line that it was read from, counted from 1, and the
+// fields that its lines gave, a bit for each place in the block's field table (an empty field has
+// not been given). Of a columns record the line is that of the block's keyword, and the fields
+// those that it declares. Lines of a fixed layout have no table. TIME_TAGGED_CODES: bit 0 the code,
+// 1 the time tag, 2 the number, then one for each value; OPERATIONS: bit 0 the operation, and of
+// its points bit 0 the number and bit 1 the identifier.
+struct Origin {
+  uint64_t line = 0;
+  uint64_t given = 0;
+};
+
+struct DeliveredRecord {
+  RecordType type;
+  const void* bytes;  // the packed structure
+  uint64_t line, given;
+  uint32_t block;  // running number in the file of the block that the record stands in
+};
+
 // Receives the run's records.
 struct RecordSink {
-  uint32_t (*deliver)(void* context, RecordType type, const void* record) = nullptr;
+  uint32_t (*deliver)(void* context, const DeliveredRecord& record) = nullptr;
   void* context = nullptr;
+  // Whether line and given are wanted of records that are held back, too; without it those are 0.
+  bool wantsOrigins = false;
 };
 
 // The point columns of OPERATIONS, defined by the first points line that a library instance ever
@@ -51,7 +71,7 @@ class Run {
   // feed. Valid until the next readLine.
   std::string_view line;
   // Number of the current line in the file.
-  uint32_t lineNumber = 0;
+  uint64_t lineNumber = 0;
   OperationColumns* operationColumns;
   uint64_t recordCount = 0;
   uint64_t commentCount = 0;  // comment lines, and comments behind other text
@@ -61,12 +81,18 @@ class Run {
   // beginning. With keepTerminatorLine a line of the terminator alone is delivered, too.
   int readLine(bool keepTerminatorLine = false);
 
+  // The current line as it is in the file.
+  SourceLine sourceLine() const;
+
   // Report on the current line's number. An error gives kGoOn, or kStop at the error limit.
   int reportError(int number, std::string_view text) {
-    return diagnostics.reportError(number, lineNumber, text);
+    return diagnostics.reportError(number, sourceLine(), text);
   }
   int reportWarning(int number, std::string_view text) {
-    return diagnostics.reportWarning(number, lineNumber, text);
+    return diagnostics.reportWarning(number, sourceLine(), text);
+  }
+  void noteLoss(Loss loss, std::string_view text) {
+    if (diagnostics.observed()) diagnostics.noteLoss(loss, sourceLine(), text);
   }
   // Reports and answers with the error number itself as status, or kStop at the error limit.
   int fail(int number, std::string_view text) {
@@ -74,12 +100,27 @@ class Run {
   }
 
   // Hands a record to the sink: kGoOn, or kAborted when the sink asked to stop.
-  int deliver(RecordType type, const void* record);
+  int deliver(RecordType type, const void* record, const Origin& origin);
+  bool wantsOrigins() const { return sink_.wantsOrigins; }
 
   // Skips a block that may not stand here, up to a keyword line other than END or the END of
   // closing, and reports it. The line on which it stopped is the current line. kGoOn, kStop or
   // kEndOfInput, in which case nothing is reported.
   int SkipBlock(uint32_t closing);
+
+  // While it lives, records belong to a block of a number of its own, then to the one around it
+  // again.
+  class BlockScope {
+   public:
+    explicit BlockScope(Run& run) : run_(run), outer_(run.block_) { run.block_ = ++run.blocks_; }
+    BlockScope(const BlockScope&) = delete;
+    BlockScope& operator=(const BlockScope&) = delete;
+    ~BlockScope() { run_.block_ = outer_; }
+
+   private:
+    Run& run_;
+    uint32_t outer_;
+  };
 
  private:
   void trim(bool keepTerminatorLine);
@@ -88,7 +129,10 @@ class Run {
   int endInput();
 
   RecordSink sink_;
+  uint32_t block_ = 0;       // number of the block whose lines are read
+  uint32_t blocks_ = 0;      // blocks begun so far
   char overlong_[kMaxLine];  // what is kept of a line that is too long
+  size_t overlongSize_ = 0;
 };
 
 }  // namespace tavo::reader

@@ -132,7 +132,7 @@ void noteLostDigits(Run& run, std::string_view text, Real value) {
   using Limits = std::numeric_limits<Real>;
   if (!run.diagnostics.observed()) return;
   if (text.size() <= Limits::digits10 && std::abs(value) >= Limits::min()) return;
-  if (losesDigits(text, value)) run.diagnostics.noteLoss(Loss::kDigits, run.lineNumber, text);
+  if (losesDigits(text, value)) run.noteLoss(Loss::kDigits, text);
 }
 
 template <class Real>
@@ -268,7 +268,7 @@ int finishText(Run& run, Cursor& cursor, const char* start, int status) {
 void noteUnsafeNumber(Run& run, std::string_view text, uint64_t number, uint64_t largest) {
   const size_t leading = std::min(text.find_first_not_of("+-0"), text.size());
   if (number > largest || text.size() - leading > std::numeric_limits<uint64_t>::digits10) {
-    run.diagnostics.noteLoss(Loss::kNumber, run.lineNumber, text);
+    run.noteLoss(Loss::kNumber, text);
   }
 }
 
@@ -311,7 +311,7 @@ int32_t toInt32(Run& run, std::string_view text, double value) {
   constexpr double kLow = std::numeric_limits<int32_t>::min();
   constexpr double kHigh = std::numeric_limits<int32_t>::max();
   const auto kept = static_cast<int32_t>(value < kLow ? kLow : value > kHigh ? kHigh : value);
-  if (kept != value) run.diagnostics.noteLoss(Loss::kNumber, run.lineNumber, text);
+  if (kept != value) run.noteLoss(Loss::kNumber, text);
   return kept;
 }
 

@@ -25,6 +25,11 @@ const FieldDef* findId(const FieldDef* table, FieldId id) {
   return nullptr;
 }
 
+uint64_t bitOf(const FieldDef* table, FieldId id) {
+  const FieldDef* const row = findId(table, id);
+  return row == nullptr ? 0 : uint64_t{1} << (row - table);
+}
+
 const FieldDef* findOffset(const FieldDef* table, uint16_t offset) {
   for (; table->id != kEndMark; ++table) {
     if (table->offset == offset) return table;

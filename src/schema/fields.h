@@ -2,6 +2,7 @@
 // them.
 #pragma once
 
+#include <cstdint>
 #include <span>
 #include <string_view>
 
@@ -15,6 +16,11 @@ int FindField(const FieldDef* table, std::string_view name, FieldDef* field);
 
 // The row of a field id in a table, or null.
 const FieldDef* findId(const FieldDef* table, FieldId id);
+
+// A field's bit in a set of fields: its place in the table; none for a field that the table does
+// not have.
+uint64_t bitOf(const FieldDef* table, FieldId id);
+static_assert(kMaxMembers <= 64);
 
 // The first row whose value lies at the offset of the record, or null.
 const FieldDef* findOffset(const FieldDef* table, uint16_t offset);

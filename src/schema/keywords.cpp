@@ -80,8 +80,6 @@ constexpr bool numbersEqualPositions() {
 }
 static_assert(numbersEqualPositions());
 
-constexpr bool isBlank(char c) { return c >= 1 && c <= 32; }
-
 }  // namespace
 
 int FindKeyword(std::string_view token, uint32_t* keyword) {
@@ -106,12 +104,6 @@ std::string_view firstWord(std::string_view text) {
   size_t n = 0;
   while (n < text.size() && static_cast<unsigned char>(text[n]) > 32) ++n;
   return text.substr(0, n);
-}
-
-std::string_view skipBlanks(std::string_view text) {
-  size_t n = 0;
-  while (n < text.size() && isBlank(text[n])) ++n;
-  return text.substr(n);
 }
 
 int LineKeyword(std::string_view line, uint32_t* keyword) {

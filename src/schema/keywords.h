@@ -105,7 +105,12 @@ std::string_view firstToken(std::string_view text);
 std::string_view firstWord(std::string_view text);
 
 // Text behind its leading blanks (characters 1 to 32).
-std::string_view skipBlanks(std::string_view text);
+inline std::string_view skipBlanks(std::string_view text) {
+  const char* p = text.data();
+  const char* const end = p + text.size();
+  while (p != end && *p >= 1 && *p <= 32) ++p;
+  return {p, static_cast<size_t>(end - p)};
+}
 
 // Keyword that begins the line, behind its blanks. A blank line gives status 11.
 int LineKeyword(std::string_view line, uint32_t* keyword);

@@ -32,17 +32,24 @@ Kind kindOf(const schema::BlockDef& block) {
           schema::findBlock(block.keyword, schema::kExtraInfo)->odd.unknownKey};
 }
 
+// Records between two looks at what can be given back while they are delivered.
+constexpr size_t kReleased = 4096;
+
 class CollectedBlock {
  public:
   CollectedBlock(Run& run, const schema::BlockDef& block)
-      : run_(run), block_(block), kind_(kindOf(block)) {}
+      : run_(run),
+        block_(block),
+        kind_(kindOf(block)),
+        pending_(run.wantsOrigins()),
+        declared_{run.lineNumber} {}
 
   int read() {
     int status = reader::parseColumns(run_, block_.keyword, block_.columns, block_.data, &columns_);
     if (status != reader::kGoOn) return finishBlock(run_, block_, status);
     pending_.addGroup(columns_.span());
     for (Column& column : columns_.span()) {
-      list(column.id);
+      list(column);
       if (column.offset != schema::kNotKept) column.offset = pending_.place(column.offset)->packed;
     }
     status = readLines(run_, [this] { return handle(); });
@@ -64,9 +71,10 @@ class CollectedBlock {
   }
 
   Outcome dataLine() {
+    reader::Origin origin;
     const DataLine line =
-        reader::parseDataLine(run_, block_.keyword, columns_.span(), pending_.next());
-    if (line == DataLine::kGood) pending_.commit();
+        reader::parseDataLine(run_, block_.keyword, columns_.span(), pending_.next(), &origin);
+    if (line == DataLine::kGood) pending_.commit(origin);
     Outcome outcome = outcomeOf(line);
     // An END that stood where a continuation was due delivers what is pending like any other.
     if (outcome.closed) outcome.status = flush();
@@ -85,13 +93,15 @@ class CollectedBlock {
     if (!columnsDelivered_) {
       columnsDelivered_ = true;
       const ColumnsRecord declared = schema::columnsRecord({listed_, listedCount_});
-      if (run_.deliver(block_.columns, &declared) == reader::kAborted) return reader::kAborted;
+      const int status = run_.deliver(block_.columns, &declared, declared_);
+      if (status == reader::kAborted) return status;
     }
     uint8_t record[schema::kRecordRoom] = {};
     int status = reader::kGoOn;
     for (size_t i = 0; i < pending_.size() && status == reader::kGoOn; ++i) {
+      if (i % kReleased == 0) pending_.release(i);
       pending_.unpack(i, record);
-      status = run_.deliver(block_.data, record);
+      status = run_.deliver(block_.data, record, pending_.origin(i));
     }
     pending_.clear();
     return status;
@@ -99,8 +109,10 @@ class CollectedBlock {
 
   // Adds a field to the columns that the block declares, while there is room. One that an EXTRAINFO
   // declares again is listed again, on purpose.
-  void list(FieldId id) {
-    if (listedCount_ < schema::kMaxListed) listed_[listedCount_++] = id;
+  void list(const Column& column) {
+    if (listedCount_ == schema::kMaxListed) return;
+    listed_[listedCount_++] = column.id;
+    declared_.given |= column.bit;
   }
 
   int extraInfo() {
@@ -117,7 +129,7 @@ class CollectedBlock {
     // The key says which record is meant and is not written; the other key field may be.
     std::vector<Column> written;
     for (const Column& column : columns.span()) {
-      if (column.id != kind_.number && column.id != kind_.identifier) list(column.id);
+      if (column.id != kind_.number && column.id != kind_.identifier) list(column);
       if (column.id != key && column.offset != schema::kNotKept) written.push_back(column);
     }
     pending_.addGroup(written);
@@ -140,13 +152,16 @@ class CollectedBlock {
 
   Outcome completeRecord(const reader::Columns& columns, const std::vector<Column>& written) {
     uint8_t values[schema::kRecordRoom];
-    const DataLine line = reader::parseDataLine(run_, schema::kExtraInfo, columns.span(), values);
+    reader::Origin origin;
+    const DataLine line =
+        reader::parseDataLine(run_, schema::kExtraInfo, columns.span(), values, &origin);
     if (line != DataLine::kGood) return outcomeOf(line);
     const Column& key = columns.span()[0];
     const size_t record =
         pending_.find(key.offset, {values + key.offset, schema::storedSize(key.type, key.width)});
     if (record == pending_.size()) return {run_.reportError(kind_.unknownKey, run_.line)};
     for (const Column& column : written) {
+      pending_.give(record, column.bit, (origin.given & column.bit) != 0);
       pending_.set(record, *pending_.place(column.offset), values + column.offset);
     }
     return {};
@@ -157,6 +172,7 @@ class CollectedBlock {
   const Kind kind_;
   reader::Columns columns_;  // offsets are those of the pending list's rows
   PendingList pending_;
+  reader::Origin declared_;  // of the columns record
   FieldId listed_[schema::kMaxListed];
   size_t listedCount_ = 0;
   bool columnsDelivered_ = false;

@@ -48,7 +48,8 @@ class ItemBlock {
       : run_(run),
         block_(block),
         table_(block.layout.fields),
-        subSections_(schema::hasSubSections(block.keyword)) {}
+        subSections_(schema::hasSubSections(block.keyword)),
+        columnsOrigin_{run.lineNumber} {}
 
   int read() {
     const int status = readLines(run_, [this] { return handle(); });
@@ -79,6 +80,8 @@ class ItemBlock {
     status = apply(field.id, value, &counts);
     if (status != reader::kGoOn || !counts) return {status};
     std::memcpy(record_ + field.offset, value, schema::storedSize(field.type, field.width));
+    if (count_ == 0) origin_.line = run_.lineNumber;
+    origin_.given |= schema::bitOf(table_, field.id);
     // Items beyond the list's room are stored but not listed.
     if (count_ < schema::kMaxListed) listed_[count_++] = field.id;
     return {};
@@ -129,14 +132,16 @@ class ItemBlock {
 
   int deliver() {
     const ColumnsRecord columns = schema::columnsRecord({listed_, count_});
-    const int status = run_.deliver(block_.columns, &columns);
-    return status != reader::kGoOn ? status : run_.deliver(block_.data, record_);
+    columnsOrigin_.given = origin_.given;
+    const int status = run_.deliver(block_.columns, &columns, columnsOrigin_);
+    return status != reader::kGoOn ? status : run_.deliver(block_.data, record_, origin_);
   }
 
   Run& run_;
   const schema::BlockDef& block_;
   const schema::FieldDef* const table_;
   const bool subSections_;
+  reader::Origin columnsOrigin_, origin_;
   FieldId listed_[schema::kMaxListed];
   size_t count_ = 0;
   uint8_t record_[schema::kRecordRoom] = {};

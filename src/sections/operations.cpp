@@ -34,13 +34,14 @@ class OperationReader {
   // Reads the operation line and what belongs to it; the current line is then the next one to be
   // looked at. kGoOn, an error number, kStop, kEndOfInput or kExceedsLine.
   int readOperationLine() {
+    if (!checkOperation(run_.line)) {
+      operation_ = schema::kUnknownOperation;
+      if (run_.reportError(reader::kSyntaxError, run_.line) == reader::kStop) return reader::kStop;
+    }
+    operationLine_ = run_.lineNumber;
     const size_t length = std::min(run_.line.size(), sizeof line_);
     std::memcpy(line_, run_.line.data(), length);
     const std::string_view line(line_, length);
-    if (!checkOperation(line)) {
-      operation_ = schema::kUnknownOperation;
-      if (run_.reportError(reader::kSyntaxError, line) == reader::kStop) return reader::kStop;
-    }
     const int status = run_.readLine();
     if (status != reader::kGoOn) return status;
     if (isEnd() || beginsOperation(run_.line)) return run_.fail(reader::kSyntaxError, line);
@@ -48,6 +49,8 @@ class OperationReader {
   }
 
  private:
+  static constexpr uint64_t kOperationBit = 1, kNumberBit = 1, kIdentifierBit = 2;
+
   bool isEnd() const { return schema::CheckEnd(run_.line, block_.keyword) == 0; }
 
   // Notes the operation; false when its line has a word too many, or a size that is missing or no
@@ -133,8 +136,8 @@ class OperationReader {
     }
     OperationRecord record = {};
     record.Operation = operation_;
-    run_.deliver(TVO_RECORD_OPERATIONS, &record);
-    run_.deliver(TVO_RECORD_OPERATION_POINTS, &points);
+    run_.deliver(TVO_RECORD_OPERATIONS, &record, {operationLine_, kOperationBit});
+    run_.deliver(TVO_RECORD_OPERATION_POINTS, &points, {run_.lineNumber, declared()});
     return reader::kGoOn;
   }
 
@@ -157,9 +160,17 @@ class OperationReader {
     std::copy_n(found, count, columns_.fields);
     columns_.fields[count] = TVO_FIELD_End;
     const ColumnsRecord record = schema::columnsRecord({columns_.fields, count});
-    run_.deliver(TVO_RECORD_OPERATIONS_COLUMNS, &record);
+    run_.deliver(TVO_RECORD_OPERATIONS_COLUMNS, &record, {run_.lineNumber, declared()});
     columns_.defined = true;
     return reader::kGoOn;
+  }
+
+  uint64_t declared() const {
+    uint64_t bits = 0;
+    for (const FieldId* column = columns_.fields; *column != TVO_FIELD_End; ++column) {
+      bits |= *column == TVO_FIELD_PointNo ? kNumberBit : kIdentifierBit;
+    }
+    return bits;
   }
 
   // The field id that a field's text stands for, or 0.
@@ -180,6 +191,7 @@ class OperationReader {
   const schema::BlockDef& block_;
   reader::OperationColumns& columns_;
   uint32_t operation_ = schema::kUnknownOperation;
+  uint64_t operationLine_ = 0;
   char line_[reader::kMaxLine];
 };
 

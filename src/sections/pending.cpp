@@ -31,9 +31,15 @@ Rows::Rows(size_t size, bool zeroed)
           std::bit_width(platform::kLargeChunk / std::max<size_t>(size, 1)) - 1)) {}
 
 void Rows::clear() {
-  made_ = 0;
+  made_ = released_ = 0;
   first_.reset();
   chunks_.clear();
+}
+
+void Rows::release(size_t row) {
+  if (row < firstRows_) return;
+  const size_t end = std::min((row - firstRows_) >> shift_, chunks_.size());
+  for (; released_ < end; ++released_) chunks_[released_].reset();
 }
 
 void Rows::grow() {
@@ -104,8 +110,22 @@ void PendingList::unpack(size_t record, uint8_t* target) const {
   }
 }
 
+void PendingList::give(size_t record, uint64_t fields, bool given) {
+  if (!keepsOrigins_) return;
+  reader::Origin now = origin(record);
+  now.given = given ? now.given | fields : now.given & ~fields;
+  std::memcpy(origins_.make(record), &now, sizeof now);
+}
+
+void PendingList::release(size_t record) {
+  for (Rows& rows : groups_) rows.release(record);
+  origins_.release(record);
+  indexes_.clear();
+}
+
 void PendingList::clear() {
   for (Rows& rows : groups_) rows.clear();
+  origins_.clear();
   indexes_.clear();
   size_ = 0;
 }

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <span>
 #include <vector>
@@ -23,6 +24,8 @@ class Rows {
   Rows(size_t size, bool zeroed);
   // Drops all rows.
   void clear();
+  // Gives back memory of rows below this one, which must not be asked for any more.
+  void release(size_t row);
   // The row's bytes; memory up to it is made when it is not there. Throws std::bad_alloc.
   uint8_t* make(size_t row) {
     while (row >= made_) grow();
@@ -44,6 +47,7 @@ class Rows {
   size_t firstRows_;
   unsigned shift_;  // rows of a large chunk, as a power of two
   size_t made_ = 0;
+  size_t released_ = 0;  // large chunks given back
   std::unique_ptr<uint8_t[]> first_;
   std::vector<platform::LargeChunk> chunks_;
 };
@@ -58,6 +62,9 @@ class PendingList {
     uint16_t packed;  // in the group's row
   };
 
+  // With origins line and fields of every record are kept, too.
+  explicit PendingList(bool origins) : keepsOrigins_(origins) {}
+
   // Adds rows for those of the columns that have no place yet.
   void addGroup(std::span<const reader::Column> columns);
   // Place of the member at a record offset, or null.
@@ -65,14 +72,28 @@ class PendingList {
 
   // The empty record at the end of the list, which takes the next data line: its first group's row.
   uint8_t* next() { return groups_[0].make(size_); }
-  void commit() { ++size_; }
+  void commit(const reader::Origin& origin) {
+    if (keepsOrigins_) std::memcpy(origins_.make(size_), &origin, sizeof origin);
+    ++size_;
+  }
   size_t size() const { return size_; }
   // Copies of the members' bytes; set and get take a record below size(). A changed value costs the
   // index over its member.
   void set(size_t record, const Place& place, const uint8_t* bytes);
   const uint8_t* get(size_t record, const Place& place) const;
+  // Sets or clears fields among those that the record's lines gave.
+  void give(size_t record, uint64_t fields, bool given);
+  // Where the record comes from; nothing without origins.
+  reader::Origin origin(size_t record) const {
+    reader::Origin origin;
+    if (keepsOrigins_) std::memcpy(&origin, origins_.find(record), sizeof origin);
+    return origin;
+  }
   // Copies the record's members to their offsets.
   void unpack(size_t record, uint8_t* target) const;
+  // Gives back memory while the records are delivered: those below this one must not be asked for
+  // any more, and none is looked up before the list is cleared.
+  void release(size_t record);
   // Drops the records, keeps the places.
   void clear();
 
@@ -99,6 +120,8 @@ class PendingList {
   std::vector<Piece> pieces_;
   std::vector<Rows> groups_;
   std::vector<Index> indexes_;
+  Rows origins_{sizeof(reader::Origin), false};
+  bool keepsOrigins_;
   size_t size_ = 0;
 };
 

@@ -9,6 +9,7 @@ namespace tavo::sections {
 using reader::Run;
 
 int readBlock(Run& run, const schema::BlockDef& block) {
+  const Run::BlockScope scope(run);
   switch (block.kind) {
     case schema::BlockKind::kContainer:
       return readContainer(run, block);

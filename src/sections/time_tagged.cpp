@@ -17,7 +17,7 @@ using schema::kMaxCodeValues;
 
 class TimeTaggedLine {
  public:
-  explicit TimeTaggedLine(Run& run) : run_(run), cursor_(run.line) {}
+  explicit TimeTaggedLine(Run& run) : run_(run), cursor_(run.line), origin_{run.lineNumber} {}
 
   // kGoOn, kStop, kAborted, kSyntaxError or the status of a line read.
   int read() {
@@ -28,17 +28,21 @@ class TimeTaggedLine {
     if (status != 0) return status;
     record_.TimeTag = tag;
     uint16_t number = 0;
-    if (reader::parseUint16(run_, cursor_, &number) == reader::kStop) return reader::kStop;
+    status = reader::parseUint16(run_, cursor_, &number);
+    if (status == reader::kStop) return reader::kStop;
+    origin_.given = kCodeBit | kTagBit | (status == 0 ? kNumberBit : 0);
     record_.Number = number;
     if (!atTerminator()) endField(0);
     status = readEntries();
     if (status != 0) return status;
     record_.EntryCount = count_;
     record_.entries = entries_;
-    return run_.deliver(TVO_RECORD_TIME_TAGGED_CODES, &record_);
+    return run_.deliver(TVO_RECORD_TIME_TAGGED_CODES, &record_, origin_);
   }
 
  private:
+  static constexpr uint64_t kCodeBit = 1, kTagBit = 2, kNumberBit = 4, kFirstValueBit = 8;
+
   bool atTerminator() const { return !cursor_.atEnd() && *cursor_.at == run_.settings.terminator; }
 
   // What follows a field should be the separator, and the field should not be empty. Whatever else
@@ -81,6 +85,7 @@ class TimeTaggedLine {
   bool readValue(TimeTaggedEntry* entry) {
     int status = reader::parseQuotedText(run_, cursor_, entry->text, sizeof entry->text);
     if (status == 0) entry->kind = TVO_ENUM_TEXT;
+    if (status == 0) origin_.given |= kFirstValueBit << count_;
     if (status != reader::kNotQuoted && status != reader::kEmptyField) return status == 0;
     const char* const start = cursor_.at;
     double number = 0;
@@ -93,11 +98,13 @@ class TimeTaggedLine {
       const auto length = static_cast<size_t>(cursor_.at - start);
       entry->integer = reader::toInt32(run_, {start, length}, number);
     }
+    if (status == 0) origin_.given |= kFirstValueBit << count_;
     return status == 0 || status == reader::kEmptyField;
   }
 
   Run& run_;
   Cursor cursor_;
+  reader::Origin origin_;
   uint16_t count_ = 0;
   TimeTaggedRecord record_ = {};
   TimeTaggedEntry entries_[kMaxCodeValues] = {};

@@ -38,12 +38,13 @@ struct Outcome {
   std::string records;
   uint16_t errors = 0;
 
-  static uint32_t deliver(void* context, RecordType type, const void* record) {
+  static uint32_t deliver(void* context, const reader::DeliveredRecord& record) {
     auto* const self = static_cast<Outcome*>(context);
-    const Json line = self->declared_.print(type, record);
+    const RecordType type = record.type;
+    const Json line = self->declared_.print(type, record.bytes);
     self->records += line.dump() + '\n';
     SCOPED_TRACE(self->records);
-    const Json all = self->all_.print(type, record);
+    const Json all = self->all_.print(type, record.bytes);
     // JSON has no word for infinity, so that the line would not show it.
     EXPECT_TRUE(allFinite(all));
     if (line.contains("columns")) self->full_ = line["columns"].size() == TVO_COLUMNS_ROOM - 1;

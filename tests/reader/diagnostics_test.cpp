@@ -24,7 +24,7 @@ std::string logOf(uint16_t maxErrors, Report report) {
 
 TEST(Diagnostics, LineFormats) {
   const auto error = [](int number, uint32_t line, const char* text) {
-    return logOf(1, [=](auto& log) { EXPECT_EQ(log.reportError(number, line, text), 0); });
+    return logOf(1, [=](auto& log) { EXPECT_EQ(log.reportError(number, {line}, text), 0); });
   };
   EXPECT_EQ(error(2500, 12, "ABC"),
             "line 0012  : error E2500   : 'ABC'                  : syntax error\n");
@@ -39,9 +39,9 @@ TEST(Diagnostics, LineFormats) {
   EXPECT_EQ(error(2000, 1, "12345678901234567890\n1"),
             "line 0001  : error E2000   : '12345678901234567890'  : exceeds line\n");
   const std::string warnings = logOf(0, [](auto& log) {
-    EXPECT_EQ(log.reportWarning(7014, 3, "a"), 0);
-    EXPECT_EQ(log.reportWarning(7000, 4, "lines 4 - 10 will be ignored, however long it is"), 0);
-    EXPECT_EQ(log.reportWarning(7099, 5, "123456789012345"), 0);
+    EXPECT_EQ(log.reportWarning(7014, {3}, "a"), 0);
+    EXPECT_EQ(log.reportWarning(7000, {4}, "lines 4 - 10 will be ignored, however long it is"), 0);
+    EXPECT_EQ(log.reportWarning(7099, {5}, "123456789012345"), 0);
     EXPECT_EQ(log.warningCount(), 2);
   });
   EXPECT_EQ(warnings,
@@ -56,8 +56,8 @@ TEST(Diagnostics, NotesAreNeverCut) {
   for (const size_t length : {0U, 105U, 106U, 5000U}) {
     const std::string note(length, 'n');
     const std::string log = logOf(0, [&](auto& diagnostics) {
-      diagnostics.reportWarning(7000, 1, note);
-      diagnostics.reportWarning(7000, 1, std::string_view("ab", 1));
+      diagnostics.reportWarning(7000, {1}, note);
+      diagnostics.reportWarning(7000, {1}, std::string_view("ab", 1));
     });
     EXPECT_EQ(log, margin + ": " + note + "\n" + margin + ": a\n");
   }
@@ -67,8 +67,8 @@ TEST(Diagnostics, NotesAreNeverCut) {
 TEST(Diagnostics, MessagesThatNeverCome) {
   const auto messageOf = [](int number) {
     const std::string log = logOf(1, [&](auto& diagnostics) {
-      number < 7000 ? diagnostics.reportError(number, 1, "")
-                    : diagnostics.reportWarning(number, 1, "");
+      number < 7000 ? diagnostics.reportError(number, {1}, "")
+                    : diagnostics.reportWarning(number, {1}, "");
     });
     return log.substr(log.rfind(" : ") + 3);
   };
@@ -86,7 +86,7 @@ TEST(Diagnostics, SummaryCutsLongPaths) {
     std::string path;
     for (size_t i = 0; i < row.length; ++i) path += static_cast<char>('a' + i % 26);
     const std::string log = logOf(9, [&](auto& diagnostics) {
-      diagnostics.reportWarning(7000, 1, "note");
+      diagnostics.reportWarning(7000, {1}, "note");
       diagnostics.summary(path);
     });
     EXPECT_EQ(log.substr(59), path.substr(0, row.before) + "\n" + path.substr(row.before) +

@@ -230,10 +230,10 @@ TEST(Reals, RecordsAreTheSameUnderEveryControlWord) {
     request.inputPath = "reals.tvo";
     request.logPath = "reals.log";
     request.maxErrors = 1;
-    request.sink = {[](void* context, RecordType type, const void* record) {
-                      if (type != TVO_RECORD_SLOPE) return uint32_t{TVO_OK};
-                      static_cast<std::string*>(context)->append(static_cast<const char*>(record),
-                                                                 sizeof(SlopeRecord));
+    request.sink = {[](void* context, const reader::DeliveredRecord& record) {
+                      if (record.type != TVO_RECORD_SLOPE) return uint32_t{TVO_OK};
+                      static_cast<std::string*>(context)->append(
+                          static_cast<const char*>(record.bytes), sizeof(SlopeRecord));
                       return uint32_t{TVO_OK};
                     },
                     &bytes};

@@ -143,7 +143,7 @@ class Reading final : public reader::FindingObserver {
     sections::readSections(run);
   }
   void onFinding(const reader::Finding& finding) override {
-    findings += std::to_string(finding.line) + " " + std::to_string(finding.number) + " " +
+    findings += std::to_string(finding.line.number) + " " + std::to_string(finding.number) + " " +
                 std::string(finding.text) + "\n";
   }
 
@@ -151,9 +151,10 @@ class Reading final : public reader::FindingObserver {
   uint64_t bytes = 0;  // a sum over what was delivered
 
  private:
-  static uint32_t count(void* context, RecordType type, const void* record) {
+  static uint32_t count(void* context, const reader::DeliveredRecord& record) {
     auto* const self = static_cast<Reading*>(context);
-    const auto* const bytes = static_cast<const uint8_t*>(record);
+    const RecordType type = record.type;
+    const auto* const bytes = static_cast<const uint8_t*>(record.bytes);
     self->bytes += type;
     // The pointer to the entries differs from run to run.
     const size_t size = type == TVO_RECORD_TIME_TAGGED_CODES ? 23 : schema::recordDef(type).size;

@@ -152,9 +152,9 @@ struct Collector {
   uint64_t count = 0;
   uint64_t abortAt = 0;
 
-  static uint32_t deliver(void* context, RecordType type, const void* record) {
+  static uint32_t deliver(void* context, const reader::DeliveredRecord& record) {
     auto* const self = static_cast<Collector*>(context);
-    self->records += recordText(type, record) + '\n';
+    self->records += recordText(record.type, record.bytes) + '\n';
     // Only the low 16 bits of the answer count; other answers than "aborted" are ignored.
     return ++self->count == self->abortAt ? 0xABCD0000U | TVO_ERR_ABORTED : 0xABCD0000U | 2572;
   }
@@ -187,9 +187,10 @@ std::string findingText(const std::string& line) {
 
 struct Losses final : reader::FindingObserver {
   void onFinding(const reader::Finding&) override {}
-  void onLoss(reader::Loss loss, uint32_t line, std::string_view number) override {
-    text += std::to_string(line) + (loss == reader::Loss::kNumber ? " number " : " digits ") +
-            std::string(number) + '\n';
+  void onLoss(reader::Loss loss, const reader::Finding& number) override {
+    text += std::to_string(number.line.number) +
+            (loss == reader::Loss::kNumber ? " number " : " digits ") + std::string(number.text) +
+            '\n';
   }
   std::string text;
 };

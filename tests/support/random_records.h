@@ -53,7 +53,7 @@ class Dice {
 class Findings final : public reader::FindingObserver {
  public:
   void onFinding(const reader::Finding& finding) override {
-    all += std::to_string(finding.number) + " line " + std::to_string(finding.line) + ": " +
+    all += std::to_string(finding.number) + " line " + std::to_string(finding.line.number) + ": " +
            std::string(finding.text) + "\n";
   }
   std::string all;

@@ -11,6 +11,7 @@
 #include <string_view>
 #include <vector>
 
+#include "reader/run.h"
 #include "schema/catalogue.h"
 #include "tavo/tavo.h"
 #include "writers/build.h"
@@ -53,8 +54,8 @@ class Replay final : public writers::RecordSource {
     return add(type, record);
   }
   // A record of an analysis; the shape of its sink.
-  static uint32_t collect(void* replay, RecordType type, const void* record) {
-    static_cast<Replay*>(replay)->add(type, record);
+  static uint32_t collect(void* replay, const reader::DeliveredRecord& record) {
+    static_cast<Replay*>(replay)->add(record.type, record.bytes);
     return TVO_OK;
   }
 

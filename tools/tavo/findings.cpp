@@ -30,7 +30,7 @@ Style styleOf(const Found& found) {
 // The beginnings of chosen lines of a file, fetched in one pass.
 class SourceLines {
  public:
-  SourceLines(InputText& text, std::vector<uint32_t> wanted) : wanted_(std::move(wanted)) {
+  SourceLines(InputText& text, std::vector<uint64_t> wanted) : wanted_(std::move(wanted)) {
     std::sort(wanted_.begin(), wanted_.end());
     wanted_.erase(std::unique(wanted_.begin(), wanted_.end()), wanted_.end());
     texts_.resize(wanted_.size());
@@ -39,7 +39,7 @@ class SourceLines {
     text.close();
   }
 
-  const std::string& line(uint32_t number) const {
+  const std::string& line(uint64_t number) const {
     const auto found = std::lower_bound(wanted_.begin(), wanted_.end(), number);
     return texts_[static_cast<size_t>(found - wanted_.begin())];
   }
@@ -47,7 +47,7 @@ class SourceLines {
  private:
   void read(platform::TextInput& input) {
     std::vector<char> block(1U << 16);
-    uint32_t number = 1;
+    uint64_t number = 1;
     size_t at = 0;
     for (size_t n; at < wanted_.size() && (n = input.read(block.data(), block.size())) > 0;) {
       for (size_t i = 0; i < n && at < wanted_.size(); ++i) {
@@ -66,7 +66,7 @@ class SourceLines {
     }
   }
 
-  std::vector<uint32_t> wanted_;
+  std::vector<uint64_t> wanted_;
   std::vector<std::string> texts_;
 };
 
@@ -76,7 +76,7 @@ bool Found::isNote() const { return number == reader::kNote; }
 bool Found::isError() const { return number < reader::kNote; }
 
 void FindingList::onFinding(const reader::Finding& finding) {
-  Found found{finding.number, finding.line, std::string(finding.text), finding.message};
+  Found found{finding.number, finding.line.number, std::string(finding.text), finding.message};
   // The reader keeps the beginning of such a line, up to a byte that may be amid a character.
   if (found.number == reader::kExceedsLine) found.text.resize(lengthOfWhole(found.text));
   if (found.isNote()) {
@@ -87,8 +87,8 @@ void FindingList::onFinding(const reader::Finding& finding) {
   found_.push_back(std::move(found));
 }
 
-void FindingList::onLoss(reader::Loss loss, uint32_t line, std::string_view text) {
-  Found found{reader::kNote, line, std::string(text), {}};
+void FindingList::onLoss(reader::Loss loss, const reader::Finding& number) {
+  Found found{reader::kNote, number.line.number, std::string(number.text), {}};
   if (loss == reader::Loss::kDigits) {
     if (shortenedReals_++ == 0) firstShortened_ = std::move(found);
     return;
@@ -135,7 +135,7 @@ std::string codeOf(const Found& found) {
 }
 
 void printFindings(std::FILE* stream, InputText& text, const Analysis& analysis, bool colour) {
-  std::vector<uint32_t> wanted;
+  std::vector<uint64_t> wanted;
   for (const Found& found : analysis.findings.all()) {
     if (!found.isNote()) wanted.push_back(found.line);
   }
@@ -143,7 +143,8 @@ void printFindings(std::FILE* stream, InputText& text, const Analysis& analysis,
   const std::string name = printable(text.name());
   for (const Found& found : analysis.findings.all()) {
     const Style style = styleOf(found);
-    std::fprintf(stream, "%s:%u: %s%s%s", name.c_str(), found.line, colour ? style.colour : "",
+    std::fprintf(stream, "%s:%llu: %s%s%s", name.c_str(),
+                 static_cast<unsigned long long>(found.line), colour ? style.colour : "",
                  style.name, colour ? "\033[0m" : "");
     if (found.isNote()) {
       std::fprintf(stream, ": %s\n", printable(found.text, kShown).c_str());

@@ -16,7 +16,7 @@ namespace tavo::tool {
 
 struct Found {
   int number;        // as in reader::Finding
-  uint32_t line;     // of a note the line of the finding that it explains
+  uint64_t line;     // of a note the line of the finding that it explains
   std::string text;  // the offending text, of a note the message
   std::string_view message;
 
@@ -27,7 +27,7 @@ struct Found {
 class FindingList final : public reader::FindingObserver {
  public:
   void onFinding(const reader::Finding& finding) override;
-  void onLoss(reader::Loss loss, uint32_t line, std::string_view text) override;
+  void onLoss(reader::Loss loss, const reader::Finding& number) override;
 
   const std::vector<Found>& all() const { return found_; }
   // Not wrapped, unlike the counts of the log.
@@ -76,9 +76,9 @@ Analysis analyse(api::Library& library, InputText& text, reader::RecordSink sink
 // reader::RecordSink. Stops the run when the program is interrupted.
 template <class Function>
 reader::RecordSink sinkOf(Function& function) {
-  return {[](void* context, RecordType type, const void* record) -> uint32_t {
+  return {[](void* context, const reader::DeliveredRecord& record) -> uint32_t {
             if (interrupted()) return TVO_ERR_ABORTED;
-            return (*static_cast<Function*>(context))(type, record);
+            return (*static_cast<Function*>(context))(record.type, record.bytes);
           },
           &function};
 }

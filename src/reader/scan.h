@@ -72,6 +72,14 @@ inline const char* findTerminator(const char* begin, const char* end, char termi
 inline constexpr uint64_t kPowersOfTen[] = {1,      10,      100,      1000,     10000,
                                             100000, 1000000, 10000000, 100000000};
 
+// The number that eight digits make, one a byte as 0 to 9 with the first in the lowest.
+inline uint32_t eightDigits(uint64_t digits) {
+  digits = digits * 10 + (digits >> 8);  // pairs
+  return static_cast<uint32_t>((((digits & 0x000000FF000000FFU) * 0x000F424000000064U) +
+                                (((digits >> 16) & 0x000000FF000000FFU) * 0x0000271000000001U)) >>
+                               32);
+}
+
 // Reads the digits at p behind those already in *value, which wraps at 64 bits. Returns the place
 // behind the last digit.
 inline const char* scanDigits(const char* p, const char* end, uint64_t* value) {
@@ -85,11 +93,7 @@ inline const char* scanDigits(const char* p, const char* end, uint64_t* value) {
     const int count = others == 0 ? 8 : __builtin_ctzll(others) / 8;
     if (count == 0) break;
     digits <<= 8 * (8 - count);
-    digits = digits * 10 + (digits >> 8);  // pairs
-    digits = (((digits & 0x000000FF000000FFU) * 0x000F424000000064U) +
-              (((digits >> 16) & 0x000000FF000000FFU) * 0x0000271000000001U)) >>
-             32;
-    number = number * kPowersOfTen[count] + static_cast<uint32_t>(digits);
+    number = number * kPowersOfTen[count] + eightDigits(digits);
     p += count;
     if (count < 8) break;
   }

@@ -177,24 +177,22 @@ class DataLine {
   size_t used() const { return static_cast<size_t>(at_ - line_); }
   size_t indentFor(size_t shown) const;
   void makeRoom(size_t size, size_t width, size_t shown, bool fits);
-  bool followQuotes(size_t size, bool* inverts);
+  void makeQuotedRoom(size_t size, size_t width);
 
   Output& output_;
   const OutputState& state_;
   size_t indent_;
   char* line_ = nullptr;   // begin of the current line
   char* at_ = nullptr;     // its end so far
-  char* field_ = nullptr;  // the end of its last field
+  char* field_ = nullptr;  // the end of its last field; at_ as long as there is none
   char* end_ = nullptr;    // a field that ends in front of this one fits without a further look
-  bool fresh_ = true;      // nothing has been put since begin
   bool inverted_ = false;  // a reader takes what stands outside quotes on this line for quoted
 };
 
 void DataLine::begin() {
   line_ = output_.reserve();
   at_ = field_ = putGap(line_, indent_);
-  end_ = line_;
-  fresh_ = true;
+  end_ = line_ + kBreak - 3;
   inverted_ = false;
 }
 
@@ -204,31 +202,32 @@ size_t DataLine::indentFor(size_t shown) const {
 }
 
 // Makes room for a field of `size` characters at the slot that takes `shown`, or more for its
-// column: a new line, unless it fits the one that has been begun.
+// column: a new line, unless it fits the one that there is or is the first one on it.
 TAVO_COLD void DataLine::makeRoom(size_t size, size_t width, size_t shown, bool fits) {
   // The first test is the rule; the other keeps lines readable where a width of 0 says too little.
   const bool full = used() + width + 3 >= kBreak || used() + shown + 1 > kLineLimit;
-  if (fits && !full && !fresh_) return;
+  const bool first = at_ == field_;
+  if (fits && !full && !first) return;
   char* const from = at_;
-  if (!fresh_) line_ = from + 1;
+  if (!first) line_ = from + 1;
   const size_t indent = indentFor(shown);
   at_ = line_ + indent;
   memmove(at_, from, size);
-  if (!fresh_) {
+  if (!first) {
     *from = '\n';
     putSpaces(line_, indent);
   }
   end_ = line_ + kBreak - 3;
-  fresh_ = false;
   inverted_ = false;
 }
 
-// A text that may turn quotes around, or stands behind one: the line is cut when a terminator in it
-// would be taken for the line's.
-TAVO_COLD bool DataLine::followQuotes(size_t size, bool* inverts) {
+// Makes room for a text that may turn quotes around, or stands behind one: the line is cut when a
+// terminator in it would be taken for the line's.
+TAVO_COLD void DataLine::makeQuotedRoom(size_t size, size_t width) {
   const std::string_view text(at_, size);
-  *inverts = invertsQuotes(text);
-  return !inverted_ || text.find(state_.terminator) == text.npos;
+  const bool inverts = invertsQuotes(text);
+  makeRoom(size, width, size, !inverted_ || text.find(state_.terminator) == text.npos);
+  inverted_ = inverted_ != inverts;
 }
 
 // In one piece, which has one caller: this is most of the work for a field.
@@ -236,13 +235,11 @@ void DataLine::field(size_t size, size_t width, Alignment alignment) {
   if (alignment == Alignment::kByValue) alignment = alignmentOf({at_, size});
   const bool number = alignment == Alignment::kRight;
   const size_t shown = number ? std::max(size, width) : size;
-  bool fits = true;
-  bool inverts = false;
   if (alignment == Alignment::kQuoted && (inverted_ || mayHoldBackslash(at_, size))) {
-    fits = followQuotes(size, &inverts);
+    makeQuotedRoom(size, width);
+  } else if (at_ + shown >= end_ || at_ + width >= end_) {
+    makeRoom(size, width, shown, true);
   }
-  if (at_ + shown >= end_ || at_ + width >= end_ || !fits) makeRoom(size, width, shown, fits);
-  inverted_ = inverted_ != inverts;
   if (shown > size) indentText(at_, size, shown - size);
   field_ = at_ + shown;
   *field_ = state_.separator;

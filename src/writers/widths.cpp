@@ -79,7 +79,13 @@ void ColumnWidths::raise(const ColumnList& columns, const OutputState& state, co
   for (size_t i = 0; i < count; ++i) {
     const Column& column = columns.columns[i];
     if (column.offset == schema::kNotKept) continue;
-    if (const auto rank = rankOf(column, state, record + column.offset)) {
+    const char* const bytes = record + column.offset;
+    if (column.type == DataType::kEnum) {
+      // Neighbours mostly have the same one.
+      const uint64_t mark = uint64_t{load<EnumId>(bytes)} + 1;
+      if (mark == covered_[i][0]) continue;
+      covered_[i][0] = mark;
+    } else if (const auto rank = rankOf(column, state, bytes)) {
       uint64_t& covered = covered_[i][rank->negative ? 1 : 0];
       if (rank->magnitude < covered) continue;
       covered = endOf(*rank);

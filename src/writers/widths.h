@@ -26,7 +26,8 @@ class ColumnWidths {
 
  private:
   static constexpr size_t kMeasured = schema::kMaxListed;
-  // By sign, minus last: numbers of a smaller magnitude are no longer than the column is wide.
+  // By sign, minus last: numbers of a smaller magnitude are no longer than the column is wide. Of
+  // enumerations first the latest one and 1.
   using Covered = std::array<uint64_t, 2>;
 
   std::array<uint8_t, kMeasured + 1> widths_{};

@@ -10,3 +10,8 @@
 #else
 #define TAVO_COLD
 #endif
+
+// The vector instructions that every x86-64 processor has.
+#if defined(__SSE2__) || defined(_M_X64)
+#define TAVO_SSE2
+#endif

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/ratios.h"
 #include "tavo/records.h"
 #include "writers/build.h"
 
@@ -128,9 +129,13 @@ BENCHMARK(fprintfLoop)
 
 int main(int argc, char** argv) {
   checkBytes();
-  benchmark::Initialize(&argc, argv);
-  benchmark::RunSpecifiedBenchmarks();
+  const int status =
+      tavo::bench::run(argc, argv,
+                       {{"alignment off, against fprintf", "library/align:0/real_time",
+                         "fprintfLoop/align:0/real_time", 6},
+                        {"alignment on, against fprintf", "library/align:1/real_time",
+                         "fprintfLoop/align:1/real_time", 4.5}});
   remove(kLibraryFile);
   remove(kLoopFile);
-  return 0;
+  return status;
 }

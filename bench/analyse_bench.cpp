@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "api/library.h"
+#include "bench/ratios.h"
 #include "tavo/records.h"
 
 namespace {
@@ -201,4 +202,9 @@ BENCHMARK(slopesFloor)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 
-BENCHMARK_MAIN();
+int main(int argc, char** argv) {
+  return tavo::bench::run(
+      argc, argv,
+      {{"points, against the plain program", "pointsAnalyse", "plainPoints", 5},
+       {"slopes, against the plain program", "slopesAnalyse", "plainSlopes", 7}});
+}

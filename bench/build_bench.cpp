@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/ratios.h"
 #include "tavo/records.h"
 #include "writers/build.h"
 
@@ -54,14 +55,15 @@ class MemorySource final : public writers::RecordSource {
     if (mode == TVO_FIRST) at_ = 0;
     if (mode == TVO_NEXT) ++at_;
     if (mode == TVO_PREVIOUS) --at_;
-    if (at_ > points().size()) return TVO_ERR_STORE;
+    if (at_ > points_.size()) return TVO_ERR_STORE;
     *type = at_ == 0 ? TVO_RECORD_POINTS_COLUMNS : TVO_RECORD_POINTS;
     *record =
-        at_ == 0 ? static_cast<void*>(&columns_) : const_cast<PointRecord*>(&points()[at_ - 1]);
+        at_ == 0 ? static_cast<void*>(&columns_) : const_cast<PointRecord*>(&points_[at_ - 1]);
     return TVO_OK;
   }
 
  private:
+  const std::vector<PointRecord>& points_ = points();
   ColumnsRecord columns_ = kColumns;
   size_t at_ = 0;
 };
@@ -127,9 +129,13 @@ BENCHMARK(fprintfLoop)
 
 int main(int argc, char** argv) {
   checkBytes();
-  benchmark::Initialize(&argc, argv);
-  benchmark::RunSpecifiedBenchmarks();
+  const int status =
+      tavo::bench::run(argc, argv,
+                       {{"alignment off, against fprintf", "library/align:0/real_time",
+                         "fprintfLoop/align:0/real_time", 6},
+                        {"alignment on, against fprintf", "library/align:1/real_time",
+                         "fprintfLoop/align:1/real_time", 4.5}});
   remove(kLibraryFile);
   remove(kLoopFile);
-  return 0;
+  return status;
 }

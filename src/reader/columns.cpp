@@ -111,8 +111,7 @@ class ListParser {
         field.id == 0 ? nullptr : schema::findId(layout_, field.id);
     const uint16_t offset = member == nullptr ? schema::kNotKept : member->offset;
     const bool repeats = columns_->hasPlace(offset);
-    const bool plain =
-        !repeats && offset != schema::kNotKept && field.unit == schema::UnitKind::kNone;
+    const bool plain = !repeats && offset != schema::kNotKept;
     columns_->add({field.id, field.type, field.width, field.group, field.unit, offset, repeats,
                    plain, schema::bitOf(layout_, field.id)});
     return Step::kGoOn;

@@ -38,7 +38,9 @@ void Run::trim(bool keepTerminatorLine) {
   line = schema::skipBlanks(line);
   const char* const begin = line.data();
   const char* const end = begin + line.size();
-  const char* const cut = findTerminator(begin, end, settings.terminator);
+  // A first terminator at the line's end needs no look at quotes: the line stays whole either way.
+  const auto* cut = static_cast<const char*>(std::memchr(begin, settings.terminator, line.size()));
+  if (cut != nullptr && cut + 1 != end) cut = findTerminator(begin, end, settings.terminator);
   if (cut != nullptr && cut + 1 != end) countComment({cut + 1, end});
   if (cut == begin && !keepTerminatorLine) {
     line = {};

@@ -2,12 +2,15 @@
 // of digits. Both look at many bytes at a time.
 #pragma once
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <iterator>
 
-#if defined(__SSE2__)
+#include "schema/compiler.h"
+
+#if defined(TAVO_SSE2)
 #include <emmintrin.h>
 #endif
 
@@ -29,7 +32,7 @@ inline const char* findTerminatorPlain(const char* begin, const char* end, char 
   return nullptr;
 }
 
-#if defined(__SSE2__)
+#if defined(TAVO_SSE2)
 
 // The first terminator outside quotes, or null. kScanSlack bytes behind end must be readable.
 inline const char* findTerminator(const char* begin, const char* end, char terminator) {
@@ -52,11 +55,11 @@ inline const char* findTerminator(const char* begin, const char* end, char termi
     unsigned found = mask(_mm_cmpeq_epi8(bytes, ends));
     for (; found != 0; found &= found - 1) {
       const unsigned before = (found & (0U - found)) - 1;
-      if ((static_cast<unsigned>(__builtin_parity(quotes & before)) ^ quoted) == 0) {
-        return p + __builtin_ctz(found);
+      if (((static_cast<unsigned>(std::popcount(quotes & before)) ^ quoted) & 1) == 0) {
+        return p + std::countr_zero(found);
       }
     }
-    quoted ^= static_cast<unsigned>(__builtin_parity(quotes));
+    quoted ^= static_cast<unsigned>(std::popcount(quotes));
   }
   return nullptr;
 }
@@ -72,6 +75,14 @@ inline const char* findTerminator(const char* begin, const char* end, char termi
 inline constexpr uint64_t kPowersOfTen[] = {1,      10,      100,      1000,     10000,
                                             100000, 1000000, 10000000, 100000000};
 
+// The number that eight digits make, one a byte as 0 to 9 with the first in the lowest.
+inline uint32_t eightDigits(uint64_t digits) {
+  digits = digits * 10 + (digits >> 8);  // pairs
+  return static_cast<uint32_t>((((digits & 0x000000FF000000FFU) * 0x000F424000000064U) +
+                                (((digits >> 16) & 0x000000FF000000FFU) * 0x0000271000000001U)) >>
+                               32);
+}
+
 // Reads the digits at p behind those already in *value, which wraps at 64 bits. Returns the place
 // behind the last digit.
 inline const char* scanDigits(const char* p, const char* end, uint64_t* value) {
@@ -82,14 +93,10 @@ inline const char* scanDigits(const char* p, const char* end, uint64_t* value) {
     std::memcpy(&digits, p, sizeof digits);
     digits ^= 0x3030303030303030U;
     const uint64_t others = ((digits + 0x7676767676767676U) | digits) & 0x8080808080808080U;
-    const int count = others == 0 ? 8 : __builtin_ctzll(others) / 8;
+    const int count = others == 0 ? 8 : std::countr_zero(others) / 8;
     if (count == 0) break;
     digits <<= 8 * (8 - count);
-    digits = digits * 10 + (digits >> 8);  // pairs
-    digits = (((digits & 0x000000FF000000FFU) * 0x000F424000000064U) +
-              (((digits >> 16) & 0x000000FF000000FFU) * 0x0000271000000001U)) >>
-             32;
-    number = number * kPowersOfTen[count] + static_cast<uint32_t>(digits);
+    number = number * kPowersOfTen[count] + eightDigits(digits);
     p += count;
     if (count < 8) break;
   }

@@ -1,6 +1,7 @@
 // The enumeration and operation tables and their lookups.
 #include "schema/enums.h"
 
+#include <array>
 #include <iterator>
 
 #include "schema/name_index.h"
@@ -103,6 +104,21 @@ constexpr size_t kOperationCount = std::size(OperationTable) - 1;
 constexpr NameIndex<kEnumCount + 1> kEnumIndex(EnumTable);
 constexpr NameIndex<kOperationCount + 1> kOperationIndex(OperationTable);
 
+// Row of each id and length of its name; kEnumCount where there is none.
+struct EnumRow {
+  uint8_t row, length;
+};
+constexpr auto kEnumRows = [] {
+  std::array<EnumRow, TVO_ENUM_UNKNOWN + 1> rows{};
+  rows.fill({kEnumCount, 0});
+  for (size_t i = kEnumCount; i-- > 0;) {
+    rows[EnumTable[i].id] = {static_cast<uint8_t>(i),
+                             static_cast<uint8_t>(std::string_view(EnumTable[i].name).size())};
+  }
+  return rows;
+}();
+static_assert(kEnumCount < 256);
+
 struct Range {
   EnumId first, last;
 };
@@ -144,7 +160,12 @@ int FindEnum(std::string_view name, EnumId* id) {
   return i < kEnumCount ? kFound : kNotFound;
 }
 
-int EnumName(EnumId id, std::string_view* name) { return nameOf(EnumTable, id, name); }
+int EnumName(EnumId id, std::string_view* name) {
+  const EnumRow row = id < std::size(kEnumRows) ? kEnumRows[id] : EnumRow{kEnumCount, 0};
+  const bool found = row.row < kEnumCount;
+  *name = found ? std::string_view(EnumTable[row.row].name, row.length) : "UNKNOWN";
+  return found ? kFound : kUnknownNumber;
+}
 
 bool inGroup(EnumGroup group, EnumId value) {
   const Range range = kGroups[static_cast<size_t>(group)];

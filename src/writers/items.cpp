@@ -90,7 +90,7 @@ size_t putItem(Writer& writer, const FieldDef& field, const char* record, size_t
     return putQuoted(record + field.offset, field.width - 1U, room, out);
   }
   const ColumnPlan column = planOf(&field, writer.state);
-  const size_t size = putValue(column, writer.state, record, out);
+  const size_t size = column.put(column, writer.state, record, out);
   // An empty date is a value like any other; in an unknown date order there is none.
   const bool empty = size == 0 && field.type == DataType::kDateTime;
   const bool known = writer.state.units.dateOrder != TVO_ENUM_UNKNOWN;
@@ -110,7 +110,7 @@ size_t putHeaderItem(Writer& writer, const FieldDef& field, const char* record, 
     case DataType::kChar:
       return putCharacter(writer, field, record, out);
     case DataType::kDateTime:
-      return putValue(planOf(&field, writer.state), writer.state, record, out);
+      return putDate(load<DateTime>(record + field.offset), writer.state.units.dateOrder, out);
     default:
       return putItem(writer, field, record, room, out);
   }

@@ -276,14 +276,11 @@ void SectionWriter::measureLines() {
   const ColumnList& columns = top().columns;
   const RecordType before = w_.feed.previousType();
   const RecordType type = top().data;
-  const size_t count = std::min(columns.count, ColumnWidths::kMeasured);
   widths_.clear();
   uint64_t passed = 0;
   while (w_.feed.at(type) && w_.state.settings.alignColumns) {
     followSettings();
-    for (size_t i = 0; i < count; ++i) {
-      widths_.raise(i, measure(columns.columns[i], w_.state, w_.feed.record()));
-    }
+    widths_.raise(columns, w_.state, w_.feed.record());
     w_.feed.next();
     ++passed;
   }
@@ -301,6 +298,7 @@ void SectionWriter::followSettings() {
   if (memcmp(&decimals_, &settings.decimals, sizeof decimals_) != 0) {
     decimals_ = settings.decimals;
     followDecimals(w_.state, &top().columns);
+    widths_.forget();
   }
 }
 

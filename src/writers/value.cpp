@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <type_traits>
 
 #include "schema/bytes.h"
 #include "schema/catalogue.h"
@@ -39,6 +40,14 @@ constexpr std::array<Treatment, 256> treatments() {
 }
 constexpr std::array<Treatment, 256> kTreatments = treatments();
 
+constexpr size_t kGroup = sizeof(uint64_t);
+
+// How many of eight characters in front are certainly plain ones. Letters and digits are: the end
+// mark and all that is escaped or blanked lies below '(' or is the backslash.
+size_t plainCharacters(uint64_t group) {
+  return schema::firstMarked(schema::markBytesBelow(group, '(') | schema::markBytes(group, '\\'));
+}
+
 int decimalsOf(DecimalKind kind, const OutputState& state) {
   const TVO_Decimals& decimals = state.settings.decimals;
   const int count = kind == DecimalKind::kAngular  ? decimals.angular
@@ -50,7 +59,9 @@ int decimalsOf(DecimalKind kind, const OutputState& state) {
 // A 32-bit length. Readers round twice, to a 32-bit value in the unit and to one in metres, so the
 // text may lead to a neighbour of the record's value and that one to another text. Writing what a
 // reader makes of the text settles that within a step or two.
-size_t putLength(const ColumnPlan& column, const OutputState& state, float value, char* out) {
+size_t putLength(const ColumnPlan& column, const OutputState& state, const char* record,
+                 char* out) {
+  auto value = load<float>(record + column.offset);
   const int decimals = column.decimals;
   const auto put = [&](float metres) {
     const auto length = static_cast<float>(
@@ -68,59 +79,6 @@ size_t putLength(const ColumnPlan& column, const OutputState& state, float value
     size = put(value);
   }
   return size;
-}
-
-size_t putReal(const ColumnPlan& column, const OutputState& state, double value, char* out) {
-  if (column.precision == DecimalKind::kGeneral) return putGeneral(value, out);
-  const int decimals = column.decimals;
-  if (column.unit == schema::UnitKind::kNone) return putFixed(value, decimals, decimals, out);
-  const schema::Written written = schema::toWritten(state.units, column.unit, value, decimals);
-  if (std::fabs(written.value) >= kLongestConverted) return putExponent(written.value, 14, out);
-  return putFixed(written.value, written.significant, decimals, out);
-}
-
-size_t putFloat(const ColumnPlan& column, const OutputState& state, float value, char* out) {
-  return column.unit == schema::UnitKind::kLinear
-             ? putLength(column, state, value, out)
-             : putReal(column, state, static_cast<double>(value), out);
-}
-
-size_t putBits(const ColumnPlan& column, const char* bytes, char* out) {
-  const uint32_t bits = column.width == 8 ? load<uint8_t>(bytes) : load<uint16_t>(bytes);
-  for (int i = 0; i < column.width; ++i) {
-    out[i] = static_cast<char>('0' + ((bits >> (column.width - 1 - i)) & 1));
-  }
-  return column.width;
-}
-
-// A value outside the column's group would cost the reader the whole line. An empty field and
-// "UNKNOWN" both read as not known.
-size_t putEnum(const ColumnPlan& column, EnumId value, char* out) {
-  if (value == 0 && column.group != schema::EnumGroup::kAny) return 0;
-  if (!schema::inGroup(column.group, value)) value = TVO_ENUM_UNKNOWN;
-  std::string_view name;
-  schema::EnumName(value, &name);
-  return putText(name, out);
-}
-
-size_t putFree(const FreeValue& value, const OutputState& state, char* out) {
-  switch (value.kind) {
-    case TVO_ENUM_TEXT:
-      return putQuoted(value.text, sizeof value.text - 1, kTextRoom, out);
-    case TVO_ENUM_REAL:
-      return putFreeReal(value.real, state, out);
-    case TVO_ENUM_INT:
-      return putSigned(value.integer, out);
-    default:
-      return 0;
-  }
-}
-
-size_t putDefault(const DefaultValue& value, const OutputState& state, char* out) {
-  if (value.kind == TVO_ENUM_TEXT) {
-    return putQuoted(value.text, sizeof value.text - 1, kTextRoom, out);
-  }
-  return value.kind == TVO_ENUM_REAL ? putFreeReal(value.real, state, out) : 0;
 }
 
 // `digits` characters: leading zeros, a minus in place of the first one; behind them `mark`.
@@ -166,19 +124,6 @@ size_t putCalendar(const DateTime& date, EnumId order, char* out) {
   return static_cast<size_t>(p - out);
 }
 
-// Date and time in the date order; an empty one, one that the order cannot express, and any in an
-// unknown order give nothing.
-size_t putDate(const DateTime& date, EnumId order, char* out) {
-  if (date.year == 0) return 0;
-  if (order == TVO_ENUM_MJD) {
-    const double mjd = schema::toMjd(date);
-    DateTime back;
-    return schema::fromMjd(mjd, &back) ? putFixed(mjd, kMjdDecimals, kMjdDecimals, out) : 0;
-  }
-  if (order != TVO_ENUM_DMY && order != TVO_ENUM_MDY && order != TVO_ENUM_YMD) return 0;
-  return fitsDigits(date, order) ? putCalendar(date, order, out) : 0;
-}
-
 Alignment alignmentOf(DataType type) {
   switch (type) {
     case DataType::kUint8:
@@ -198,6 +143,133 @@ Alignment alignmentOf(DataType type) {
   }
 }
 
+template <class T>
+T valueOf(const ColumnPlan& column, const char* record) {
+  return load<T>(record + column.offset);
+}
+
+template <class T>
+size_t putWhole(const ColumnPlan& column, const OutputState&, const char* record, char* out) {
+  if constexpr (std::is_signed_v<T>) {
+    return putSigned(valueOf<T>(column, record), out);
+  } else {
+    return putUnsigned(valueOf<T>(column, record), out);
+  }
+}
+
+template <class T>
+size_t putGeneralReal(const ColumnPlan& column, const OutputState&, const char* record, char* out) {
+  return putGeneral(static_cast<double>(valueOf<T>(column, record)), out);
+}
+
+template <class T>
+size_t putPlainReal(const ColumnPlan& column, const OutputState&, const char* record, char* out) {
+  const int decimals = column.decimals;
+  return putFixed(static_cast<double>(valueOf<T>(column, record)), decimals, decimals, out);
+}
+
+template <class T>
+size_t putConverted(const ColumnPlan& column, const OutputState& state, const char* record,
+                    char* out) {
+  const schema::Written written = schema::toWritten(
+      state.units, column.unit, static_cast<double>(valueOf<T>(column, record)), column.decimals);
+  if (std::fabs(written.value) >= kLongestConverted) return putExponent(written.value, 14, out);
+  return putFixed(written.value, written.significant, column.decimals, out);
+}
+
+size_t putBits(const ColumnPlan& column, const OutputState&, const char* record, char* out) {
+  const uint32_t bits =
+      column.width == 8 ? valueOf<uint8_t>(column, record) : valueOf<uint16_t>(column, record);
+  for (int i = 0; i < column.width; ++i) {
+    out[i] = static_cast<char>('0' + ((bits >> (column.width - 1 - i)) & 1));
+  }
+  return column.width;
+}
+
+size_t putDateTime(const ColumnPlan& column, const OutputState& state, const char* record,
+                   char* out) {
+  return putDate(valueOf<DateTime>(column, record), state.units.dateOrder, out);
+}
+
+size_t putTextMember(const ColumnPlan& column, const OutputState&, const char* record, char* out) {
+  return putQuoted(record + column.offset, column.width - 1U, kTextRoom, out);
+}
+
+// A value outside the column's group would cost the reader the whole line. An empty field and
+// "UNKNOWN" both read as not known.
+size_t putEnum(const ColumnPlan& column, const OutputState&, const char* record, char* out) {
+  auto value = valueOf<EnumId>(column, record);
+  if (value == 0 && column.group != schema::EnumGroup::kAny) return 0;
+  if (!schema::inGroup(column.group, value)) value = TVO_ENUM_UNKNOWN;
+  std::string_view name;
+  schema::EnumName(value, &name);
+  return putText(name, out);
+}
+
+size_t putFree(const ColumnPlan& column, const OutputState& state, const char* record, char* out) {
+  const auto value = valueOf<FreeValue>(column, record);
+  switch (value.kind) {
+    case TVO_ENUM_TEXT:
+      return putQuoted(value.text, sizeof value.text - 1, kTextRoom, out);
+    case TVO_ENUM_REAL:
+      return putFreeReal(value.real, state, out);
+    case TVO_ENUM_INT:
+      return putSigned(value.integer, out);
+    default:
+      return 0;
+  }
+}
+
+size_t putDefault(const ColumnPlan& column, const OutputState& state, const char* record,
+                  char* out) {
+  const auto value = valueOf<DefaultValue>(column, record);
+  if (value.kind == TVO_ENUM_TEXT) {
+    return putQuoted(value.text, sizeof value.text - 1, kTextRoom, out);
+  }
+  return value.kind == TVO_ENUM_REAL ? putFreeReal(value.real, state, out) : 0;
+}
+
+template <class T>
+Putter realPutterOf(const ColumnPlan& column) {
+  if (std::is_same_v<T, float> && column.unit == schema::UnitKind::kLinear) return putLength;
+  if (column.precision == DecimalKind::kGeneral) return putGeneralReal<T>;
+  return column.unit == schema::UnitKind::kNone ? putPlainReal<T> : putConverted<T>;
+}
+
+// Decided once for a column, not for each of its values.
+Putter putterOf(const ColumnPlan& column) {
+  if (column.offset == schema::kNotKept) return putNone;
+  switch (column.type) {
+    case DataType::kUint8:
+      return putWhole<uint8_t>;
+    case DataType::kUint16:
+      return putWhole<uint16_t>;
+    case DataType::kInt16:
+      return putWhole<int16_t>;
+    case DataType::kUint32:
+      return putWhole<uint32_t>;
+    case DataType::kFloat:
+      return realPutterOf<float>(column);
+    case DataType::kDouble:
+      return realPutterOf<double>(column);
+    case DataType::kBits:
+      return putBits;
+    case DataType::kDateTime:
+      return putDateTime;
+    case DataType::kText:
+      return putTextMember;
+    case DataType::kDefault:
+      return putDefault;
+    case DataType::kEnum:
+      return putEnum;
+    case DataType::kFree:
+      return putFree;
+    case DataType::kChar:
+      break;
+  }
+  return putNone;
+}
+
 }  // namespace
 
 ColumnPlan planOf(const schema::FieldDef* field, const OutputState& state) {
@@ -212,6 +284,7 @@ ColumnPlan planOf(const schema::FieldDef* field, const OutputState& state) {
   column.precision = field->decimals;
   column.decimals = static_cast<uint8_t>(decimalsOf(field->decimals, state));
   column.alignment = alignmentOf(field->type);
+  column.put = putterOf(column);
   return column;
 }
 
@@ -249,39 +322,7 @@ void followDecimals(const OutputState& state, ColumnList* list) {
   }
 }
 
-size_t putValue(const ColumnPlan& column, const OutputState& state, const char* record, char* out) {
-  if (column.offset == schema::kNotKept) return 0;
-  const char* bytes = record + column.offset;
-  switch (column.type) {
-    case DataType::kUint8:
-      return putUnsigned(load<uint8_t>(bytes), out);
-    case DataType::kUint16:
-      return putUnsigned(load<uint16_t>(bytes), out);
-    case DataType::kInt16:
-      return putSigned(load<int16_t>(bytes), out);
-    case DataType::kUint32:
-      return putUnsigned(load<uint32_t>(bytes), out);
-    case DataType::kFloat:
-      return putFloat(column, state, load<float>(bytes), out);
-    case DataType::kDouble:
-      return putReal(column, state, load<double>(bytes), out);
-    case DataType::kBits:
-      return putBits(column, bytes, out);
-    case DataType::kDateTime:
-      return putDate(load<DateTime>(bytes), state.units.dateOrder, out);
-    case DataType::kText:
-      return putQuoted(bytes, column.width - 1U, kTextRoom, out);
-    case DataType::kDefault:
-      return putDefault(load<DefaultValue>(bytes), state, out);
-    case DataType::kEnum:
-      return putEnum(column, load<EnumId>(bytes), out);
-    case DataType::kFree:
-      return putFree(load<FreeValue>(bytes), state, out);
-    case DataType::kChar:
-      break;
-  }
-  return 0;
-}
+size_t putNone(const ColumnPlan&, const OutputState&, const char*, char*) { return 0; }
 
 size_t putNothing(const ColumnPlan& column, const OutputState& state, const char* record,
                   char* out) {
@@ -299,20 +340,42 @@ size_t measure(const ColumnPlan& column, const OutputState& state, const char* r
     return load<DateTime>(record + column.offset).year != 0 ? kDateWidth : 0;
   }
   char scratch[kValueSize];
-  return putValue(column, state, record, scratch);
+  return column.put(column, state, record, scratch);
 }
 
 size_t putQuoted(const char* text, size_t limit, size_t room, char* out) {
   size_t n = 0;
   out[n++] = '"';
-  for (size_t i = 0; i < limit && text[i] != '\0'; ++i) {
+  size_t i = 0;
+  while (i < limit && text[i] != '\0') {
+    // Plain characters in groups of eight, up to the first one that needs a look or ends the text.
+    if (i + kGroup <= limit && n + kGroup < room) {
+      const auto group = load<uint64_t>(text + i);
+      memcpy(out + n, &group, kGroup);
+      const size_t plain = plainCharacters(group);
+      i += plain;
+      n += plain;
+      if (plain == kGroup || text[i] == '\0') continue;
+    }
     const Treatment treatment = kTreatments[static_cast<uint8_t>(text[i])];
     if (n + (treatment == Treatment::kEscape ? 3 : 2) > room) break;
     if (treatment == Treatment::kEscape) out[n++] = '\\';
     out[n++] = treatment == Treatment::kBlank ? ' ' : text[i];
+    ++i;
   }
   out[n++] = '"';
   return n;
+}
+
+size_t putDate(const DateTime& date, EnumId order, char* out) {
+  if (date.year == 0) return 0;
+  if (order == TVO_ENUM_MJD) {
+    const double mjd = schema::toMjd(date);
+    DateTime back;
+    return schema::fromMjd(mjd, &back) ? putFixed(mjd, kMjdDecimals, kMjdDecimals, out) : 0;
+  }
+  if (order != TVO_ENUM_DMY && order != TVO_ENUM_MDY && order != TVO_ENUM_YMD) return 0;
+  return fitsDigits(date, order) ? putCalendar(date, order, out) : 0;
 }
 
 size_t putRequiredDate(const DateTime& date, EnumId order, char* out) {

@@ -1,4 +1,4 @@
-// Field values as text, and the plans that say how each column of a block is written.
+// Field values as text, and the column plan that says how each column of a block is written.
 #pragma once
 
 #include <array>
@@ -35,6 +35,13 @@ enum class Alignment : uint8_t {
   kByValue,  // as the value's own kind, number or text
 };
 
+struct ColumnPlan;
+// Puts the column's value of a record at `out` (room kValueSize); returns its length.
+using Putter = size_t (*)(const ColumnPlan& column, const OutputState& state, const char* record,
+                          char* out);
+// Of a column without values.
+size_t putNone(const ColumnPlan& column, const OutputState& state, const char* record, char* out);
+
 struct ColumnPlan {
   const char* name = "UNKNOWN";
   schema::DataType type = schema::DataType::kFree;
@@ -46,6 +53,7 @@ struct ColumnPlan {
   schema::DecimalKind precision = schema::DecimalKind::kGeneral;
   uint8_t decimals = 0;
   Alignment alignment = Alignment::kLeft;
+  Putter put = putNone;
 };
 
 // The column of a field of a record table; null for a column that the table does not have, which is
@@ -67,10 +75,7 @@ ColumnList plansOf(RecordType columnsType, RecordType dataType, const FieldList&
 // Takes over decimals that have changed since.
 void followDecimals(const OutputState& state, ColumnList* list);
 
-// Puts the column's value of a record at `out` (room kValueSize); returns its length.
-size_t putValue(const ColumnPlan& column, const OutputState& state, const char* record, char* out);
-
-// What stands for a value that putValue leaves empty where an empty field cannot stand.
+// What stands for a value that is put empty where an empty field cannot stand.
 size_t putNothing(const ColumnPlan& column, const OutputState& state, const char* record,
                   char* out);
 
@@ -87,8 +92,11 @@ inline size_t putText(std::string_view text, char* out) {
 // a line cannot hold is written as blanks, and what does not fit in `room` characters is left out.
 size_t putQuoted(const char* text, size_t limit, size_t room, char* out);
 
-// Date and time in the date order for places that must not be empty: an empty date, too, and one of
-// zeros in place of those that cannot be expressed.
+// Date and time in the date order; an empty one, one that the order cannot express, and any in an
+// unknown order give nothing.
+size_t putDate(const DateTime& date, EnumId order, char* out);
+// The same for places that must not be empty: an empty date, too, and one of zeros in place of
+// those that cannot be expressed.
 size_t putRequiredDate(const DateTime& date, EnumId order, char* out);
 
 // A real whose written form always shows that it is one.

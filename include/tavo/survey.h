@@ -580,7 +580,11 @@ typedef struct tavo_geometry_options {
 #define TAVO_GEOMETRY_OPTIONS_INIT \
   { 1, 0, TAVO_HOTINE_OF_BLOCK }
 
-enum { TAVO_COORDINATES_GRID = 0, TAVO_COORDINATES_GEOGRAPHIC = 1, TAVO_COORDINATES_GEOCENTRIC = 2 };
+enum {
+  TAVO_COORDINATES_GRID = 0,
+  TAVO_COORDINATES_GEOGRAPHIC = 1,
+  TAVO_COORDINATES_GEOCENTRIC = 2
+};
 enum {
   TAVO_HEIGHTS_NONE = 0,
   TAVO_HEIGHTS_ELEVATION = 1,
@@ -608,15 +612,15 @@ typedef struct tavo_position {
 
 /* A line or an area. Places count within the shape. */
 typedef struct tavo_shape {
-  size_t owner;            /* place of its record among those of its type */
-  uint32_t crs;            /* for tavo_geometry_crs */
-  uint32_t dimension;      /* 2, or 3 where every vertex has a height */
-  const double* vertices;  /* x, y, z of each; z is NaN in dimension 2 */
+  size_t owner;           /* place of its record among those of its type */
+  uint32_t crs;           /* for tavo_geometry_crs */
+  uint32_t dimension;     /* 2, or 3 where every vertex has a height */
+  const double* vertices; /* x, y, z of each; z is NaN in dimension 2 */
   size_t vertex_count;
-  const size_t* runs;      /* run_count + 1 vertices: run i is from runs[i] up to runs[i + 1], */
-  size_t run_count;        /*   a part of a line, or a ring, which ends with its first vertex */
-  const size_t* polygons;  /* polygon_count + 1 runs: of each polygon the outer ring, then holes */
-  size_t polygon_count;    /* 0: not an area */
+  const size_t* runs;     /* run_count + 1 vertices: run i is from runs[i] up to runs[i + 1], */
+  size_t run_count;       /*   a part of a line, or a ring, which ends with its first vertex */
+  const size_t* polygons; /* polygon_count + 1 runs: of each polygon the outer ring, then holes */
+  size_t polygon_count;   /* 0: not an area */
 } tavo_shape;
 
 /* An observation as read, in gon and metres, and what is reduced from it: face two turned to face
@@ -655,8 +659,9 @@ TAVO_API const char* tavo_crs_wkt(const tavo_geometry* geometry, uint32_t set_no
  * point, line or polygon), BOX_ON_POINT, SETUP. Null, with count 0, for other types. */
 TAVO_API const tavo_position* tavo_geometry_positions(const tavo_geometry* geometry, uint32_t type,
                                                       size_t* count);
-/* Shapes of LINES, POLYGONS, EDGES of both, and SLOPE (rays from station to target), in the order of
- * their owners, which may have none, and a line several (one in each system that it runs through). */
+/* Shapes of LINES, POLYGONS, EDGES of both, and SLOPE (rays from station to target), in the order
+ * of their owners, which may have none, and a line several (one in each system that it runs
+ * through). */
 TAVO_API size_t tavo_geometry_shape_count(const tavo_geometry* geometry, uint32_t type);
 /* 1, or 0 behind the last. */
 TAVO_API int tavo_geometry_shape(const tavo_geometry* geometry, uint32_t type, size_t index,

@@ -12,8 +12,11 @@ using schema::WriteCheck;
 constexpr char kDefaultPath[] = "C:\\TMPTVODB.DAT";
 constexpr int kWriteMode = 0;  // pages stay in the cache until they are pushed out
 
-// The engine's result with its low half replaced by a code of the library.
+// The engine's result with its low half replaced by a code of the library. That memory ran out over
+// an open file says nothing of its records, and stays the engine's code.
 uint32_t coded(int result, uint16_t code) {
+  const bool opening = code == TVO_ERR_DATA_FILE || code == TVO_ERR_OPEN;
+  if (result == engine::kNoMemory && !opening) return static_cast<uint32_t>(result);
   return (static_cast<uint32_t>(result) & 0xFFFF0000u) | code;
 }
 

@@ -56,7 +56,7 @@ foreach(file benchmarks.tvo benchmarks.dat)
     "${text}"
     [=["block":"DATABASE/BENCHMARKS","columns":["PointNo","PointID","Elevation","Date"]]=]
     [=["fields":{"PointNo":7,"PointID":"BM 7","Elevation":458.2491216,"Date":"2003-02-01T04:05:06.70"]=]
-    [=["fields":{"PointNo":12,"PointID":"BM \"12\"","Elevation":30.3276,]=])
+    [=["fields":{"PointNo":12,"PointID":"BM \"12\"","Elevation":30.3276]=])
 endforeach()
 run("${tavo}" build benchmarks.dat -o built.tvo)
 expect_file(built.tvo "${survey}")

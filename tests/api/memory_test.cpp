@@ -138,9 +138,9 @@ TEST_F(Memory, RunsShortInTheStore) {
                  [] { return TVO_OpenDataFile("memory.dat"); });
   expectSurvived("write", {TVO_ERR_DATA_FILE, kNoMemory}, closed,
                  [&] { return TVO_Write(TVO_RECORD_POINTS, &point); });
-  expectSurvived("find", {TVO_ERR_DATA_FILE}, filled,
+  expectSurvived("find", {TVO_ERR_DATA_FILE, kNoMemory}, filled,
                  [&] { return TVO_Find(TVO_RECORD_POINTS, &point); });
-  expectSurvived("read", {TVO_ERR_DATA_FILE}, filled,
+  expectSurvived("read", {TVO_ERR_DATA_FILE, kNoMemory}, filled,
                  [] { return TVO_Read(TVO_FIRST, nullptr, nullptr); });
   expectSurvived("update", {TVO_ERR_DATA_FILE, kNoMemory}, onLast,
                  [&] { return TVO_Update(&point); });

@@ -10,7 +10,7 @@
 namespace tavo::tests {
 namespace {
 
-using Random = std::mt19937_64;
+using Random = std::mt19937;
 
 std::string oneOf(Random& random, std::initializer_list<const char*> words) {
   return words.begin()[random() % words.size()];

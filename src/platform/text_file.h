@@ -71,9 +71,9 @@ class NoOutput final : public TextOutput {
 
 // A descriptor or handle of the operating system.
 #ifdef _WIN32
-using NativeFile = void*;
+using NativeHandle = void*;
 #else
-using NativeFile = int;
+using NativeHandle = int;
 #endif
 
 // A file that others may read and write meanwhile, but neither delete nor open for themselves
@@ -94,7 +94,7 @@ class InputFile final : public TextInput {
   bool failed() const override { return failed_; }
 
  private:
-  NativeFile file_{};
+  NativeHandle file_{};
   bool open_ = false;
   bool owned_ = false;
   bool failed_ = false;
@@ -126,7 +126,7 @@ class OutputFile final : public TextOutput {
  private:
   std::string path_;
   PathForm form_ = PathForm::kNative;
-  NativeFile file_{};
+  NativeHandle file_{};
   bool open_ = false;
   bool made_ = false;     // the file was not there before
   bool started_ = false;  // it has its new contents, or a part of them

@@ -1,5 +1,6 @@
 # Compares the names that a shared library exports with the public functions, and on Windows the
-# DLLs that it needs with those of every system. Call: cmake -D TOOL= -D LIBRARY= -D WINDOWS= -P.
+# DLLs that it needs with those of every system. Call: cmake -D TOOL= -D LIBRARY= -D WINDOWS= -P; with
+# -D HEADER= the public functions are those that the header declares.
 set(expected
     GetITavo
     TVO_Analyse
@@ -15,6 +16,13 @@ set(expected
     TVO_SetDecimals
     TVO_Update
     TVO_Write)
+if(HEADER)
+  file(READ "${HEADER}" text)
+  string(REPLACE ";" " " text "${text}")
+  string(REGEX MATCHALL "TAVO_API[^(]*tavo_[a-z0-9_]+[(]" expected "${text}")
+  list(TRANSFORM expected REPLACE ".*(tavo_[a-z0-9_]+)[(]" "\\1")
+  list(SORT expected)
+endif()
 
 if(WINDOWS)
   set(arguments -p)
@@ -37,6 +45,9 @@ if(WINDOWS)
                        "${listing}")
 else()
   string(REGEX REPLACE "[0-9a-f]+ [A-Za-z] " "" listing "${listing}")
+  # A node of versions stands behind each name, and once by itself.
+  string(REGEX REPLACE "(^|\n)[A-Z0-9_]+(\n|$)" "\\1" listing "${listing}")
+  string(REGEX REPLACE "@+[A-Z0-9_]+" "" listing "${listing}")
 endif()
 string(STRIP "${listing}" listing)
 string(REPLACE "\n" ";" found "${listing}")

@@ -36,7 +36,8 @@ class MemoryFile final : public NativeFile {
   Transfer writeAt(std::uint64_t position, const void* bytes, std::uint32_t count) override {
     ++m_.writes;
     if (m_.writesFail || position + count > m_.room) return Transfer::kFailed;
-    if (position + count > m_.bytes.size()) m_.bytes.resize(position + count);
+    if (position + count > m_.bytes.size())
+      m_.bytes.resize(static_cast<std::size_t>(position + count));
     std::memcpy(m_.bytes.data() + position, bytes, count);
     return Transfer::kDone;
   }
@@ -51,11 +52,11 @@ class MemoryFile final : public NativeFile {
   bool extend(std::uint64_t from, std::uint64_t to) override {
     EXPECT_EQ(from, m_.bytes.size());
     // As much of it as there is room for, as some systems do.
-    m_.bytes.resize(std::min(to, m_.room));
+    m_.bytes.resize(static_cast<std::size_t>(std::min(to, m_.room)));
     return to <= m_.room;
   }
   bool truncate(std::uint64_t size) override {
-    m_.bytes.resize(size);
+    m_.bytes.resize(static_cast<std::size_t>(size));
     return true;
   }
   bool close() override { return true; }
@@ -101,7 +102,7 @@ TEST(GatheringFile, HoldsWhatWasWritten) {
       continue;
     }
     std::fill_n(bytes.begin(), count, static_cast<std::uint8_t>(random()));
-    if (position + count > end) expected.resize(position + count);
+    if (position + count > end) expected.resize(static_cast<std::size_t>(position + count));
     std::copy_n(bytes.begin(), count, expected.begin() + static_cast<std::ptrdiff_t>(position));
     ASSERT_EQ(file->writeAt(position, bytes.data(), count), Transfer::kDone);
   }

@@ -1,6 +1,8 @@
 // Gathers the transfers of a file. A store that loads in ascending order asks for one transfer of
 // 1024 bytes for every second record, and for each page twice, as reserve and with its content.
-// The system's calls were half of the time of such a load and three quarters of a shuffled one.
+// The system's calls were half of the time of such a load and three quarters of a shuffled one:
+// 200,000 points took 1,670 and 10,500 ns each, gathered 1,130 and 4,270. Blocks in the system's
+// large pages brought these to 1,040 and 3,270, and reading through from 400 to 295.
 #include "platform/gathering_file.h"
 
 #include <algorithm>

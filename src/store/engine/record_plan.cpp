@@ -1,6 +1,6 @@
 // Makes plans of field lists. Checking, counting and going by the letters of a list of 25 fields
-// for every record took a fifth of the time of an ascending load and two fifths of reading through;
-// comparing it with the list that a plan was made of takes 15 ns.
+// anew for every record took a sixth of the time of an ascending load (1,040 ns a record, 870 with
+// plans); comparing a list with the one that its plan was made of takes about 12.
 #include "store/engine/record_plan.h"
 
 #include <algorithm>

@@ -390,5 +390,35 @@ TEST_F(CacheTest, CrashLeavesWhatTheWriteModePromises) {
   }
 }
 
+// The native files gather transfers in mode 0, those of the tests do not: the bytes are the same.
+TEST_F(CacheTest, GatheredTransfersLeaveTheSameBytes) {
+  const TempFile other("_gathered");
+  Sample sample;
+  for (const bool gathered : {false, true}) {
+    const char* const path = gathered ? other.path() : file_.path();
+    PageCache cache;
+    Store store(cache, gathered ? platform::nativeFileSystem() : files_);
+    make(store, path, 0, 3000);
+    for (std::uint32_t n = 1; n < 3000; n += 3) {
+      const std::uint32_t key = n * 7919 % 10007;
+      if (store.find(3, &key, 4, kEqual) != kOk) continue;
+      ASSERT_EQ(store.read(sample.fields), kOk);
+      EXPECT_EQ(sample.number, key);
+      if (n % 2 == 0) {
+        ASSERT_EQ(store.remove(sample.fields), kOk);
+        continue;
+      }
+      sample.set(1, sample.number, "again", static_cast<int>(n % 700));
+      ASSERT_EQ(store.replace(sample.fields), kOk);
+    }
+    // Another mode finds everything in the file.
+    ASSERT_EQ(store.setWriteMode(3), kOk);
+    fill(store, 3001, 3300);
+    ASSERT_EQ(store.close(), kOk);
+  }
+  EXPECT_EQ(file_.bytes(), other.bytes());
+  EXPECT_EQ(findings(other.path()), "");
+}
+
 }  // namespace
 }  // namespace tavo::engine::test

@@ -121,7 +121,7 @@ TEST(PlainFields, AsTheParsers) {
     ASSERT_EQ(plain.records, blanks.records) << text.plain;
     ASSERT_EQ(numbersOf(plain.findings), numbersOf(blanks.findings)) << text.plain;
     ASSERT_EQ(plain.losses, blanks.losses) << text.plain;
-    records += plain.counts.records;
+    records += static_cast<size_t>(plain.counts.records);
   }
   EXPECT_GT(records, 100U);
 }

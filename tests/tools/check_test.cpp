@@ -102,7 +102,7 @@ TEST_F(CheckTest, RefusesWrongCalls) {
       {{"chek", "good.tvo"}, "'chek' is no verb; did you mean 'tavo check'?"},
       {{"ipmort"}, "did you mean 'tavo import'?"},
       {{"x\x9B\x1B"}, "?' is no verb; see 'tavo --help'"},
-      {{"check", "good.tvo", "--x\x9B"}, "not expected: --x?"},
+      {{"check", "good.tvo", "--x\x1B"}, "not expected: --x?"},
       {{"check"}, "FILE is required"},
       {{"check", "none.tvo"}, "cannot read 'none.tvo'"},
       {{"check", "."}, "cannot read '.'"},

@@ -99,7 +99,7 @@ void printField(const tavo_schema_field& field, size_t place) {
     case TAVO_TYPE_BITS:
       return printNumber(field, place, field.width == 8 ? "uint8_t" : "uint16_t");
     case TAVO_TYPE_ENUM:
-      return printNumber(field, place, "EnumId");
+      return printNumber(field, place, "TVO_EnumId");
     case TAVO_TYPE_DATE_TIME:
       std::printf("  std::optional<Time> %s() const { return time(%u); }\n", field.name,
                   field.offset);
@@ -110,7 +110,8 @@ void printField(const tavo_schema_field& field, size_t place) {
       return;
     default:
       std::printf("  std::optional<AnyValue> %s() const { return value<%s>(%zu, %u); }\n",
-                  field.name, field.type == TAVO_TYPE_DEFAULT ? "DefaultValue" : "FreeValue", place,
+                  field.name,
+                  field.type == TAVO_TYPE_DEFAULT ? "TVO_DefaultValue" : "TVO_FreeValue", place,
                   field.offset);
   }
 }

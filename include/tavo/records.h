@@ -6,9 +6,9 @@
 
 #include <stdint.h>
 
-typedef uint32_t RecordType;
-typedef uint32_t FieldId;
-typedef uint32_t EnumId;
+typedef uint32_t TVO_RecordType;
+typedef uint32_t TVO_FieldId;
+typedef uint32_t TVO_EnumId;
 
 /* Record types: for each block the columns record, then the data record. */
 enum {
@@ -418,151 +418,150 @@ enum {
 #pragma pack(push, 1)
 
 /* hundredths is the fraction of the second. A date-time with year 0 is empty. */
-typedef struct DateTime {
+typedef struct TVO_DateTime {
   int16_t year, month, day, hour, minute, second, hundredths;
-} DateTime;
+} TVO_DateTime;
 
 enum { TVO_COMMENT_SIZE = 250, TVO_COLUMNS_ROOM = 41 };
 
 /* Every columns record: comment text (left zero by the analysis; the writers write it as comment
  * lines), then the ids of the declared columns or of the items present, ended by TVO_FIELD_End. */
-typedef struct ColumnsRecord {
+typedef struct TVO_ColumnsRecord {
   char comment[TVO_COMMENT_SIZE];
-  FieldId fields[TVO_COLUMNS_ROOM];
-} ColumnsRecord;
-typedef ColumnsRecord HeaderColumns, UnitsColumns, OffsetsColumns, ProjectColumns, JobColumns;
+  TVO_FieldId fields[TVO_COLUMNS_ROOM];
+} TVO_ColumnsRecord;
 
 /* Default of an attribute: kind TVO_ENUM_TEXT (text is live), TVO_ENUM_REAL (real) or 0 (absent).
  */
-typedef struct DefaultValue {
-  EnumId kind;
+typedef struct TVO_DefaultValue {
+  TVO_EnumId kind;
   char text[41];
   double real;
-} DefaultValue;
+} TVO_DefaultValue;
 
 /* A free value: kind TVO_ENUM_TEXT, TVO_ENUM_REAL or TVO_ENUM_INT names the live member. */
-typedef struct FreeValue {
-  EnumId kind;
+typedef struct TVO_FreeValue {
+  TVO_EnumId kind;
   char text[127];
   double real;
   int32_t integer;
-} FreeValue;
+} TVO_FreeValue;
 
 /* One named value of a time-tagged code; kind as in FreeValue. */
-typedef struct TimeTaggedEntry {
+typedef struct TVO_TimeTaggedEntry {
   char name[31];
-  EnumId kind;
+  TVO_EnumId kind;
   char text[31];
   double real;
   int32_t integer;
-} TimeTaggedEntry;
+} TVO_TimeTaggedEntry;
 
 /* A point of an operation, given by number, by identifier (17 characters) or by both. */
-typedef struct OperationPoint {
+typedef struct TVO_OperationPoint {
   uint32_t PointNo;
   char PointID[18];
-} OperationPoint;
+} TVO_OperationPoint;
 
 /* Type 5: HEADER items. */
-typedef struct HeaderRecord {
+typedef struct TVO_HeaderRecord {
   float VERSION;
   char SYSTEM[61], SEPARATOR, TERMINATOR;
-} HeaderRecord;
+} TVO_HeaderRecord;
 
 /* Type 6: UNITS items; a factor belongs to the user unit of the member before it. */
-typedef struct UnitsRecord {
-  EnumId ANGULAR;
+typedef struct TVO_UnitsRecord {
+  TVO_EnumId ANGULAR;
   double angularFactor;
-  EnumId LINEAR;
+  TVO_EnumId LINEAR;
   double linearFactor;
-  EnumId GEOCRD;
+  TVO_EnumId GEOCRD;
   double geographicFactor;
-  EnumId TEMP, PRESS, TIME;
-} UnitsRecord;
+  TVO_EnumId TEMP, PRESS, TIME;
+} TVO_UnitsRecord;
 
 /* Type 7: OFFSETS items, metres. */
-typedef struct OffsetsRecord {
+typedef struct TVO_OffsetsRecord {
   double EAST, NORTH, ELEVATION;
-} OffsetsRecord;
+} TVO_OffsetsRecord;
 
 /* Type 8: PROJECT items. */
-typedef struct ProjectRecord {
+typedef struct TVO_ProjectRecord {
   char NAME[61], FIELD_DATE[61];
-  DateTime CREATION_DATE;
+  TVO_DateTime CREATION_DATE;
   char FIELD_PARTY[61], OPERATOR[61], CLIENT[61], ADDRESS[61], CITY[61], MAPREF[61], REFERENCE[61],
       DESCRIPTION[61];
-} ProjectRecord;
+} TVO_ProjectRecord;
 
 /* Type 16: SUBJECTS. */
-typedef struct SubjectRecord {
+typedef struct TVO_SubjectRecord {
   uint16_t SubjectNo;
   char Name[31];
-} SubjectRecord;
+} TVO_SubjectRecord;
 
 /* Type 17: LAYERS. */
-typedef struct LayerRecord {
+typedef struct TVO_LayerRecord {
   uint16_t LayerNo;
   char Name[31];
   uint8_t Flags;
-} LayerRecord;
+} TVO_LayerRecord;
 
 /* Type 18: SUBJECT_LAYER_LIST. */
-typedef struct SubjectLayerRecord {
+typedef struct TVO_SubjectLayerRecord {
   uint16_t SubjectNo, LayerNo;
-} SubjectLayerRecord;
+} TVO_SubjectLayerRecord;
 
 /* Type 19: CHOICELIST. */
-typedef struct ChoiceRecord {
+typedef struct TVO_ChoiceRecord {
   uint16_t ListNo;
   char Element[31];
-} ChoiceRecord;
+} TVO_ChoiceRecord;
 
 /* Type 20: CODELIST items. */
-typedef struct CodeListRecord {
+typedef struct TVO_CodeListRecord {
   char NAME[31], AUTHOR[61];
-  DateTime DATE;
+  TVO_DateTime DATE;
   uint16_t TEMPLATE_ID;
-} CodeListRecord;
+} TVO_CodeListRecord;
 
 /* Type 21: CODES. */
-typedef struct CodeRecord {
+typedef struct TVO_CodeRecord {
   uint16_t CodeNo;
   char Code[9], Name[31];
-  EnumId OBJTYPE;
+  TVO_EnumId OBJTYPE;
   uint16_t LayerNo, Shortcut;
-} CodeRecord;
+} TVO_CodeRecord;
 
 /* Type 22: ATTRIBUTES. */
-typedef struct AttributeRecord {
+typedef struct TVO_AttributeRecord {
   char Attribute[31];
-  EnumId DATATYPE;
+  TVO_EnumId DATATYPE;
   uint16_t CodeNo;
   char Code[9];
   uint16_t ListNo;
-  EnumId MANDATORY, HIDDEN, HIDEALWAYS;
-  DefaultValue Default;
+  TVO_EnumId MANDATORY, HIDDEN, HIDEALWAYS;
+  TVO_DefaultValue Default;
   double RangeLow, RangeHigh;
-} AttributeRecord;
+} TVO_AttributeRecord;
 
 /* Type 33: JOBS. */
-typedef struct JobRecord {
+typedef struct TVO_JobRecord {
   uint16_t JobNo;
   char Name[31], Operator[61], FieldParty[61];
-  DateTime Date;
+  TVO_DateTime Date;
   float TimeZone;
-} JobRecord;
+} TVO_JobRecord;
 
 /* Type 34: POINTS. */
-typedef struct PointRecord {
+typedef struct TVO_PointRecord {
   uint32_t PointNo;
   char PointID[17];
   uint16_t JobNo;
   uint8_t SYS;
-  EnumId CLASS;
+  TVO_EnumId CLASS;
   double East, North, Elevation, Longitude, Latitude, EllHeight, X, Y, Z;
   uint16_t PrjSetNo, CodeNo;
   char Code[9], Description[31];
-  DateTime Date;
+  TVO_DateTime Date;
   uint32_t Color;
   uint16_t LayerNo, SymNo1, SymNo2;
   float SymDim1, SymDim2, SymDir;
@@ -571,26 +570,26 @@ typedef struct PointRecord {
   uint8_t SourceXY, SourceZ;
   float Geoid;
   uint16_t Flags;
-} PointRecord;
+} TVO_PointRecord;
 
 /* Type 35: PNT_ACCURACY. */
-typedef struct PointAccuracyRecord {
+typedef struct TVO_PointAccuracyRecord {
   uint32_t PointNo;
   char PointID[17];
   float Mo;
   double A11, A12, A13, A22, A23, A33;
-} PointAccuracyRecord;
+} TVO_PointAccuracyRecord;
 
 /* Types 36, 39, 42: THEMINFO in POINTS, LINES, POLYGONS; OwnerNo is PointNo, LineNo or PolygonNo,
  * whichever column was given. */
-typedef struct ThemInfoRecord {
+typedef struct TVO_ThemInfoRecord {
   uint32_t OwnerNo;
   char PointID[17], Attribute[31];
-  FreeValue Value;
-} ThemInfoRecord;
+  TVO_FreeValue Value;
+} TVO_ThemInfoRecord;
 
 /* Type 37: LINES. */
-typedef struct LineRecord {
+typedef struct TVO_LineRecord {
   uint32_t LineNo;
   char LineID[17];
   uint16_t JobNo, CodeNo;
@@ -599,19 +598,19 @@ typedef struct LineRecord {
   uint16_t LayerNo, LineStyle;
   uint8_t DistType, BrgRoundNo, DistRoundNo, CurveFactor;
   uint16_t ExagFactor, Flags1, Flags2;
-} LineRecord;
+} TVO_LineRecord;
 
 /* Types 38, 41: EDGES in LINES, POLYGONS. */
-typedef struct EdgeRecord {
+typedef struct TVO_EdgeRecord {
   uint32_t LineNo, PolygonNo, StartPt;
   char StartPtID[17];
   uint32_t EndPt;
   char EndPtID[17];
-  EnumId LINETYPE;
-} EdgeRecord;
+  TVO_EnumId LINETYPE;
+} TVO_EdgeRecord;
 
 /* Type 40: POLYGONS. */
-typedef struct PolygonRecord {
+typedef struct TVO_PolygonRecord {
   uint32_t PolygonNo;
   char PolygonID[17];
   uint16_t JobNo, CodeNo;
@@ -627,301 +626,364 @@ typedef struct PolygonRecord {
   float SymDim1, SymDim2, SymDir, SymSpace, EdgeLength;
   uint8_t AngleRoundNo, AreaRoundNo;
   uint16_t Flags;
-} PolygonRecord;
+} TVO_PolygonRecord;
 
 /* Type 44: ELEMENTS in METEO. */
-typedef struct ElementsRecord {
+typedef struct TVO_ElementsRecord {
   uint32_t StnNo;
   char StnID[17];
-  DateTime Date;
+  TVO_DateTime Date;
   float WetTemp, DryTemp, AtmPress, RefCoeff;
   char Note[31];
-} ElementsRecord;
+} TVO_ElementsRecord;
 
 /* Type 50: INSTRUMENTS. */
-typedef struct InstrumentRecord {
+typedef struct TVO_InstrumentRecord {
   char Name[31];
   uint32_t TheoNo, EDMNo;
-} InstrumentRecord;
+} TVO_InstrumentRecord;
 
 /* Type 51: CONFIGS; angles in radians, AddConst in metres. */
-typedef struct ConfigRecord {
+typedef struct TVO_ConfigRecord {
   uint16_t CfgNo;
   char InstrName[31];
-  DateTime Date;
+  TVO_DateTime Date;
   float AddConst;
   double Collimation, TiltAxis, Index;
-} ConfigRecord;
+} TVO_ConfigRecord;
 
 /* Type 52: APRIORI_ERRORS; angles in radians, lengths in metres. */
-typedef struct AprioriErrorRecord {
+typedef struct TVO_AprioriErrorRecord {
   uint16_t CfgNo;
   double Hz, Vz;
   float SDist, InstrHt, RefHt;
-} AprioriErrorRecord;
+} TVO_AprioriErrorRecord;
 
 /* Type 53: SETUP items; INST_HT in metres. No item sets Date, it stays zero. */
-typedef struct SetupRecord {
+typedef struct TVO_SetupRecord {
   uint32_t STN_NO;
   char STN_ID[17];
   float INST_HT;
-  DateTime Date;
-} SetupRecord;
+  TVO_DateTime Date;
+} TVO_SetupRecord;
 
 /* Type 54: SLOPE; angles in radians, lengths in metres. */
-typedef struct SlopeRecord {
+typedef struct TVO_SlopeRecord {
   uint32_t TgtNo;
   char TgtID[17];
   double Hz, Vz, SDist;
   float RefHt, Ppm;
   double Ori;
   uint16_t CfgNo;
-  DateTime Date;
+  TVO_DateTime Date;
   float OffsetUp, OffsetRight, OffsetAway;
   double InclinLength, InclinCross;
   uint8_t ApplType, Flags;
   char Note[31];
-} SlopeRecord;
+} TVO_SlopeRecord;
 
 /* Type 56: OPERATIONS, the operation. */
-typedef struct OperationRecord {
+typedef struct TVO_OperationRecord {
   uint32_t Operation;
-} OperationRecord;
+} TVO_OperationRecord;
 
 /* Type 57: OPERATIONS, its points in line order; unused slots are zero. */
-typedef struct OperationPointsRecord {
-  OperationPoint points[10];
-} OperationPointsRecord;
+typedef struct TVO_OperationPointsRecord {
+  TVO_OperationPoint points[10];
+} TVO_OperationPointsRecord;
 
 /* Types 59, 62, 63: ANNOTATIONS in POINTS, LINES, POLYGONS. */
-typedef struct AnnotationRecord {
+typedef struct TVO_AnnotationRecord {
   uint32_t PointNo;
   char PointID[17];
   uint32_t LineNo, PolygonNo;
-  EnumId TYPE;
+  TVO_EnumId TYPE;
   char Annotation[61];
-} AnnotationRecord;
+} TVO_AnnotationRecord;
 
 /* Type 77: ELLIPSOIDS. */
-typedef struct EllipsoidRecord {
+typedef struct TVO_EllipsoidRecord {
   uint16_t EllipsoidNo;
   char Name[31];
   double A, F;
-  DateTime Date;
-} EllipsoidRecord;
+  TVO_DateTime Date;
+} TVO_EllipsoidRecord;
 
 /* Type 78: UTM; latitudes and longitudes in radians, Geoid and false origins in metres. */
-typedef struct UtmRecord {
+typedef struct TVO_UtmRecord {
   uint16_t MapPrjNo;
   char Name[31];
-  DateTime Date;
+  TVO_DateTime Date;
   uint8_t Flags;
   double MinLat, MaxLat, MinLong, MaxLong;
   float Geoid;
   uint16_t ZoneNo;
-  EnumId HEMISPHERE;
-} UtmRecord;
+  TVO_EnumId HEMISPHERE;
+} TVO_UtmRecord;
 
 /* Type 79: LAMBERT; latitudes and longitudes in radians, Geoid and false origins in metres.
  * LAMPRJ_TYPE is never kept, it stays zero. */
-typedef struct LambertRecord {
+typedef struct TVO_LambertRecord {
   uint16_t MapPrjNo;
   char Name[31];
-  DateTime Date;
+  TVO_DateTime Date;
   uint8_t Flags;
   double MinLat, MaxLat, MinLong, MaxLong;
   float Geoid;
   double FalseEast, FalseNorth, OriginLat, OriginLong, PhiNorth, PhiSouth;
-  EnumId HEMISPHERE, LAMPRJ_TYPE;
-} LambertRecord;
+  TVO_EnumId HEMISPHERE, LAMPRJ_TYPE;
+} TVO_LambertRecord;
 
 /* Type 80: MERCATOR; latitudes and longitudes in radians, Geoid and false origins in metres.
  * MERCPRJ_TYPE is never kept, it stays zero. */
-typedef struct MercatorRecord {
+typedef struct TVO_MercatorRecord {
   uint16_t MapPrjNo;
   char Name[31];
-  DateTime Date;
+  TVO_DateTime Date;
   uint8_t Flags;
   double MinLat, MaxLat, MinLong, MaxLong;
   float Geoid;
   double FalseEast, FalseNorth, OriginLat, OriginLong, Scale, ZoneWidth;
-  EnumId HEMISPHERE, MERCPRJ_TYPE;
-} MercatorRecord;
+  TVO_EnumId HEMISPHERE, MERCPRJ_TYPE;
+} TVO_MercatorRecord;
 
 /* Type 81: OBLIQUE_MERCATOR; latitudes and longitudes in radians, Geoid and false origins in
  * metres. */
-typedef struct ObliqueMercatorRecord {
+typedef struct TVO_ObliqueMercatorRecord {
   uint16_t MapPrjNo;
   char Name[31];
-  DateTime Date;
+  TVO_DateTime Date;
   uint8_t Flags;
   double MinLat, MaxLat, MinLong, MaxLong;
   float Geoid;
   double FalseEast, FalseNorth, OriginLat, OriginLong, Scale, SkewAxis;
-  EnumId HEMISPHERE, ANGLETYPE;
-} ObliqueMercatorRecord;
+  TVO_EnumId HEMISPHERE, ANGLETYPE;
+} TVO_ObliqueMercatorRecord;
 
 /* Types 82, 105: DOUBLE_STEREOGRAPHIC, POLAR_STEREOGRAPHIC; latitudes and longitudes in radians,
  * Geoid and false origins in metres. */
-typedef struct StereographicRecord {
+typedef struct TVO_StereographicRecord {
   uint16_t MapPrjNo;
   char Name[31];
-  DateTime Date;
+  TVO_DateTime Date;
   uint8_t Flags;
   double MinLat, MaxLat, MinLong, MaxLong;
   float Geoid;
   double FalseEast, FalseNorth, OriginLat, OriginLong, Scale;
-  EnumId HEMISPHERE;
-} StereographicRecord;
+  TVO_EnumId HEMISPHERE;
+} TVO_StereographicRecord;
 
 /* Type 83: PLANE. */
-typedef struct PlaneRecord {
+typedef struct TVO_PlaneRecord {
   uint16_t MapPrjNo;
   char Name[31];
-  DateTime Date;
+  TVO_DateTime Date;
   uint8_t Flags;
   double Scale;
-} PlaneRecord;
+} TVO_PlaneRecord;
 
 /* Type 84: SPECIAL. */
-typedef struct SpecialRecord {
+typedef struct TVO_SpecialRecord {
   uint16_t MapPrjNo;
   char Name[31];
-  DateTime Date;
+  TVO_DateTime Date;
   uint8_t Flags;
-  EnumId SPPRJ_TYPE;
-} SpecialRecord;
+  TVO_EnumId SPPRJ_TYPE;
+} TVO_SpecialRecord;
 
 /* Type 85: APPROX1D. */
-typedef struct Approx1dRecord {
+typedef struct TVO_Approx1dRecord {
   uint16_t TrfNo;
   char Name[31];
-  DateTime Date;
+  TVO_DateTime Date;
   uint8_t Flags;
   double Xo, Yo, A, B, C;
-} Approx1dRecord;
+} TVO_Approx1dRecord;
 
 /* Type 86: AFFIN2D. */
-typedef struct Affin2dRecord {
+typedef struct TVO_Affin2dRecord {
   uint16_t TrfNo;
   char Name[31];
-  DateTime Date;
+  TVO_DateTime Date;
   uint8_t Flags;
   double Xo, Yo, A1, A2, A3, B1, B2, B3;
-} Affin2dRecord;
+} TVO_Affin2dRecord;
 
 /* Type 87: HELMERT2D. */
-typedef struct Helmert2dRecord {
+typedef struct TVO_Helmert2dRecord {
   uint16_t TrfNo;
   char Name[31];
-  DateTime Date;
+  TVO_DateTime Date;
   uint8_t Flags;
   double Xo, Yo, dX, dY, Phi, Scale;
-  EnumId MODEL;
-} Helmert2dRecord;
+  TVO_EnumId MODEL;
+} TVO_Helmert2dRecord;
 
 /* Type 88: HELMERT3D. */
-typedef struct Helmert3dRecord {
+typedef struct TVO_Helmert3dRecord {
   uint16_t TrfNo;
   char Name[31];
-  DateTime Date;
+  TVO_DateTime Date;
   uint8_t Flags;
   double Xo, Yo, Zo, dX, dY, dZ, PhiX, PhiY, PhiZ, Scale;
-  EnumId MODEL;
-} Helmert3dRecord;
+  TVO_EnumId MODEL;
+} TVO_Helmert3dRecord;
 
 /* Type 89: PROJECTION_SETS. */
-typedef struct ProjectionSetRecord {
+typedef struct TVO_ProjectionSetRecord {
   uint16_t PrjSetNo;
   char Name[31];
   uint16_t EllipsoidNo, MapPrjNo, LTrfNo, HTrfNo;
-  DateTime Date;
+  TVO_DateTime Date;
   uint8_t Flags;
-  EnumId TYPE;
-} ProjectionSetRecord;
+  TVO_EnumId TYPE;
+} TVO_ProjectionSetRecord;
 
 /* Type 91: TIME_TAGGED_CODES; entries are valid during the callback only. */
-typedef struct TimeTaggedRecord {
+typedef struct TVO_TimeTaggedRecord {
   char Code[9];
-  DateTime TimeTag;
+  TVO_DateTime TimeTag;
   uint16_t Number, EntryCount;
-  const TimeTaggedEntry* entries;
-} TimeTaggedRecord;
+  const TVO_TimeTaggedEntry* entries;
+} TVO_TimeTaggedRecord;
 
 /* Type 95: PROPERTIES. */
-typedef struct TextPropertyRecord {
+typedef struct TVO_TextPropertyRecord {
   uint16_t TextPropertyNo, Units, Color;
   float Height, Width, CharSpacing, LineSpacing;
   uint8_t Style;
   float SlantAngle, Thickness;
   char Font[51];
-} TextPropertyRecord;
+} TVO_TextPropertyRecord;
 
 /* Type 96: BOX_ON_POINT. */
-typedef struct TextBoxRecord {
+typedef struct TVO_TextBoxRecord {
   uint16_t TextBoxNo, LayerNo, Units;
   uint8_t AnchorPosition;
   uint32_t AnchorPointNo;
   float OffsetEast, OffsetNorth, OffsetElevation, HzDirection;
-} TextBoxRecord;
+} TVO_TextBoxRecord;
 
 /* Type 97: ITEMS. */
-typedef struct TextItemRecord {
+typedef struct TVO_TextItemRecord {
   uint16_t TextItemNo, TextBoxNo, TextPropertyNo, LineNo;
   char TextItem[101];
-} TextItemRecord;
+} TVO_TextItemRecord;
 
 /* Type 103: LAMBERT_WITH_SCALE; latitudes and longitudes in radians, Geoid and false origins in
  * metres. */
-typedef struct LambertWithScaleRecord {
+typedef struct TVO_LambertWithScaleRecord {
   uint16_t MapPrjNo;
   char Name[31];
-  DateTime Date;
+  TVO_DateTime Date;
   uint8_t Flags;
   double MinLat, MaxLat, MinLong, MaxLong;
   float Geoid;
   double FalseEast, FalseNorth, OriginLat, OriginLong, Phi, Scale;
-  EnumId HEMISPHERE;
-} LambertWithScaleRecord;
+  TVO_EnumId HEMISPHERE;
+} TVO_LambertWithScaleRecord;
 
 /* Type 104: MERCATOR_2; latitudes and longitudes in radians, Geoid and false origins in metres.
  * */
-typedef struct Mercator2Record {
+typedef struct TVO_Mercator2Record {
   uint16_t MapPrjNo;
   char Name[31];
-  DateTime Date;
+  TVO_DateTime Date;
   uint8_t Flags;
   double MinLat, MaxLat, MinLong, MaxLong;
   float Geoid;
   double FalseEast, FalseNorth, OriginLong;
-  EnumId HEMISPHERE;
-} Mercator2Record;
+  TVO_EnumId HEMISPHERE;
+} TVO_Mercator2Record;
 
 /* Type 106: RSO; latitudes and longitudes in radians, Geoid and false origins in metres. */
-typedef struct RsoRecord {
+typedef struct TVO_RsoRecord {
   uint16_t MapPrjNo;
   char Name[31];
-  DateTime Date;
+  TVO_DateTime Date;
   uint8_t Flags;
   double MinLat, MaxLat, MinLong, MaxLong;
   float Geoid;
   double FalseEast, FalseNorth, OriginLat, OriginLong, SkewAxis, Scale;
-  EnumId RECTIFYTYPE, ANGLETYPE, HEMISPHERE;
-} RsoRecord;
+  TVO_EnumId RECTIFYTYPE, ANGLETYPE, HEMISPHERE;
+} TVO_RsoRecord;
 
 /* Type 107: CASSINI_SOLDNER; latitudes and longitudes in radians, Geoid and false origins in
  * metres. */
-typedef struct CassiniSoldnerRecord {
+typedef struct TVO_CassiniSoldnerRecord {
   uint16_t MapPrjNo;
   char Name[31];
-  DateTime Date;
+  TVO_DateTime Date;
   uint8_t Flags;
   double MinLat, MaxLat, MinLong, MaxLong;
   float Geoid;
   double FalseEast, FalseNorth, OriginLat, OriginLong;
-  EnumId HEMISPHERE;
-} CassiniSoldnerRecord;
+  TVO_EnumId HEMISPHERE;
+} TVO_CassiniSoldnerRecord;
 
 #pragma pack(pop)
+
+/* The names without their prefix. A host that has a DateTime, say, of its own defines
+ * TAVO_NO_SHORT_NAMES before it includes a header of ours, and uses the prefixed ones. */
+#if !defined(TAVO_NO_SHORT_NAMES)
+typedef TVO_RecordType RecordType;
+typedef TVO_FieldId FieldId;
+typedef TVO_EnumId EnumId;
+typedef TVO_DateTime DateTime;
+typedef TVO_ColumnsRecord ColumnsRecord;
+typedef TVO_ColumnsRecord HeaderColumns, UnitsColumns, OffsetsColumns, ProjectColumns, JobColumns;
+typedef TVO_DefaultValue DefaultValue;
+typedef TVO_FreeValue FreeValue;
+typedef TVO_TimeTaggedEntry TimeTaggedEntry;
+typedef TVO_OperationPoint OperationPoint;
+typedef TVO_HeaderRecord HeaderRecord;
+typedef TVO_UnitsRecord UnitsRecord;
+typedef TVO_OffsetsRecord OffsetsRecord;
+typedef TVO_ProjectRecord ProjectRecord;
+typedef TVO_SubjectRecord SubjectRecord;
+typedef TVO_LayerRecord LayerRecord;
+typedef TVO_SubjectLayerRecord SubjectLayerRecord;
+typedef TVO_ChoiceRecord ChoiceRecord;
+typedef TVO_CodeListRecord CodeListRecord;
+typedef TVO_CodeRecord CodeRecord;
+typedef TVO_AttributeRecord AttributeRecord;
+typedef TVO_JobRecord JobRecord;
+typedef TVO_PointRecord PointRecord;
+typedef TVO_PointAccuracyRecord PointAccuracyRecord;
+typedef TVO_ThemInfoRecord ThemInfoRecord;
+typedef TVO_LineRecord LineRecord;
+typedef TVO_EdgeRecord EdgeRecord;
+typedef TVO_PolygonRecord PolygonRecord;
+typedef TVO_ElementsRecord ElementsRecord;
+typedef TVO_InstrumentRecord InstrumentRecord;
+typedef TVO_ConfigRecord ConfigRecord;
+typedef TVO_AprioriErrorRecord AprioriErrorRecord;
+typedef TVO_SetupRecord SetupRecord;
+typedef TVO_SlopeRecord SlopeRecord;
+typedef TVO_OperationRecord OperationRecord;
+typedef TVO_OperationPointsRecord OperationPointsRecord;
+typedef TVO_AnnotationRecord AnnotationRecord;
+typedef TVO_EllipsoidRecord EllipsoidRecord;
+typedef TVO_UtmRecord UtmRecord;
+typedef TVO_LambertRecord LambertRecord;
+typedef TVO_MercatorRecord MercatorRecord;
+typedef TVO_ObliqueMercatorRecord ObliqueMercatorRecord;
+typedef TVO_StereographicRecord StereographicRecord;
+typedef TVO_PlaneRecord PlaneRecord;
+typedef TVO_SpecialRecord SpecialRecord;
+typedef TVO_Approx1dRecord Approx1dRecord;
+typedef TVO_Affin2dRecord Affin2dRecord;
+typedef TVO_Helmert2dRecord Helmert2dRecord;
+typedef TVO_Helmert3dRecord Helmert3dRecord;
+typedef TVO_ProjectionSetRecord ProjectionSetRecord;
+typedef TVO_TimeTaggedRecord TimeTaggedRecord;
+typedef TVO_TextPropertyRecord TextPropertyRecord;
+typedef TVO_TextBoxRecord TextBoxRecord;
+typedef TVO_TextItemRecord TextItemRecord;
+typedef TVO_LambertWithScaleRecord LambertWithScaleRecord;
+typedef TVO_Mercator2Record Mercator2Record;
+typedef TVO_RsoRecord RsoRecord;
+typedef TVO_CassiniSoldnerRecord CassiniSoldnerRecord;
+#endif
 
 #endif /* TAVO_RECORDS_H */

@@ -269,7 +269,7 @@ typedef struct tavo_records {
 
 /* Units and offsets in force. */
 typedef struct tavo_units {
-  EnumId angular, linear, geographic, temperature, pressure, date_order;
+  TVO_EnumId angular, linear, geographic, temperature, pressure, date_order;
   double angular_factor, linear_factor, geographic_factor; /* of user units, else 1 */
   double offset_east, offset_north, offset_elevation;      /* metres */
 } tavo_units;
@@ -283,7 +283,7 @@ typedef struct tavo_block {
   size_t first; /* place of its first record among those of data_type */
   size_t count;
   const void* columns_record; /* of TIME_TAGGED_CODES one that lists nothing */
-  const FieldId* columns;     /* declared fields, in their order */
+  const TVO_FieldId* columns; /* declared fields, in their order */
   size_t column_count;
   uint32_t continued; /* 1: goes on with the columns of an earlier block */
   uint64_t line;      /* of its keyword; where it goes on, or lines have a fixed layout, of its
@@ -498,7 +498,7 @@ typedef struct tavo_schema_block {
 } tavo_schema_block;
 
 typedef struct tavo_schema_field {
-  FieldId id;
+  TVO_FieldId id;
   const char* name; /* as a column definition or item line names it; of a hidden one the member's */
   uint32_t type;
   uint32_t width;  /* of a text its room with the end mark, of a bit field its bits, else 0 */
@@ -513,7 +513,7 @@ typedef struct tavo_schema_field {
 
 /* One enumeration keyword and its number. */
 typedef struct tavo_schema_value {
-  EnumId id;
+  TVO_EnumId id;
   const char* name;
 } tavo_schema_value;
 
@@ -543,12 +543,12 @@ TAVO_API const tavo_schema_message* tavo_schema_message_at(size_t index);
 /* The block that delivers a record type (columns or data; of several blocks the first), or null. */
 TAVO_API const tavo_schema_block* tavo_schema_block_of(uint32_t record_type);
 /* Name of an enumeration number, "UNKNOWN" for one that is not there. */
-TAVO_API const char* tavo_schema_value_name(EnumId id);
+TAVO_API const char* tavo_schema_value_name(TVO_EnumId id);
 /* The first block with a keyword, or null. */
 TAVO_API const tavo_schema_block* tavo_schema_block_named(const char* keyword);
 /* Name of a column in the definition lines of a block, or null; of MERCATOR_2 these are those of
  * MERCATOR. */
-TAVO_API const char* tavo_schema_column_name(const tavo_schema_block* block, FieldId id);
+TAVO_API const char* tavo_schema_column_name(const tavo_schema_block* block, TVO_FieldId id);
 /* The row of a finding's number, or null. */
 TAVO_API const tavo_schema_message* tavo_schema_message_of(uint32_t number);
 /* Bytes of a record type's packed structure, 0 for a type that is not used. */

@@ -46,13 +46,13 @@ inline void check(tavo_status status) {
 }
 
 inline std::string_view version() { return tavo_version(); }
-inline std::string_view name(EnumId value) { return tavo_schema_value_name(value); }
+inline std::string_view name(TVO_EnumId value) { return tavo_schema_value_name(value); }
 
 // A time as the format keeps it, without a zone.
 using Time = std::chrono::local_time<std::chrono::duration<int64_t, std::centi>>;
 
 // The time of a date-time; none for an empty one and for one that no calendar has.
-inline std::optional<Time> timeOf(const DateTime& date) {
+inline std::optional<Time> timeOf(const TVO_DateTime& date) {
   using namespace std::chrono;
   const year_month_day day{year{date.year}, month{static_cast<unsigned>(date.month)},
                            std::chrono::day{static_cast<unsigned>(date.day)}};
@@ -100,8 +100,8 @@ class Record {
     if (!has(place)) return std::nullopt;
     return textAt(offset, width);
   }
-  std::optional<Time> time(size_t offset) const { return timeOf(member<DateTime>(offset)); }
-  // DefaultValue, FreeValue or TimeTaggedEntry at the offset.
+  std::optional<Time> time(size_t offset) const { return timeOf(member<TVO_DateTime>(offset)); }
+  // TVO_DefaultValue, TVO_FreeValue or TVO_TimeTaggedEntry at the offset.
   template <class Packed>
   std::optional<AnyValue> value(unsigned place, size_t offset) const {
     if (!has(place)) return std::nullopt;
@@ -126,7 +126,7 @@ class Operation : public Record {
  public:
   static constexpr uint32_t kType = TVO_RECORD_OPERATIONS;
   using Record::Record;
-  uint32_t number() const { return member<uint32_t>(offsetof(OperationRecord, Operation)); }
+  uint32_t number() const { return member<uint32_t>(offsetof(TVO_OperationRecord, Operation)); }
 };
 
 class OperationPoints : public Record {
@@ -139,9 +139,10 @@ class OperationPoints : public Record {
   };
   // The n-th of ten; those that are not used have number 0 and no identifier.
   Point point(size_t n) const {
-    const size_t at = n * sizeof(OperationPoint);
-    return {member<uint32_t>(at + offsetof(OperationPoint, PointNo)),
-            textAt(at + offsetof(OperationPoint, PointID), sizeof(OperationPoint::PointID))};
+    const size_t at = n * sizeof(TVO_OperationPoint);
+    return {
+        member<uint32_t>(at + offsetof(TVO_OperationPoint, PointNo)),
+        textAt(at + offsetof(TVO_OperationPoint, PointID), sizeof(TVO_OperationPoint::PointID))};
   }
 };
 
@@ -150,19 +151,20 @@ class TimeTaggedCode : public Record {
   static constexpr uint32_t kType = TVO_RECORD_TIME_TAGGED_CODES;
   using Record::Record;
   std::string_view code() const {
-    return textAt(offsetof(TimeTaggedRecord, Code), sizeof(TimeTaggedRecord::Code));
+    return textAt(offsetof(TVO_TimeTaggedRecord, Code), sizeof(TVO_TimeTaggedRecord::Code));
   }
-  std::optional<Time> time() const { return Record::time(offsetof(TimeTaggedRecord, TimeTag)); }
-  uint16_t number() const { return member<uint16_t>(offsetof(TimeTaggedRecord, Number)); }
-  size_t size() const { return member<uint16_t>(offsetof(TimeTaggedRecord, EntryCount)); }
+  std::optional<Time> time() const { return Record::time(offsetof(TVO_TimeTaggedRecord, TimeTag)); }
+  uint16_t number() const { return member<uint16_t>(offsetof(TVO_TimeTaggedRecord, Number)); }
+  size_t size() const { return member<uint16_t>(offsetof(TVO_TimeTaggedRecord, EntryCount)); }
   std::string_view name(size_t entry) const { return view(entry).textAt(0, 31); }
   std::optional<AnyValue> value(size_t entry) const {
-    return view(entry).Record::value<TimeTaggedEntry>(0, 0);
+    return view(entry).Record::value<TVO_TimeTaggedEntry>(0, 0);
   }
 
  private:
   TimeTaggedCode view(size_t entry) const {
-    const auto* const entries = member<const TimeTaggedEntry*>(offsetof(TimeTaggedRecord, entries));
+    const auto* const entries =
+        member<const TVO_TimeTaggedEntry*>(offsetof(TVO_TimeTaggedRecord, entries));
     return {entries + entry, line(), TAVO_GIVEN_UNKNOWN};
   }
 };

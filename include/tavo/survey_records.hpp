@@ -23,12 +23,12 @@ class Units : public Record {
  public:
   static constexpr uint32_t kType = 6;
   using Record::Record;
-  std::optional<EnumId> ANGULAR() const { return number<EnumId>(0, 0); }
-  std::optional<EnumId> LINEAR() const { return number<EnumId>(1, 12); }
-  std::optional<EnumId> GEOCRD() const { return number<EnumId>(2, 24); }
-  std::optional<EnumId> TEMP() const { return number<EnumId>(3, 36); }
-  std::optional<EnumId> PRESS() const { return number<EnumId>(4, 40); }
-  std::optional<EnumId> TIME() const { return number<EnumId>(5, 44); }
+  std::optional<TVO_EnumId> ANGULAR() const { return number<TVO_EnumId>(0, 0); }
+  std::optional<TVO_EnumId> LINEAR() const { return number<TVO_EnumId>(1, 12); }
+  std::optional<TVO_EnumId> GEOCRD() const { return number<TVO_EnumId>(2, 24); }
+  std::optional<TVO_EnumId> TEMP() const { return number<TVO_EnumId>(3, 36); }
+  std::optional<TVO_EnumId> PRESS() const { return number<TVO_EnumId>(4, 40); }
+  std::optional<TVO_EnumId> TIME() const { return number<TVO_EnumId>(5, 44); }
   double angularFactor() const { return member<double>(4); }
   double linearFactor() const { return member<double>(16); }
   double geographicFactor() const { return member<double>(28); }
@@ -118,7 +118,7 @@ class CodeEntry : public Record {
   std::optional<uint16_t> CodeNo() const { return number<uint16_t>(0, 0); }
   std::optional<std::string_view> Code() const { return text(1, 2, 9); }
   std::optional<std::string_view> Name() const { return text(2, 11, 31); }
-  std::optional<EnumId> OBJTYPE() const { return number<EnumId>(3, 42); }
+  std::optional<TVO_EnumId> OBJTYPE() const { return number<TVO_EnumId>(3, 42); }
   std::optional<uint16_t> LayerNo() const { return number<uint16_t>(4, 46); }
   std::optional<uint16_t> Shortcut() const { return number<uint16_t>(5, 48); }
 };
@@ -129,14 +129,14 @@ class AttributeEntry : public Record {
   static constexpr uint32_t kType = 22;
   using Record::Record;
   std::optional<std::string_view> Attribute() const { return text(0, 0, 31); }
-  std::optional<EnumId> DATATYPE() const { return number<EnumId>(1, 31); }
+  std::optional<TVO_EnumId> DATATYPE() const { return number<TVO_EnumId>(1, 31); }
   std::optional<uint16_t> CodeNo() const { return number<uint16_t>(2, 35); }
   std::optional<std::string_view> Code() const { return text(3, 37, 9); }
   std::optional<uint16_t> ListNo() const { return number<uint16_t>(4, 46); }
-  std::optional<EnumId> MANDATORY() const { return number<EnumId>(5, 48); }
-  std::optional<EnumId> HIDDEN() const { return number<EnumId>(6, 52); }
-  std::optional<EnumId> HIDEALWAYS() const { return number<EnumId>(7, 56); }
-  std::optional<AnyValue> Default() const { return value<DefaultValue>(8, 60); }
+  std::optional<TVO_EnumId> MANDATORY() const { return number<TVO_EnumId>(5, 48); }
+  std::optional<TVO_EnumId> HIDDEN() const { return number<TVO_EnumId>(6, 52); }
+  std::optional<TVO_EnumId> HIDEALWAYS() const { return number<TVO_EnumId>(7, 56); }
+  std::optional<AnyValue> Default() const { return value<TVO_DefaultValue>(8, 60); }
   std::optional<double> RangeLow() const { return number<double>(9, 113); }
   std::optional<double> RangeHigh() const { return number<double>(10, 121); }
 };
@@ -168,7 +168,7 @@ class Utm : public Record {
   std::optional<double> MaxLong() const { return number<double>(7, 72); }
   std::optional<float> Geoid() const { return number<float>(8, 80); }
   std::optional<uint16_t> ZoneNo() const { return number<uint16_t>(9, 84); }
-  std::optional<EnumId> HEMISPHERE() const { return number<EnumId>(10, 86); }
+  std::optional<TVO_EnumId> HEMISPHERE() const { return number<TVO_EnumId>(10, 86); }
 };
 
 // LAMBERT in MAPPRJ_PARAMS.
@@ -191,7 +191,7 @@ class Lambert : public Record {
   std::optional<double> OriginLong() const { return number<double>(12, 108); }
   std::optional<double> PhiNorth() const { return number<double>(13, 116); }
   std::optional<double> PhiSouth() const { return number<double>(14, 124); }
-  std::optional<EnumId> HEMISPHERE() const { return number<EnumId>(15, 132); }
+  std::optional<TVO_EnumId> HEMISPHERE() const { return number<TVO_EnumId>(15, 132); }
 };
 
 // LAMBERT_WITH_SCALE in MAPPRJ_PARAMS.
@@ -214,7 +214,7 @@ class LambertWithScale : public Record {
   std::optional<double> OriginLong() const { return number<double>(12, 108); }
   std::optional<double> Phi() const { return number<double>(13, 116); }
   std::optional<double> Scale() const { return number<double>(14, 124); }
-  std::optional<EnumId> HEMISPHERE() const { return number<EnumId>(15, 132); }
+  std::optional<TVO_EnumId> HEMISPHERE() const { return number<TVO_EnumId>(15, 132); }
 };
 
 // MERCATOR in MAPPRJ_PARAMS.
@@ -237,7 +237,7 @@ class Mercator : public Record {
   std::optional<double> OriginLong() const { return number<double>(12, 108); }
   std::optional<double> Scale() const { return number<double>(13, 116); }
   std::optional<double> ZoneWidth() const { return number<double>(14, 124); }
-  std::optional<EnumId> HEMISPHERE() const { return number<EnumId>(15, 132); }
+  std::optional<TVO_EnumId> HEMISPHERE() const { return number<TVO_EnumId>(15, 132); }
 };
 
 // MERCATOR_2 in MAPPRJ_PARAMS.
@@ -257,7 +257,7 @@ class Mercator2 : public Record {
   std::optional<double> FalseEast() const { return number<double>(9, 84); }
   std::optional<double> FalseNorth() const { return number<double>(10, 92); }
   std::optional<double> OriginLong() const { return number<double>(11, 100); }
-  std::optional<EnumId> HEMISPHERE() const { return number<EnumId>(12, 108); }
+  std::optional<TVO_EnumId> HEMISPHERE() const { return number<TVO_EnumId>(12, 108); }
 };
 
 // OBLIQUE_MERCATOR in MAPPRJ_PARAMS.
@@ -280,8 +280,8 @@ class ObliqueMercator : public Record {
   std::optional<double> OriginLong() const { return number<double>(12, 108); }
   std::optional<double> Scale() const { return number<double>(13, 116); }
   std::optional<double> SkewAxis() const { return number<double>(14, 124); }
-  std::optional<EnumId> HEMISPHERE() const { return number<EnumId>(15, 132); }
-  std::optional<EnumId> ANGLETYPE() const { return number<EnumId>(16, 136); }
+  std::optional<TVO_EnumId> HEMISPHERE() const { return number<TVO_EnumId>(15, 132); }
+  std::optional<TVO_EnumId> ANGLETYPE() const { return number<TVO_EnumId>(16, 136); }
 };
 
 // DOUBLE_STEREOGRAPHIC in MAPPRJ_PARAMS.
@@ -303,7 +303,7 @@ class DoubleStereographic : public Record {
   std::optional<double> OriginLat() const { return number<double>(11, 100); }
   std::optional<double> OriginLong() const { return number<double>(12, 108); }
   std::optional<double> Scale() const { return number<double>(13, 116); }
-  std::optional<EnumId> HEMISPHERE() const { return number<EnumId>(14, 124); }
+  std::optional<TVO_EnumId> HEMISPHERE() const { return number<TVO_EnumId>(14, 124); }
 };
 
 // POLAR_STEREOGRAPHIC in MAPPRJ_PARAMS.
@@ -325,7 +325,7 @@ class PolarStereographic : public Record {
   std::optional<double> OriginLat() const { return number<double>(11, 100); }
   std::optional<double> OriginLong() const { return number<double>(12, 108); }
   std::optional<double> Scale() const { return number<double>(13, 116); }
-  std::optional<EnumId> HEMISPHERE() const { return number<EnumId>(14, 124); }
+  std::optional<TVO_EnumId> HEMISPHERE() const { return number<TVO_EnumId>(14, 124); }
 };
 
 // RSO in MAPPRJ_PARAMS.
@@ -348,9 +348,9 @@ class Rso : public Record {
   std::optional<double> OriginLong() const { return number<double>(12, 108); }
   std::optional<double> SkewAxis() const { return number<double>(13, 116); }
   std::optional<double> Scale() const { return number<double>(14, 124); }
-  std::optional<EnumId> RECTIFYTYPE() const { return number<EnumId>(15, 132); }
-  std::optional<EnumId> ANGLETYPE() const { return number<EnumId>(16, 136); }
-  std::optional<EnumId> HEMISPHERE() const { return number<EnumId>(17, 140); }
+  std::optional<TVO_EnumId> RECTIFYTYPE() const { return number<TVO_EnumId>(15, 132); }
+  std::optional<TVO_EnumId> ANGLETYPE() const { return number<TVO_EnumId>(16, 136); }
+  std::optional<TVO_EnumId> HEMISPHERE() const { return number<TVO_EnumId>(17, 140); }
 };
 
 // CASSINI_SOLDNER in MAPPRJ_PARAMS.
@@ -371,7 +371,7 @@ class CassiniSoldner : public Record {
   std::optional<double> FalseNorth() const { return number<double>(10, 92); }
   std::optional<double> OriginLat() const { return number<double>(11, 100); }
   std::optional<double> OriginLong() const { return number<double>(12, 108); }
-  std::optional<EnumId> HEMISPHERE() const { return number<EnumId>(13, 116); }
+  std::optional<TVO_EnumId> HEMISPHERE() const { return number<TVO_EnumId>(13, 116); }
 };
 
 // PLANE in MAPPRJ_PARAMS.
@@ -395,7 +395,7 @@ class Special : public Record {
   std::optional<std::string_view> Name() const { return text(1, 2, 31); }
   std::optional<Time> Date() const { return time(33); }
   std::optional<uint8_t> Flags() const { return number<uint8_t>(3, 47); }
-  std::optional<EnumId> SPPRJ_TYPE() const { return number<EnumId>(4, 48); }
+  std::optional<TVO_EnumId> SPPRJ_TYPE() const { return number<TVO_EnumId>(4, 48); }
 };
 
 // APPROX1D in TRANSFORM_PARAMS.
@@ -448,7 +448,7 @@ class Helmert2d : public Record {
   std::optional<double> dY() const { return number<double>(7, 72); }
   std::optional<double> Phi() const { return number<double>(8, 80); }
   std::optional<double> Scale() const { return number<double>(9, 88); }
-  std::optional<EnumId> MODEL() const { return number<EnumId>(10, 96); }
+  std::optional<TVO_EnumId> MODEL() const { return number<TVO_EnumId>(10, 96); }
 };
 
 // HELMERT3D in TRANSFORM_PARAMS.
@@ -470,7 +470,7 @@ class Helmert3d : public Record {
   std::optional<double> PhiY() const { return number<double>(11, 104); }
   std::optional<double> PhiZ() const { return number<double>(12, 112); }
   std::optional<double> Scale() const { return number<double>(13, 120); }
-  std::optional<EnumId> MODEL() const { return number<EnumId>(14, 128); }
+  std::optional<TVO_EnumId> MODEL() const { return number<TVO_EnumId>(14, 128); }
 };
 
 // PROJECTION_SETS in DEFINITIONS.
@@ -486,7 +486,7 @@ class ProjectionSet : public Record {
   std::optional<uint16_t> HTrfNo() const { return number<uint16_t>(5, 39); }
   std::optional<Time> Date() const { return time(41); }
   std::optional<uint8_t> Flags() const { return number<uint8_t>(7, 55); }
-  std::optional<EnumId> TYPE() const { return number<EnumId>(8, 56); }
+  std::optional<TVO_EnumId> TYPE() const { return number<TVO_EnumId>(8, 56); }
 };
 
 // JOBS in DATABASE.
@@ -510,7 +510,7 @@ class Point : public Record {
   std::optional<uint32_t> PointNo() const { return number<uint32_t>(0, 0); }
   std::optional<std::string_view> PointID() const { return text(1, 4, 17); }
   std::optional<uint16_t> JobNo() const { return number<uint16_t>(2, 21); }
-  std::optional<EnumId> CLASS() const { return number<EnumId>(3, 24); }
+  std::optional<TVO_EnumId> CLASS() const { return number<TVO_EnumId>(3, 24); }
   std::optional<uint8_t> SYS() const { return number<uint8_t>(4, 23); }
   std::optional<double> East() const { return number<double>(5, 28); }
   std::optional<double> North() const { return number<double>(6, 36); }
@@ -568,7 +568,7 @@ class PointTheminfo : public Record {
   std::optional<uint32_t> LineNo() const { return number<uint32_t>(2, 0); }
   std::optional<uint32_t> PolygonNo() const { return number<uint32_t>(3, 0); }
   std::optional<std::string_view> Attribute() const { return text(4, 21, 31); }
-  std::optional<AnyValue> Value() const { return value<FreeValue>(5, 52); }
+  std::optional<AnyValue> Value() const { return value<TVO_FreeValue>(5, 52); }
 };
 
 // ANNOTATIONS in POINTS.
@@ -580,7 +580,7 @@ class PointAnnotation : public Record {
   std::optional<std::string_view> PointID() const { return text(1, 4, 17); }
   std::optional<uint32_t> LineNo() const { return number<uint32_t>(2, 21); }
   std::optional<uint32_t> PolygonNo() const { return number<uint32_t>(3, 25); }
-  std::optional<EnumId> TYPE() const { return number<EnumId>(4, 29); }
+  std::optional<TVO_EnumId> TYPE() const { return number<TVO_EnumId>(4, 29); }
   std::optional<std::string_view> Annotation() const { return text(5, 33, 61); }
 };
 
@@ -618,7 +618,7 @@ class LineEdge : public Record {
   std::optional<std::string_view> StartPtID() const { return text(3, 12, 17); }
   std::optional<uint32_t> EndPt() const { return number<uint32_t>(4, 29); }
   std::optional<std::string_view> EndPtID() const { return text(5, 33, 17); }
-  std::optional<EnumId> LINETYPE() const { return number<EnumId>(6, 50); }
+  std::optional<TVO_EnumId> LINETYPE() const { return number<TVO_EnumId>(6, 50); }
 };
 
 // THEMINFO in LINES.
@@ -631,7 +631,7 @@ class LineTheminfo : public Record {
   std::optional<uint32_t> LineNo() const { return number<uint32_t>(2, 0); }
   std::optional<uint32_t> PolygonNo() const { return number<uint32_t>(3, 0); }
   std::optional<std::string_view> Attribute() const { return text(4, 21, 31); }
-  std::optional<AnyValue> Value() const { return value<FreeValue>(5, 52); }
+  std::optional<AnyValue> Value() const { return value<TVO_FreeValue>(5, 52); }
 };
 
 // ANNOTATIONS in LINES.
@@ -643,7 +643,7 @@ class LineAnnotation : public Record {
   std::optional<std::string_view> PointID() const { return text(1, 4, 17); }
   std::optional<uint32_t> LineNo() const { return number<uint32_t>(2, 21); }
   std::optional<uint32_t> PolygonNo() const { return number<uint32_t>(3, 25); }
-  std::optional<EnumId> TYPE() const { return number<EnumId>(4, 29); }
+  std::optional<TVO_EnumId> TYPE() const { return number<TVO_EnumId>(4, 29); }
   std::optional<std::string_view> Annotation() const { return text(5, 33, 61); }
 };
 
@@ -687,7 +687,7 @@ class PolygonEdge : public Record {
   std::optional<std::string_view> StartPtID() const { return text(3, 12, 17); }
   std::optional<uint32_t> EndPt() const { return number<uint32_t>(4, 29); }
   std::optional<std::string_view> EndPtID() const { return text(5, 33, 17); }
-  std::optional<EnumId> LINETYPE() const { return number<EnumId>(6, 50); }
+  std::optional<TVO_EnumId> LINETYPE() const { return number<TVO_EnumId>(6, 50); }
 };
 
 // THEMINFO in POLYGONS.
@@ -700,7 +700,7 @@ class PolygonTheminfo : public Record {
   std::optional<uint32_t> LineNo() const { return number<uint32_t>(2, 0); }
   std::optional<uint32_t> PolygonNo() const { return number<uint32_t>(3, 0); }
   std::optional<std::string_view> Attribute() const { return text(4, 21, 31); }
-  std::optional<AnyValue> Value() const { return value<FreeValue>(5, 52); }
+  std::optional<AnyValue> Value() const { return value<TVO_FreeValue>(5, 52); }
 };
 
 // ANNOTATIONS in POLYGONS.
@@ -712,7 +712,7 @@ class PolygonAnnotation : public Record {
   std::optional<std::string_view> PointID() const { return text(1, 4, 17); }
   std::optional<uint32_t> LineNo() const { return number<uint32_t>(2, 21); }
   std::optional<uint32_t> PolygonNo() const { return number<uint32_t>(3, 25); }
-  std::optional<EnumId> TYPE() const { return number<EnumId>(4, 29); }
+  std::optional<TVO_EnumId> TYPE() const { return number<TVO_EnumId>(4, 29); }
   std::optional<std::string_view> Annotation() const { return text(5, 33, 61); }
 };
 

@@ -359,9 +359,13 @@ typedef struct tavo_store_options {
   uint32_t version;
   uint32_t mode;
   uint32_t cache_pages; /* of 1024 bytes */
+  /* Path of the file's journal, at most 1023 bytes, or null for none. With one, every change is on
+   * the medium when its call returns, and one that was cut off is taken back by the next opener.
+   * All who open the file must name the same one. */
+  const char* journal;
 } tavo_store_options;
 #define TAVO_STORE_OPTIONS_INIT \
-  { 1, TAVO_STORE_OPEN, 10 }
+  { 1, TAVO_STORE_OPEN, 10, NULL }
 
 /* Lookups of tavo_store_find. */
 enum {
@@ -375,14 +379,17 @@ TAVO_API tavo_status tavo_store_open(tavo_store** out, const char* path,
                                      const tavo_store_options* options);
 /* Writes what is pending, closes the file and frees the handle, whatever the result. */
 TAVO_API tavo_status tavo_store_close(tavo_store* store);
-/* The store's own code behind the last failure (negative), or 0. */
+/* The store's own code behind the last call's failure (negative), or 0. TAVO_ENGINE_NONE: there is
+ * no such record, and nothing went wrong. */
+#define TAVO_ENGINE_NONE (-1)
 TAVO_API int32_t tavo_store_engine_code(const tavo_store* store);
 
 /* Stores a record as the current one: 0, 5 (type not storable), TVO_ERR_RECORD_TYPE,
  * TVO_ERR_DUPLICATE, TVO_ERR_WRITE, TVO_ERR_STORE with an engine code. */
 TAVO_API tavo_status tavo_store_write(tavo_store* store, uint32_t type, const void* record);
 /* Moves (TVO_CURRENT to TVO_LAST) and delivers the record, valid until the next call on the store:
- * 0, TVO_ERR_STORE (no record there), TVO_ERR_RECORD_TYPE, TVO_ERR_NO_RECORD (unreadable). */
+ * 0, TVO_ERR_STORE (engine code TAVO_ENGINE_NONE: no record there), TVO_ERR_RECORD_TYPE,
+ * TVO_ERR_NO_RECORD (unreadable). */
 TAVO_API tavo_status tavo_store_read(tavo_store* store, uint32_t move, tavo_record* record);
 /* Finds the first record of the type whose key equals that of `record` and makes it the current
  * one; `record` receives it. 0, 5, TVO_ERR_RECORD_TYPE, TVO_ERR_LOOKUP (not offered for the type),

@@ -404,10 +404,13 @@ class Store {
     kId = TAVO_BY_ID
   };
 
-  explicit Store(const std::string& path, Mode mode = Mode::kOpen, uint32_t cachePages = 10) {
+  // journal: its path, see tavo_store_options; empty: none.
+  explicit Store(const std::string& path, Mode mode = Mode::kOpen, uint32_t cachePages = 10,
+                 const std::string& journal = {}) {
     tavo_store_options options = TAVO_STORE_OPTIONS_INIT;
     options.mode = static_cast<uint32_t>(mode);
     options.cache_pages = cachePages;
+    if (!journal.empty()) options.journal = journal.c_str();
     tavo_store* store = nullptr;
     check(tavo_store_open(&store, path.c_str(), &options));
     handle_.reset(store);
@@ -422,7 +425,9 @@ class Store {
   std::optional<tavo_record> read(uint32_t move) {
     tavo_record record{};
     const tavo_status status = tavo_store_read(handle_.get(), move, &record);
-    if (status == TVO_ERR_STORE && move != TVO_CURRENT) return std::nullopt;
+    if (status == TVO_ERR_STORE && tavo_store_engine_code(handle_.get()) == TAVO_ENGINE_NONE) {
+      return std::nullopt;
+    }
     must(status);
     return record;
   }

@@ -12,19 +12,24 @@ using schema::WriteCheck;
 constexpr char kDefaultPath[] = "C:\\TMPTVODB.DAT";
 constexpr int kWriteMode = 0;  // pages stay in the cache until they are pushed out
 
-// The engine's result with its low half replaced by a code of the library. That memory ran out over
-// an open file says nothing of its records, and stays the engine's code.
-uint32_t coded(int result, uint16_t code) {
-  const bool opening = code == TVO_ERR_DATA_FILE || code == TVO_ERR_OPEN;
-  if (result == engine::kNoMemory && !opening) return static_cast<uint32_t>(result);
-  return (static_cast<uint32_t>(result) & 0xFFFF0000u) | code;
-}
+// A status with its low half replaced by a code of the library.
+uint32_t withCode(uint32_t status, uint16_t code) { return (status & 0xFFFF0000u) | code; }
 
 }  // namespace
 
 RecordStore::RecordStore(platform::FileSystem& files, unsigned buffers)
     : files_(files), cache_(buffers), file_(cache_, files), path_{}, journal_{} {
   memcpy(path_.data(), kDefaultPath, sizeof(kDefaultPath));
+}
+
+// A code of the library for the engine's result. That memory ran out over an open file says nothing
+// of its records, and stays the engine's code.
+uint32_t RecordStore::coded(int result, uint16_t code) {
+  const bool systemFailed = result == engine::kNotFound && file_.systemFailed();
+  engineCode_ = systemFailed ? int{engine::kShortRead} : result;
+  const bool opening = code == TVO_ERR_DATA_FILE || code == TVO_ERR_OPEN;
+  const auto status = static_cast<uint32_t>(result);
+  return result == engine::kNoMemory && !opening ? status : withCode(status, code);
 }
 
 engine::Options RecordStore::options() const {
@@ -80,7 +85,7 @@ uint32_t RecordStore::setDataFile(const char* path) {
   if (isOpen()) return TVO_ERR_DATA_FILE_OPEN;
   if (!takePath(path, path_)) return TVO_ERR_OPEN;
   const uint32_t status = createDefault();
-  return status == TVO_OK ? status : coded(static_cast<int>(status), TVO_ERR_OPEN);
+  return status == TVO_OK ? status : withCode(status, TVO_ERR_OPEN);
 }
 
 uint32_t RecordStore::openDataFile(const char* path, platform::Access access) {
@@ -132,7 +137,7 @@ uint32_t RecordStore::checkWrite(RecordType type, const void* record) {
 }
 
 // A search that came to no record: there is none, or nobody knows.
-uint32_t RecordStore::searchFailed(int result) const {
+uint32_t RecordStore::searchFailed(int result) {
   const bool none = result == engine::kNotFound && !file_.systemFailed();
   return coded(result, none ? TVO_ERR_NOT_FOUND : TVO_ERR_NO_RECORD);
 }

@@ -76,6 +76,10 @@ class RecordStore {
   // Number of stored records, 0 without an open file.
   uint32_t count() const { return isOpen() ? file_.recordCount() : 0; }
 
+  // The engine's result behind the code that the last failed operation gave. kNotFound is a sound
+  // "none": where a call of the system failed, kShortRead stands for it.
+  int engineCode() const { return engineCode_; }
+
   bool isOpen() const { return file_.isOpen(); }
   // Whether there is a current record, be it one that cannot be read.
   bool onRecord() const { return file_.currentRecord() != 0; }
@@ -84,7 +88,8 @@ class RecordStore {
  private:
   uint32_t openOnDemand();
   uint32_t checkWrite(RecordType type, const void* record);
-  uint32_t searchFailed(int result) const;
+  uint32_t coded(int result, uint16_t code);
+  uint32_t searchFailed(int result);
   uint32_t seek(RecordType type, const void* record, Lookup lookup);
   uint32_t scan(RecordType type, Lookup lookup);
   uint32_t currentForm(RecordType* type, RecordForm** form);
@@ -99,6 +104,7 @@ class RecordStore {
 
   Path path_;
   Path journal_;  // empty: none
+  int engineCode_ = 0;
 };
 
 }  // namespace tavo::store

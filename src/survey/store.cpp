@@ -30,7 +30,7 @@ struct tavo_store {
     if ((result & kNegative) == 0) return result;
     const uint16_t code = TVO_CODE(result);
     const bool known = code >= TVO_ERR_STORE && code <= TVO_ERR_ABORTED;
-    engineCode = known ? -1 : static_cast<int32_t>(result);
+    engineCode = known ? records.engineCode() : static_cast<int32_t>(result);
     return known ? code : tavo_status{TVO_ERR_STORE};
   }
 };
@@ -94,6 +94,7 @@ tavo_status tavo_store_open(tavo_store** out, const char* path, const tavo_store
   }
   return tavo::survey::guarded(tavo_status{TAVO_ERR_MEMORY}, [&]() -> tavo_status {
     auto handle = std::make_unique<tavo_store>(wanted.cache_pages);
+    if (!handle->records.setJournal(wanted.journal)) return TAVO_ERR_ARGUMENT;
     const tavo_status status = openStore(*handle, path, wanted.mode);
     if (status == TAVO_OK) *out = handle.release();
     return status;

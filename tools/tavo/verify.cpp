@@ -25,6 +25,7 @@ void printStatistics(const std::string& path, const store::DataFileStatistics& f
     std::printf("  note: keys are not compared with records, since not all of them can be read\n");
   }
   std::printf("  height %u, pages filled to %.1f %%\n", file.height, 100 * file.fillFactor);
+  if (file.kind == store::FileKind::kComplete) std::printf("  complete: every record in order\n");
   std::printf("  %s", counted(file.records, "record").c_str());
   if (file.freeNumbers > 0) {
     std::printf(", %s free for reuse", counted(file.freeNumbers, "number").c_str());
@@ -45,8 +46,8 @@ int verify(const std::string& dataFile) {
     return kFailed;
   }
   store::DataFileStatistics file;
-  const auto report = [&](const std::string& finding) {
-    std::printf("%s: %s\n", dataFile.c_str(), finding.c_str());
+  const auto report = [&](const store::DataFileFinding& finding) {
+    std::printf("%s: %s\n", dataFile.c_str(), finding.text.c_str());
   };
   if (const int code = store::verifyDataFile(dataFile.c_str(), report, &file); code != 0) {
     complain("reading '" + dataFile + "' failed (engine code " + std::to_string(code) + ")");

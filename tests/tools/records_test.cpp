@@ -132,7 +132,7 @@ TEST_F(RecordsTest, FormatDeclaresEveryColumnOnce) {
 
 TEST_F(RecordsTest, ImportAndBuildGiveBackWhatADataFileKeeps) {
   const std::string text = example("survey.tvo");
-  const std::string out = expectOutput(0, {"import", text, "-o", "survey.dat"});
+  const std::string out = expectOutput(0, {"import", "--compatible", text, "-o", "survey.dat"});
   EXPECT_NE(out.find("3 BOX_ON_POINT, 4 ITEMS"), std::string::npos) << out;
   EXPECT_NE(expectOutput(0, {"verify", "survey.dat"}).find("survey.dat: sound\n"),
             std::string::npos);
@@ -141,7 +141,7 @@ TEST_F(RecordsTest, ImportAndBuildGiveBackWhatADataFileKeeps) {
   EXPECT_EQ(records("built.tvo", "DATABASE/TEXT"), kept);
   EXPECT_EQ(records("survey.dat", "DATABASE/TEXT"), kept);
   // Again into the same file, but not over something else.
-  expectOutput(0, {"import", text, "-o", "survey.dat"});
+  expectOutput(0, {"import", "--compatible", text, "-o", "survey.dat"});
   EXPECT_EQ(run({"import", "built.tvo", "-o", "built.tvo"}).status, 2);
   EXPECT_EQ(run({"import", text, "-o", "built.tvo"}).status, 2);
   EXPECT_EQ(run({"import", "survey.dat", "-o", "other.dat"}).status, 2);
@@ -156,7 +156,8 @@ TEST_F(RecordsTest, ImportTellsOfErrorsAndRepeatedPoints) {
   write("twice.tvo",
         "DATABASE\nPOINTS (PointNo,East)\n1,1;\n1,2;\nx,3;\nEND POINTS\nEND DATABASE\n"
         "TIME_TAGGED_CODES\n\"A\",01-02-1999/10:20:30.5,1,\"n\",2;\nEND TIME_TAGGED_CODES\n");
-  const std::string out = expectOutput(1, {"import", "twice.tvo", "-o", "twice.dat"});
+  const std::string out =
+      expectOutput(1, {"import", "--compatible", "twice.tvo", "-o", "twice.dat"});
   EXPECT_NE(out.find("twice.tvo:5: error E2500"), std::string::npos) << out;
   EXPECT_NE(out.find("already: 1 POINTS\n"), std::string::npos) << out;
   // The data file has the code, but not the values that it points to.
@@ -169,6 +170,50 @@ TEST_F(RecordsTest, ImportTellsOfErrorsAndRepeatedPoints) {
         << result.err;
   }
   EXPECT_NE(read("built.tvo").find("1,  1.0000;"), std::string::npos) << read("built.tvo");
+}
+
+// Through a complete data file a text comes back as format writes it.
+TEST_F(RecordsTest, ImportKeepsEveryRecord) {
+  write("more.tvo",
+        read(example("all-sections.tvo")) + read(example("survey.tvo")) +
+            "TIME_TAGGED_CODES\n\"B\",01-02-1999/10:20:30.5,1,\"n\",2;\n"
+            "END TIME_TAGGED_CODES\nOPERATIONS\nCIRCLE_CENT\n1,\"a\",2,\"b\";\n"
+            "END OPERATIONS\nTIME_TAGGED_CODES\n\"C\",01-02-1999/10:20:30.5,1,\"n\",2;\n"
+            "END TIME_TAGGED_CODES\n");
+  for (const std::string& text : {example("survey.tvo"), std::string("more.tvo")}) {
+    expectOutput(0, {"import", text, "-o", "whole.dat"});
+    expectOutput(0, {"verify", "whole.dat"});
+    EXPECT_EQ(expectOutput(0, {"dump", "whole.dat"}), expectOutput(0, {"dump", text}));
+    expectOutput(0, {"build", "whole.dat", "-o", "whole.tvo"});
+    run({"format", "--force", text, "-o", "formatted.tvo"});
+    EXPECT_EQ(read("whole.tvo"), read("formatted.tvo"));
+  }
+  const ToolResult refused = run({"import", "--compatible", "more.tvo", "-o", "refused.dat"});
+  EXPECT_EQ(refused.status, 1);
+  EXPECT_NE(refused.err.find("comes again, which a compatible data file cannot"), std::string::npos)
+      << refused.err;
+  EXPECT_FALSE(exists("refused.dat"));
+}
+
+TEST_F(RecordsTest, RepairSavesWhatIsWhole) {
+  for (const char* kind : {"--overwrite", "--compatible"}) {
+    expectOutput(0, {"import", kind, example("survey.tvo"), "-o", "s.dat"});
+    const std::string dump = expectOutput(0, {"dump", "s.dat"});
+    std::string bytes = read("s.dat");
+    bytes.replace(0, 300, 300, 'x');
+    write("s.dat", bytes);
+    EXPECT_NE(expectOutput(0, {"repair", "s.dat", "-o", "new.dat"}).find("nothing is missing"),
+              std::string::npos);
+    EXPECT_EQ(expectOutput(0, {"dump", "new.dat"}), dump);
+    bytes.replace(5 * 1024, 1024, 1024, 'x');
+    write("s.dat", bytes);
+    EXPECT_NE(expectOutput(1, {"repair", "s.dat", "-o", "new.dat"}).find("  missing: "),
+              std::string::npos);
+    EXPECT_EQ(run({"repair", "new.dat", "-o", "new.dat"}).status, 2);
+    std::filesystem::remove("s.dat");
+  }
+  EXPECT_EQ(run({"repair", example("survey.tvo"), "-o", "other.dat"}).status, 2);
+  EXPECT_FALSE(exists("other.dat"));
 }
 
 TEST_F(RecordsTest, DamagedDataFilesAreFoundAndHarmless) {
@@ -191,7 +236,7 @@ TEST_F(RecordsTest, DamagedDataFilesAreFoundAndHarmless) {
 
 // The records whose pages are cut off are counted as lost; those before can be had.
 TEST_F(RecordsTest, OfADamagedDataFileWhatCanBeReadIsWrittenOnlyOnDemand) {
-  expectOutput(0, {"import", example("survey.tvo"), "-o", "survey.dat"});
+  expectOutput(0, {"import", "--compatible", example("survey.tvo"), "-o", "survey.dat"});
   write("cut.dat", read("survey.dat").substr(0, 40000));
   std::filesystem::remove("cut.tvo");
   const struct {

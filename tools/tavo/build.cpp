@@ -1,4 +1,5 @@
 // tavo build: writes the records of a data file as text.
+#include "complete_source.h"
 #include "console.h"
 #include "files.h"
 #include "stored_records.h"
@@ -21,7 +22,10 @@ int build(const BuildOptions& options) {
     return opened;
   }
   if (!output.open(options.output)) return kFailed;
-  const uint16_t status = writers::writeText(output, records, options.settings);
+  CompleteSource completed(records);
+  const uint16_t status = records.complete()
+                              ? writers::writeText(output, completed, options.settings)
+                              : writers::writeText(output, records, options.settings);
   if (status == TVO_ERR_NO_RECORD) {
     complain("'" + options.file + "' holds records that begin no section (see 'tavo dump')");
     return kFindings;

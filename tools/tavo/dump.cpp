@@ -49,7 +49,9 @@ int dumpDataFile(const DumpOptions& options) {
       opened != kSound) {
     return opened;
   }
-  RecordPrinter printer(RecordPrinter::Order::kDataFile, options.allFields);
+  RecordPrinter printer(
+      records.complete() ? RecordPrinter::Order::kText : RecordPrinter::Order::kDataFile,
+      options.allFields);
   uint32_t type = 0;
   void* record = nullptr;
   for (uint32_t mode = TVO_FIRST; records.fetch(mode, &type, &record) == TVO_OK; mode = TVO_NEXT) {

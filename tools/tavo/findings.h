@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <vector>
 
 #include "api/library.h"
@@ -72,15 +73,21 @@ struct AnalysisOptions {
 Analysis analyse(api::Library& library, InputText& text, reader::RecordSink sink,
                  const AnalysisOptions& options = {});
 
-// A sink that calls a function object (record type, record) for each record; its result as in
-// reader::RecordSink. Stops the run when the program is interrupted.
+// A sink that calls a function object for each record, with its type and bytes or with all that is
+// known of it; its result as in reader::RecordSink. Stops the run when the program is interrupted.
 template <class Function>
 reader::RecordSink sinkOf(Function& function) {
+  constexpr bool kWhole = std::is_invocable_v<Function&, const reader::DeliveredRecord&>;
   return {[](void* context, const reader::DeliveredRecord& record) -> uint32_t {
             if (interrupted()) return TVO_ERR_ABORTED;
-            return (*static_cast<Function*>(context))(record.type, record.bytes);
+            Function& take = *static_cast<Function*>(context);
+            if constexpr (kWhole) {
+              return take(record);
+            } else {
+              return take(record.type, record.bytes);
+            }
           },
-          &function};
+          &function, kWhole};
 }
 
 // "E2500", "W7014", or an empty text for a note.

@@ -94,17 +94,40 @@ void addImport(CLI::App& app, Action* action) {
   CLI::App* const verb =
       addVerb(app, "import", "Read a text into a new data file",
               "A data file of that name is replaced when the new one is complete. Lines with\n"
-              "errors are shown and left out, and so are the record types that a data file does\n"
-              "not keep; both are counted.\n"
-              "Exit status: 0 no errors, 1 errors in the text or no record in it (then nothing\n"
-              "is written), 2 a file cannot be read or written.\n\n"
+              "errors are shown and left out. Every other record is kept, in the order of the\n"
+              "file. With --compatible the file is of the kind that the library's TVO functions\n"
+              "read and write: some record types are left out, and counted, and a text with a\n"
+              "second HEADER, or an item twice in one, is refused.\n"
+              "Exit status: 0 no errors, 1 errors in the text, no record in it or a text that is\n"
+              "refused (in the last two cases nothing is written), 2 a file cannot be read or\n"
+              "written.\n\n"
               "Example: tavo import survey.tvo -o survey.dat");
   verb->add_option("FILE", options->file, "Text")->required()->type_name("");
   verb->add_option("-o,--output", options->dataFile, "Data file to make")
       ->required()
       ->type_name("PATH");
   addOverwrite(verb, &options->overwrite);
+  verb->add_flag("--compatible", options->compatible,
+                 "Make the kind of data file that the TVO functions use");
   verb->callback([=] { *action = [=] { return import(*options); }; });
+}
+
+void addRepair(CLI::App& app, Action* action) {
+  const auto options = std::make_shared<RepairOptions>();
+  CLI::App* const verb =
+      addVerb(app, "repair", "Save what is whole in a damaged data file into a new one",
+              "Takes every record that is whole, wherever in the file it stands, and makes keys\n"
+              "and counts anew. Tells by record type how many were found, how many are damaged\n"
+              "and how many were found twice. The damaged file stays as it is.\n"
+              "Exit status: 0 nothing is missing, 1 records are missing, 2 a file cannot be read\n"
+              "or written, or has no record at all.\n\n"
+              "Example: tavo repair survey.dat -o survey-new.dat");
+  verb->add_option("DATAFILE", options->file, "Data file")->required()->type_name("");
+  verb->add_option("-o,--output", options->dataFile, "Data file to make")
+      ->required()
+      ->type_name("PATH");
+  addOverwrite(verb, &options->overwrite);
+  verb->callback([=] { *action = [=] { return repair(*options); }; });
 }
 
 void addVerify(CLI::App& app, Action* action) {
@@ -239,6 +262,7 @@ int run(int argc, char** argv) {
   addDump(app, &action);
   addImport(app, &action);
   addVerify(app, &action);
+  addRepair(app, &action);
   addBuild(app, &action);
   addFormat(app, &action);
   addTimeline(app, &action);

@@ -9,11 +9,6 @@
 
 namespace tavo::tool {
 
-namespace {
-
-// Drops columns without a name, and repeated ones: EXTRAINFO blocks may list a column more often
-// than a definition has room for. A list of nothing else stays, since a block has at least one
-// column.
 void dropNeedlessColumns(char* bytes) {
   const auto record = schema::load<ColumnsRecord>(bytes);
   std::vector<FieldId> kept;
@@ -25,8 +20,6 @@ void dropNeedlessColumns(char* bytes) {
   const ColumnsRecord rest = schema::columnsRecord(kept);
   std::memcpy(bytes + offsetof(ColumnsRecord, fields), rest.fields, sizeof rest.fields);
 }
-
-}  // namespace
 
 char* MemoryRecords::allocate(size_t size) {
   if (kChunk - used_ < size) {

@@ -10,6 +10,11 @@
 
 namespace tavo::tool {
 
+// Drops columns without a name, and repeated ones, from a columns record: EXTRAINFO blocks may list
+// a column more often than a definition has room for. A list of nothing else stays, since a block
+// has at least one column.
+void dropNeedlessColumns(char* bytes);
+
 class MemoryRecords {
  public:
   // Keeps a copy, with the values of a time-tagged code. std::bad_alloc when memory runs out.

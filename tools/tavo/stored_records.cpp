@@ -55,7 +55,7 @@ ExitStatus StoredRecords::open(const std::string& path, Use use, bool force) {
   }
   needsColumns_ = use == Use::kText && verified_.findings > 0;
   limit_ = verified_.fileSize / kBytesPerStep;
-  const bool opened = TVO_CODE(store_.openDataFile(path.c_str())) == TVO_OK;
+  const bool opened = openStore();
   if (opened && (force || verified_.findings == 0)) return kSound;
 
   uint32_t type = 0;
@@ -66,13 +66,33 @@ ExitStatus StoredRecords::open(const std::string& path, Use use, bool force) {
   return kFindings;
 }
 
+bool StoredRecords::openStore() {
+  const uint32_t status =
+      complete() ? completeStore_.open(path_.c_str(), store::CompleteStore::Access::kReadOnly)
+                 : store_.openDataFile(path_.c_str());
+  return TVO_CODE(status) == TVO_OK;
+}
+
+uint16_t StoredRecords::move(uint32_t mode, uint32_t* recordType, void** record) {
+  if (!complete()) return TVO_CODE(store_.read(mode, recordType, record));
+  store::CompleteRecord found = {};
+  const uint16_t code = TVO_CODE(completeStore_.read(mode, &found));
+  *recordType = found.type;
+  *record = const_cast<void*>(found.bytes);
+  block_ = found.block;
+  return code;
+}
+
+bool StoredRecords::onRecord() const {
+  return complete() ? completeStore_.onRecord() : store_.onRecord();
+}
+
 uint16_t StoredRecords::fetch(uint32_t mode, uint32_t* recordType, void** record) {
   const bool back = mode == TVO_PREVIOUS;
   if (mode == TVO_FIRST) place_ = 0;
   for (; ++steps_ <= limit_; mode = back ? TVO_PREVIOUS : TVO_NEXT) {
-    const uint32_t status = store_.read(mode, recordType, record);
-    const uint16_t code = TVO_CODE(status);
-    if (code != TVO_OK && !store_.onRecord()) {
+    const uint16_t code = move(mode, recordType, record);
+    if (code != TVO_OK && !onRecord()) {
       // Where a walk ended, the way back begins at the record that it passed last.
       place_ = back ? 0 : furthest_ + 1;
       return code;
@@ -98,7 +118,7 @@ uint64_t StoredRecords::total() const {
 }
 
 uint64_t StoredRecords::notReturnable() const {
-  return verified_.recordsByType[TVO_RECORD_TIME_TAGGED_CODES];
+  return complete() ? 0 : verified_.recordsByType[TVO_RECORD_TIME_TAGGED_CODES];
 }
 
 bool StoredRecords::damaged() const {

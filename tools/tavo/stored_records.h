@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <string>
 
+#include "store/complete_store.h"
 #include "store/data_file.h"
 #include "store/record_store.h"
 #include "verbs.h"
@@ -26,6 +27,10 @@ class StoredRecords final : public writers::RecordSource {
   // with a complaint that says how much of it can be read, when it is damaged and `force` not set.
   ExitStatus open(const std::string& path, Use use, bool force);
   uint16_t fetch(uint32_t mode, uint32_t* recordType, void** record) override;
+  // Whether the data file keeps every record in the order of its text.
+  bool complete() const { return verified_.kind == store::FileKind::kComplete; }
+  // Of a complete one, the running number of the block of the record last delivered.
+  uint32_t block() const { return block_; }
 
   // For the end of a walk: whether records were missed, with a complaint that says how many.
   bool complainOfLosses() const;
@@ -33,12 +38,17 @@ class StoredRecords final : public writers::RecordSource {
   bool damaged() const;
 
  private:
+  bool openStore();
+  uint16_t move(uint32_t mode, uint32_t* recordType, void** record);
+  bool onRecord() const;
   bool usable(RecordType type);
   uint64_t total() const;
   uint64_t notReturnable() const;
 
   std::string path_;
-  store::RecordStore store_;
+  store::RecordStore store_;  // a data file is open in one of the two
+  store::CompleteStore completeStore_;
+  uint32_t block_ = 0;
   store::DataFileStatistics verified_;
   bool needsColumns_ = false;                          // of a damaged file
   std::array<bool, schema::kRecordTypes> delivers_{};  // record types so far

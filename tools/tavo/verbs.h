@@ -38,11 +38,19 @@ int dump(const DumpOptions& options);
 struct ImportOptions {
   std::string file;
   std::string dataFile;
-  bool overwrite = false;  // the data file's, whatever it is
+  bool overwrite = false;   // the data file's, whatever it is
+  bool compatible = false;  // the kind that the exported functions write and read
 };
 int import(const ImportOptions& options);
 
 int verify(const std::string& dataFile);
+
+struct RepairOptions {
+  std::string file;        // the damaged data file
+  std::string dataFile;    // the new one
+  bool overwrite = false;  // the new data file's, whatever it is
+};
+int repair(const RepairOptions& options);
 
 struct BuildOptions {
   std::string file;  // the data file; for format the text

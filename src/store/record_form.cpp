@@ -278,7 +278,8 @@ void RecordForm::finishRead() {
   if (entriesSize_ == 0) return;
   TimeTaggedRecord record;
   memcpy(&record, values_.data(), sizeof(record));
-  record.EntryCount = std::min<uint16_t>(record.EntryCount, schema::kMaxCodeValues);
+  const uint16_t count = record.EntryCount;
+  record.EntryCount = std::min<uint16_t>(count, schema::kMaxCodeValues);
   record.entries = reinterpret_cast<const TimeTaggedEntry*>(values_.data() + size_);
   memcpy(values_.data(), &record, sizeof(record));
 }

@@ -181,6 +181,8 @@ TEST_F(CompleteStoreTest, FindsChangesAndAppends) {
   CompleteStore store;
   ASSERT_EQ(store.create(kPath), 0u);
   const SubjectRecord subject = {7, "AB"};
+  LayerRecord layer = {};
+  layer.LayerNo = 7;
   ASSERT_EQ(store.write({TVO_RECORD_SUBJECTS, &subject, 3, 1, 2}), 0u);
   for (uint32_t number = 1; number <= 500; ++number) {
     const PointRecord record = point(number % 100, "twin");
@@ -196,8 +198,7 @@ TEST_F(CompleteStoreTest, FindsChangesAndAppends) {
   EXPECT_EQ(found.line, 1u);
   EXPECT_EQ(store.find(TVO_RECORD_SUBJECTS, &subject, kByListNo, &found), 0u);
   EXPECT_EQ(found.block, 2u);
-  EXPECT_EQ(TVO_CODE(store.find(TVO_RECORD_LAYERS, &subject, kByListNo, &found)),
-            TVO_ERR_NOT_FOUND);
+  EXPECT_EQ(TVO_CODE(store.find(TVO_RECORD_LAYERS, &layer, kByListNo, &found)), TVO_ERR_NOT_FOUND);
   EXPECT_EQ(TVO_CODE(store.find(TVO_RECORD_LINES, nullptr, kBySortCode, &found)),
             TVO_ERR_NOT_FOUND);
   EXPECT_EQ(store.find(TVO_RECORD_SUBJECTS, &subject, kById, &found), TVO_ERR_LOOKUP);

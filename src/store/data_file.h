@@ -6,10 +6,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 
 #include "platform/file.h"
 #include "schema/limits.h"
+#include "store/record_form.h"
 
 namespace tavo::store {
 
@@ -19,8 +21,13 @@ bool hasDataFileSignature(const void* bytes, size_t size);
 // Whether the file carries a data file's signature words; false also when it can't be read.
 bool isDataFile(const char* path, platform::FileSystem& files = platform::nativeFileSystem());
 
+// Its kind, by the key type of its index 1; none when it is no data file.
+std::optional<FileKind> dataFileKind(const char* path,
+                                     platform::FileSystem& files = platform::nativeFileSystem());
+
 // What a data file is like.
 struct DataFileStatistics {
+  FileKind kind = FileKind::kCompatible;
   uint64_t fileSize = 0;    // bytes
   uint64_t roomAhead = 0;   // bytes of it behind the counted pages, allocated ahead and still zero
   uint32_t height = 0;      // levels of the tree, 1 for a single leaf
@@ -37,8 +44,15 @@ struct DataFileStatistics {
   uint32_t findings = 0;
 };
 
-// Receives one finding as text with the page or record number that it is about.
-using FindingReport = std::function<void(const std::string& finding)>;
+// Something that is wrong in a data file, and where.
+struct DataFileFinding {
+  int32_t page;      // -1: no single page's
+  int32_t record;    // number of the record, of a page's finding its first one; 0: none
+  RecordType type;   // of that record; 0: not known
+  uint32_t block;    // of that record, in a complete data file; 0: not known
+  std::string text;  // one sentence that names all of these
+};
+using FindingReport = std::function<void(const DataFileFinding& finding)>;
 
 // Checks pages, chains, counts and order, that every record is of a known type, stands under its
 // type's sort code and has each of its keys exactly once, that the indexes hold nothing else, and

@@ -102,28 +102,49 @@ void setKeys(std::vector<Member>& list, const schema::KeyMembers& keys) {
 }
 
 // The index's key type as a field list states it.
-uint8_t keyRoleOf(uint8_t index) {
+uint8_t keyRoleOf(uint8_t index, FileKind kind) {
   switch (index) {
     case 0:
       return 'N';
     case kById:
       return 'S';
     default:
-      return kIndexes[index - 1].keyType;
+      return indexesOf(kind)[index - 1].keyType;
   }
 }
 
 constexpr uint8_t kNoForm = 255;
+// The values of a time-tagged code are kept as one run of bytes without its trailing zeros.
+constexpr size_t kEntriesSize = schema::kMaxCodeValues * sizeof(TimeTaggedEntry);
+
+// What stands in front of the record's members, with offsets from the end of the record.
+constexpr Member kCompatibleHead[] = {{'U', kBySortCode, 0, sizeof(uint16_t)}};
+constexpr Member kCompleteHead[] = {{'L', kBySortCode, offsetof(Place, run), sizeof(Place::run)},
+                                    member('L', offsetof(Place, block), sizeof(Place::block)),
+                                    member('X', offsetof(Place, line), sizeof(Place::line)),
+                                    member('X', offsetof(Place, given), sizeof(Place::given))};
+
+std::span<const Member> headOf(FileKind kind) {
+  if (kind == FileKind::kComplete) return kCompleteHead;
+  return kCompatibleHead;
+}
 
 }  // namespace
 
-const engine::IndexDef kIndexes[5] = {{kBySortCode, 10, nullptr},
-                                      {kByListNo, 10, nullptr},
-                                      {kByNumber, 5, nullptr},
-                                      {kById, 0, nullptr},
-                                      {0, 0, nullptr}};
+constexpr engine::IndexDef kIndexes[5] = {{kBySortCode, 10, nullptr},
+                                          {kByListNo, 10, nullptr},
+                                          {kByNumber, 5, nullptr},
+                                          {kById, 0, nullptr},
+                                          {0, 0, nullptr}};
+// With another key type index 1 keeps the exported functions from opening what they cannot read.
+constexpr engine::IndexDef kCompleteIndexes[5] = {
+    {kBySortCode, 5, nullptr}, kIndexes[1], kIndexes[2], kIndexes[3], kIndexes[4]};
 
-std::vector<Member> RecordForm::membersOf(RecordType type) {
+const engine::IndexDef* indexesOf(FileKind kind) {
+  return kind == FileKind::kComplete ? kCompleteIndexes : kIndexes;
+}
+
+std::vector<Member> RecordForm::membersOf(RecordType type, FileKind kind) {
   std::vector<Member> list;
   const schema::RecordDef& record = schema::recordDef(type);
   if (record.columns) {
@@ -136,6 +157,7 @@ std::vector<Member> RecordForm::membersOf(RecordType type) {
     }
   } else if (type == TVO_RECORD_TIME_TAGGED_CODES) {
     append(list, kTimeTaggedMembers, 0);
+    if (kind == FileKind::kComplete) list.push_back(member('B', record.size, kEntriesSize));
   } else {
     for (const FieldDef& field : schema::rows(record.fields)) appendField(list, field);
   }
@@ -147,24 +169,30 @@ std::vector<Member> RecordForm::membersOf(RecordType type) {
   return list;
 }
 
-RecordForm::RecordForm(RecordType type) : size_(schema::recordDef(type).size) {
-  const std::vector<Member> members = membersOf(type);
-  // Behind the record: the sort code, then the counted runs. Their places are fixed before any
+RecordForm::RecordForm(RecordType type, FileKind kind)
+    : size_(schema::recordDef(type).size), head_(size_) {
+  const std::vector<Member> members = membersOf(type, kind);
+  const bool complete = kind == FileKind::kComplete;
+  if (complete && type == TVO_RECORD_TIME_TAGGED_CODES) entriesSize_ = kEntriesSize;
+  head_ += entriesSize_;
+  // Behind the record: sort code or place, then the counted runs. Their places are fixed before any
   // pointer is taken, so that the buffer is allocated once.
-  size_t end = size_ + sizeof(uint16_t);
+  size_t end = head_ + (complete ? sizeof(Place) : sizeof(uint16_t));
   for (const Member& part : members) {
     if (part.letter != 'B') continue;
     counted_.push_back({part.offset, part.length, end});
     end += sizeof(uint16_t) + part.length;
   }
   values_.resize(end);
-  fields_.reserve(members.size() + 2);
-  fields_.push_back({'U', keyRoleOf(kBySortCode), 'D', 2, kBySortCode, values_.data() + size_});
+  fields_.reserve(members.size() + std::size(kCompleteHead) + 1);
+  const auto addField = [&](const Member& part, size_t place) {
+    fields_.push_back({part.letter, keyRoleOf(part.index, kind), 'D',
+                       static_cast<int16_t>(part.length), part.index, values_.data() + place});
+  };
+  for (const Member& part : headOf(kind)) addField(part, head_ + part.offset);
   size_t run = 0;
   for (const Member& part : members) {
-    const size_t place = part.letter == 'B' ? counted_[run++].counted : part.offset;
-    fields_.push_back({part.letter, keyRoleOf(part.index), 'D', static_cast<int16_t>(part.length),
-                       part.index, values_.data() + place});
+    addField(part, part.letter == 'B' ? counted_[run++].counted : part.offset);
   }
   fields_.push_back({'E', 'N', 'N', 0, 0, nullptr});
   for (const Member& part : members) {
@@ -190,7 +218,8 @@ size_t RecordForm::packedLimit() const {
 void RecordForm::load(RecordType type, const void* record) {
   memmove(values_.data(), record, size_);
   const uint16_t code = schema::recordDef(type).sortCode;
-  memcpy(values_.data() + size_, &code, sizeof(code));
+  memcpy(values_.data() + head_, &code, sizeof(code));
+  if (entriesSize_ > 0) loadEntries();
   for (const CountedBytes& run : counted_) {
     const unsigned char* bytes = values_.data() + run.offset;
     size_t used = run.length;
@@ -201,12 +230,40 @@ void RecordForm::load(RecordType type, const void* record) {
   }
 }
 
+// Entries that the count leaves out, or that are not there, are empty.
+void RecordForm::loadEntries() {
+  TimeTaggedRecord record;
+  memcpy(&record, values_.data(), sizeof(record));
+  size_t size = 0;
+  if (record.entries != nullptr) {
+    size = std::min(record.EntryCount * sizeof(TimeTaggedEntry), entriesSize_);
+    memmove(values_.data() + size_, record.entries, size);
+  }
+  memset(values_.data() + size_ + size, 0, entriesSize_ - size);
+}
+
+uint16_t RecordForm::sortCode() const {
+  uint16_t code;
+  memcpy(&code, values_.data() + head_, sizeof(code));
+  return code;
+}
+
+void RecordForm::setPlace(const Place& place) {
+  memcpy(values_.data() + head_, &place, sizeof(place));
+}
+
+Place RecordForm::place() const {
+  Place place;
+  memcpy(&place, values_.data() + head_, sizeof(place));
+  return place;
+}
+
 void RecordForm::terminateTexts() {
   for (const size_t last : textEnds_) values_[last] = 0;
 }
 
 void RecordForm::clear() {
-  memset(values_.data(), 0, size_);
+  memset(values_.data(), 0, head_);
   for (const CountedBytes& run : counted_)
     memset(values_.data() + run.counted, 0, sizeof(uint16_t));
 }
@@ -218,14 +275,21 @@ void RecordForm::finishRead() {
     const size_t used = std::min<size_t>(count, run.length);
     memcpy(values_.data() + run.offset, values_.data() + run.counted + sizeof(count), used);
   }
+  if (entriesSize_ == 0) return;
+  TimeTaggedRecord record;
+  memcpy(&record, values_.data(), sizeof(record));
+  const uint16_t count = record.EntryCount;
+  record.EntryCount = std::min<uint16_t>(count, schema::kMaxCodeValues);
+  record.entries = reinterpret_cast<const TimeTaggedEntry*>(values_.data() + size_);
+  memcpy(values_.data(), &record, sizeof(record));
 }
 
-RecordForms::RecordForms() {
+RecordForms::RecordForms(FileKind kind) {
   formOf_.fill(kNoForm);
   std::array<RecordType, schema::kRecordTypes> owner{};
   for (RecordType type = 1; type <= schema::kLastRecordType; ++type) {
     const schema::RecordDef& record = schema::recordDef(type);
-    if (record.sortCode == 0) continue;
+    if (record.type == 0 || (kind == FileKind::kCompatible && record.sortCode == 0)) continue;
     size_t form = 0;
     for (; form < forms_.size(); ++form) {
       const schema::RecordDef& other = schema::recordDef(owner[form]);
@@ -236,7 +300,7 @@ RecordForms::RecordForms() {
       }
     }
     if (form == forms_.size()) {
-      forms_.emplace_back(type);
+      forms_.emplace_back(type, kind);
       owner[form] = type;
     }
     formOf_[type] = static_cast<uint8_t>(form);

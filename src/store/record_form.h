@@ -23,11 +23,27 @@ enum Lookup : int {
   kById = 4,        // text identifier beside that number
 };
 
+// The kinds of data file. They differ in index 1 and in what stands in front of a record's fields.
+enum class FileKind : uint8_t {
+  kCompatible,  // of the exported functions: the storable types, sorted by sort code
+  kComplete,    // every record of a text in the order of the file, with its place and presence
+};
+
 // Index definitions of a data file, ended by index 0.
-extern const engine::IndexDef kIndexes[5];
+extern const engine::IndexDef kIndexes[5];          // compatible
+extern const engine::IndexDef kCompleteIndexes[5];  // index 1 orders by a 32-bit run number
+const engine::IndexDef* indexesOf(FileKind kind);
+
+// What a complete data file keeps beside a record. A run is what a block delivers without another
+// block in between: along the runs, and in a run along the record numbers, goes the file's order.
+struct Place {
+  uint32_t run = 0, block = 0;
+  uint64_t line = 0, given = 0;
+};
 
 // Field list and value buffer of one record structure. The value buffer holds the record as hosts
-// see it, then what the engine needs in another form: the sort code and the counted byte runs.
+// see it, in a complete file the values of a time-tagged code, then what the engine needs in
+// another form: sort code or place, and the counted byte runs.
 class RecordForm {
  public:
   // One member of the record as the engine keeps it.
@@ -39,11 +55,11 @@ class RecordForm {
   };
 
   // Members of composite type or without a column are included, in the order of their offsets.
-  static std::vector<Member> membersOf(RecordType type);
+  static std::vector<Member> membersOf(RecordType type, FileKind kind = FileKind::kCompatible);
 
-  explicit RecordForm(RecordType type);
+  explicit RecordForm(RecordType type, FileKind kind = FileKind::kCompatible);
 
-  // For the engine; ends with 'E'. The first field is the sort code.
+  // For the engine; ends with 'E'. The first field is the sort code, or the run.
   const engine::Field* fields() const { return fields_.data(); }
   // The field that is the key of an index, or null.
   const engine::Field* keyOf(Lookup lookup) const;
@@ -55,6 +71,11 @@ class RecordForm {
 
   // Takes a record of the type over into the value buffer; it may be that buffer itself.
   void load(RecordType type, const void* record);
+  // The sort code that the record in the buffer is kept under, of a compatible file.
+  uint16_t sortCode() const;
+  // The place of the record in the buffer, of a complete file.
+  void setPlace(const Place& place);
+  Place place() const;
   // Makes sure that every text ends inside its member.
   void terminateTexts();
   // Empties the buffer, so that fields that are not in the file come back as zero or empty text.
@@ -68,7 +89,11 @@ class RecordForm {
     size_t offset, length, counted;
   };
 
+  void loadEntries();
+
   size_t size_;
+  size_t entriesSize_ = 0;  // room for the values of a time-tagged code, behind the record
+  size_t head_;             // where sort code or place stand, behind both
   std::vector<unsigned char> values_;
   std::vector<engine::Field> fields_;
   std::vector<CountedBytes> counted_;
@@ -79,9 +104,9 @@ class RecordForm {
 // thematic information, the edges and the annotations of points, lines and polygons.
 class RecordForms {
  public:
-  RecordForms();
+  explicit RecordForms(FileKind kind = FileKind::kCompatible);
 
-  // Null for a type that is not storable.
+  // Null for a type that is not storable in a file of the kind.
   RecordForm* of(RecordType type);
   // Null also for a type whose records can't be handed out again.
   RecordForm* readable(RecordType type);

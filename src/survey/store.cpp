@@ -159,8 +159,10 @@ tavo_status tavo_store_verify(const char* path, tavo_store_finding_fn on_finding
     return TAVO_ERR_ARGUMENT;
   }
   return tavo::survey::guarded(tavo_status{TAVO_ERR_MEMORY}, [&]() -> tavo_status {
-    const auto report = [&](const std::string& text) {
-      const tavo_store_finding finding = {TAVO_ERROR, -1, 0, 0, text.c_str()};
+    const auto report = [&](const store::DataFileFinding& found) {
+      const tavo_store_finding finding = {TAVO_ERROR, found.page,
+                                          static_cast<uint32_t>(found.record), found.type,
+                                          found.text.c_str()};
       if (on_finding != nullptr) on_finding(&finding, user);
     };
     store::DataFileStatistics found;

@@ -42,7 +42,7 @@ std::vector<std::string> findings(DataFileStatistics* statistics = nullptr) {
   std::vector<std::string> list;
   DataFileStatistics own;
   const int result = verifyDataFile(
-      kPath, [&list](const std::string& text) { list.push_back(text); },
+      kPath, [&list](const DataFileFinding& finding) { list.push_back(finding.text); },
       statistics != nullptr ? statistics : &own);
   if (result != 0) list.push_back("result " + std::to_string(result));
   return list;
@@ -151,8 +151,8 @@ TEST_F(DataFileTest, CheckFindsWrongTypesAndKeys) {
     return std::ranges::any_of(
         list, [part](const std::string& text) { return text.find(part) != std::string::npos; });
   };
-  EXPECT_TRUE(reported("record 1: type 80 is not a storable record type"));
-  EXPECT_TRUE(reported("record 2: type 17 has sort code 2002 instead of 2022"));
+  EXPECT_TRUE(reported("): type 80 is not a storable record type"));
+  EXPECT_TRUE(reported("record 2 (type 17, LAYERS): has sort code 2002 instead of 2022"));
   EXPECT_TRUE(reported("3")) << "the record without its key in index 2";
   EXPECT_GE(list.size(), 3u);
 

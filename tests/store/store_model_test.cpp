@@ -91,7 +91,7 @@ class Session {
   void verify() {
     ASSERT_EQ(store_.close(), 0);
     DataFileStatistics statistics;
-    const auto report = [](const std::string& finding) { ADD_FAILURE() << finding; };
+    const auto report = [](const DataFileFinding& finding) { ADD_FAILURE() << finding.text; };
     ASSERT_EQ(verifyDataFile(kPath, report, &statistics), 0);
     std::array<uint32_t, schema::kRecordTypes> byType{};
     for (const auto& [place, record] : model_.records) ++byType[record.type];

@@ -49,6 +49,13 @@ bool isZero(const std::uint8_t* bytes, std::size_t size) {
   return std::all_of(bytes, bytes + size, [](std::uint8_t byte) { return byte == 0; });
 }
 
+// A record that is there as a whole.
+struct RecordRef {
+  std::int32_t number;
+  std::uint32_t label;
+  std::uint8_t type;
+};
+
 class Verifier {
  public:
   Verifier(VerifyReport& report, const VerifyHooks& hooks, platform::FileSystem& files)
@@ -65,17 +72,22 @@ class Verifier {
     bool cut = false;  // pages right of `last` could not be looked at
   };
 
-  void find(std::int32_t page, const std::string& what) {
+  void find(std::int32_t page, std::int32_t record, std::string what) {
     ++report_.findings;
-    if (hooks_.finding) hooks_.finding(page, what);
+    if (hooks_.finding) findings_.push_back({page, record, 0, 0, std::move(what)});
+  }
+  void find(std::int32_t page, std::string what) { find(page, 0, std::move(what)); }
+  // Of a page that could be read: it is named with its first record.
+  void find(const WorkPage& w, std::string what) {
+    find(w.number, w.count > 0 ? entry::record(w.at(0)) : 0, std::move(what));
   }
   // A finding in the tree's structure, behind which records and keys are missing.
-  void lose(std::int32_t page, const std::string& what) {
+  void lose(std::int32_t page, std::int32_t record, std::string what) {
     complete_ = false;
-    find(page, what);
+    find(page, record, std::move(what));
   }
+  void lose(std::int32_t page, std::string what) { lose(page, 0, std::move(what)); }
   bool readPage(std::int32_t number, WorkPage& w);
-  std::uint64_t measure();
   void checkHeader(const IndexDef* indexes);
   bool enter(std::int32_t number, int expected, WorkPage& w);
   void walk(std::int32_t number, int expected, const Bytes& low, const Bytes& high);
@@ -91,6 +103,8 @@ class Verifier {
   void checkReached();
   void checkReserve();
   void checkBehind();
+  const RecordRef* recordOf(std::int32_t number) const;
+  void reportFindings();
   int order(const std::uint8_t* a, const Bytes& b, bool aLeaf, bool bLeaf) const;
 
   VerifyReport& report_;
@@ -100,7 +114,8 @@ class Verifier {
   Level levels_[kMaxHeight];
   Bytes lastEntry_;  // of the leaves so far
   std::vector<std::int32_t> free_;
-  std::vector<std::int32_t> records_;
+  std::vector<RecordRef> records_;  // sorted when the walk is done
+  std::vector<VerifyFinding> findings_;
   std::vector<KeyRef> present_;
   std::vector<KeyRef> expected_;
   bool complete_ = true;  // every page in use was read, every record's field list was to be had
@@ -132,20 +147,6 @@ bool Verifier::readPage(std::int32_t number, WorkPage& w) {
                    ? "page is behind the end of the file"
                    : "page cannot be read");
   return false;
-}
-
-// Bytes of the file: one can be read exactly where there is one.
-std::uint64_t Verifier::measure() {
-  std::uint64_t size = 0;
-  for (std::uint64_t end = platform::kMaxPosition; size < end;) {
-    const std::uint64_t middle = size + (end - size) / 2;
-    std::uint8_t byte = 0;
-    if (file_.file->readAt(middle, &byte, 1) == Transfer::kDone)
-      size = middle + 1;
-    else
-      end = middle;
-  }
-  return size;
 }
 
 void Verifier::checkHeader(const IndexDef* indexes) {
@@ -193,7 +194,8 @@ bool Verifier::enter(std::int32_t number, int expected, WorkPage& w) {
     return false;
   }
   if (expected < 0 || w.level() == expected) return true;
-  lose(number, "level " + text(w.level()) + " where " + text(expected) + " belongs");
+  lose(number, w.count > 0 ? entry::record(w.at(0)) : 0,
+       "level " + text(w.level()) + " where " + text(expected) + " belongs");
   return false;
 }
 
@@ -210,8 +212,8 @@ void Verifier::walk(std::int32_t number, int expected, const Bytes& low, const B
   report_.bytesUsed += w.offsets[w.count] - kPageHead;
   ++(level == 0 ? report_.leafPages : report_.innerPages);
   if (!w.sound)
-    find(number, "free bytes are " + text(w.freeBytes()) + ", not " +
-                     text(static_cast<long long>(kPageSize) - w.offsets[w.count]));
+    find(w, "free bytes are " + text(w.freeBytes()) + ", not " +
+                text(static_cast<long long>(kPageSize) - w.offsets[w.count]));
   checkChain(w);
   checkOrder(w, low, high);
   if (level == 0)
@@ -223,7 +225,7 @@ void Verifier::walk(std::int32_t number, int expected, const Bytes& low, const B
 void Verifier::checkChain(const WorkPage& w) {
   Level& level = levels_[w.level()];
   if (!level.cut && w.previous() != level.last)
-    find(w.number, "previous page is " + text(w.previous()) + ", not " + text(level.last));
+    find(w, "previous page is " + text(w.previous()) + ", not " + text(level.last));
   if (!level.cut && level.last != kNoPage && level.next != w.number)
     find(level.last, "next page is " + text(level.next) + ", not " + text(w.number));
   level = {w.number, w.next(), false};
@@ -235,21 +237,21 @@ void Verifier::checkOrder(const WorkPage& w, const Bytes& low, const Bytes& high
     const std::uint8_t* const e = w.at(i);
     const std::string name = "entry " + text(i);
     if (entry::index(e) < 1 || entry::index(e) > kLastIndex)
-      find(w.number, name + " is of index " + text(entry::index(e)));
+      find(w.number, entry::record(e), name + " is of index " + text(entry::index(e)));
     if (i > 0) {
       const std::uint8_t* const before = w.at(i - 1);
       if (order(e, Bytes(before, before + entry::size(before)), leaf, leaf) <= 0)
-        find(w.number, name + " is not behind the one before");
+        find(w.number, entry::record(e), name + " is not behind the one before");
     }
     // A leaf may begin with its separator; an inner page keeps it above.
     if (!low.empty() && order(e, low, leaf, false) < (leaf ? 0 : 1))
-      find(w.number, name + " is before the page's separator");
+      find(w.number, entry::record(e), name + " is before the page's separator");
     if (!high.empty() && order(e, high, leaf, false) >= 0)
-      find(w.number, name + " is behind the next page's separator");
+      find(w.number, entry::record(e), name + " is behind the next page's separator");
   }
   if (leaf && w.count > 0) {
     if (!lastEntry_.empty() && order(w.at(0), lastEntry_, true, true) <= 0)
-      find(w.number, "first entry is not behind the page before");
+      find(w, "first entry is not behind the page before");
     const std::uint8_t* const last = w.at(w.count - 1);
     lastEntry_.assign(last, last + entry::size(last));
   }
@@ -276,7 +278,7 @@ void Verifier::visitLeaf(const WorkPage& w) {
       continue;
     }
     if (e[2] != kLastPiece)
-      find(w.number, "entry " + text(i) + " is a piece of an entry without data");
+      find(w.number, entry::record(e), "entry " + text(i) + " is a piece of an entry without data");
     if (index == kFreeNumbers) free_.push_back(entry::record(e));
     if (index < kFreeNumbers)
       present_.push_back(
@@ -287,13 +289,12 @@ void Verifier::visitLeaf(const WorkPage& w) {
 void Verifier::visitPiece(std::int32_t page, const std::uint8_t* e) {
   const std::int32_t number = entry::record(e);
   if (open_ && (number != record_ || entry::piece(e) != pieces_)) {
-    lose(page, "record " + text(record_) + " lacks piece " + text(pieces_));
+    lose(page, record_, "lacks piece " + text(pieces_));
     open_ = false;
   }
   if (!open_) {
     if (entry::piece(e) != 0) {
-      lose(page,
-           "piece " + text(entry::piece(e)) + " of record " + text(number) + " follows nothing");
+      lose(page, number, "piece " + text(entry::piece(e)) + " follows nothing");
       return;
     }
     record_ = number;
@@ -309,22 +310,18 @@ void Verifier::visitPiece(std::int32_t page, const std::uint8_t* e) {
 }
 
 void Verifier::endRecord(std::int32_t page) {
-  records_.push_back(record_);
   const auto size = static_cast<std::uint32_t>(packed_.size());
-  if (size < kRecordHead + 2) {
-    lose(page, "record " + text(record_) + " is too short");
-    return;
-  }
-  const std::uint8_t type = packed_[kRecordType];
-  if (hooks_.record) hooks_.record(record_, type, packed_.data(), packed_.size());
+  RecordRef& record = records_.emplace_back(RecordRef{record_, 0, 0});
+  if (size < kRecordHead + 2) return lose(page, record_, "is too short");
+  record.type = packed_[kRecordType];
+  if (hooks_.record) hooks_.record(record_, record.type, packed_.data(), packed_.size());
   if (!hooks_.fields) return;
-  const Field* const fields = hooks_.fields(type);
+  const Field* const fields = hooks_.fields(record.type);
   const RecordPlan* const plan = fields == nullptr ? nullptr : file_.planOf(fields);
   if (plan == nullptr || checkPacked(*plan, packed_.data(), size) != kOk) {
-    lose(page,
-         "record " + text(record_) + " of type " + text(type) + " does not fit its field list");
-    return;
+    return lose(page, record_, "does not fit the field list of type " + text(record.type));
   }
+  if (hooks_.label) record.label = hooks_.label(record.type, packed_.data(), packed_.size());
   const RecordValues values(*plan, packed_.data(), size);
   for (std::uint32_t n = 0; n < plan->keys(); ++n) {
     const std::uint32_t field = plan->keyField(n);
@@ -340,9 +337,8 @@ void Verifier::checkKeys() {
   if (!complete_) return;
   if (!hooks_.fields) {
     for (const KeyRef& ref : present_) {
-      if (!std::binary_search(records_.begin(), records_.end(), ref.record))
-        find(-1, "index " + text(ref.index) + " has a key of record " + text(ref.record) +
-                     ", which is missing");
+      if (recordOf(ref.record) == nullptr)
+        find(-1, ref.record, "is missing, but has a key in index " + text(ref.index));
     }
     return;
   }
@@ -350,15 +346,16 @@ void Verifier::checkKeys() {
   std::sort(present_.begin(), present_.end());
   std::sort(expected_.begin(), expected_.end());
   const auto report = [this](const KeyRef& ref, const char* what) {
-    find(-1, "record " + text(ref.record) + what + text(ref.index));
+    if (recordOf(ref.record) == nullptr) what = "is missing, but has a key in index ";
+    find(-1, ref.record, what + text(ref.index));
   };
   std::size_t p = 0;
   std::size_t e = 0;
   while (p < present_.size() || e < expected_.size()) {
     if (e == expected_.size() || (p < present_.size() && present_[p] < expected_[e])) {
-      report(present_[p++], " has a key that is not its own in index ");
+      report(present_[p++], "has a key that is not its own in index ");
     } else if (p == present_.size() || expected_[e] < present_[p]) {
-      report(expected_[e++], " lacks its key in index ");
+      report(expected_[e++], "lacks its key in index ");
     } else {
       ++p;
       ++e;
@@ -376,16 +373,30 @@ void Verifier::checkNumbers() {
   if (report_.freeNumbers != h.freeCount)
     find(-1, "header counts " + text(h.freeCount) + " free numbers, there are " +
                  text(report_.freeNumbers));
-  std::sort(records_.begin(), records_.end());
+  std::ranges::sort(records_, {}, &RecordRef::number);
+  const auto checkGiven = [&](std::int32_t number) {
+    if (number < 1 || static_cast<std::uint32_t>(number) >= h.nextRecord)
+      find(-1, number, "record number " + text(number) + " was never given out");
+  };
+  for (const RecordRef& record : records_) checkGiven(record.number);
   for (const std::int32_t number : free_) {
-    if (std::binary_search(records_.begin(), records_.end(), number))
-      find(-1, "record " + text(number) + " is stored under a free number");
+    if (recordOf(number) != nullptr) find(-1, number, "is stored under a free number");
+    checkGiven(number);
   }
-  for (const auto* const numbers : {&records_, &free_}) {
-    for (const std::int32_t number : *numbers) {
-      if (number < 1 || static_cast<std::uint32_t>(number) >= h.nextRecord)
-        find(-1, "record number " + text(number) + " was never given out");
+}
+
+const RecordRef* Verifier::recordOf(std::int32_t number) const {
+  const auto found = std::ranges::lower_bound(records_, number, {}, &RecordRef::number);
+  return found != records_.end() && found->number == number ? &*found : nullptr;
+}
+
+void Verifier::reportFindings() {
+  for (VerifyFinding& finding : findings_) {
+    if (const RecordRef* const record = recordOf(finding.record); record != nullptr) {
+      finding.type = record->type;
+      finding.label = record->label;
     }
+    hooks_.finding(finding);
   }
 }
 
@@ -398,13 +409,18 @@ void Verifier::checkLevels() {
 
 // A run of pages is one finding: a damaged count alone can make millions of them.
 void Verifier::checkReached() {
+  WorkPage w;
   for (std::size_t i = 0; i < reached_.size(); ++i) {
     if (reached_[i]) continue;
     const auto first = static_cast<std::int32_t>(i);
     while (i + 1 < reached_.size() && !reached_[i + 1]) ++i;
     const auto last = static_cast<std::int32_t>(i);
-    lose(first, first == last ? "page is in use but not reached"
-                              : "pages up to " + text(last) + " are in use but not reached");
+    const bool readable =
+        file_.file->readAt(pagePosition(first), w.bytes, kPageSize) == Transfer::kDone &&
+        w.parse() == kOk && w.count > 0;
+    lose(first, readable ? entry::record(w.at(0)) : 0,
+         first == last ? "page is in use but not reached"
+                       : "pages up to " + text(last) + " are in use but not reached");
   }
 }
 
@@ -454,21 +470,36 @@ int Verifier::run(const char* path, const IndexDef* indexes) {
   report_.pagesInUse = h.pagesInUse;
   report_.pagesInFile = h.pagesInFile;
   report_.recordCount = h.recordCount;
-  report_.fileSize = measure();
+  report_.fileSize = measure(*file_.file);
   checkHeader(indexes);
   reached_.resize(std::clamp<std::uint32_t>(h.pagesInUse, 1, kMaxPages));
   walk(0, -1, {}, {});
-  if (open_) lose(-1, "record " + text(record_) + " lacks piece " + text(pieces_));
+  if (open_) lose(-1, record_, "lacks piece " + text(pieces_));
   checkLevels();
   checkReached();
   checkReserve();
   checkBehind();
   checkNumbers();
   checkKeys();
+  reportFindings();
   return kOk;
 }
 
 }  // namespace
+
+// A byte can be read exactly where there is one.
+std::uint64_t measure(platform::File& file) {
+  std::uint64_t size = 0;
+  for (std::uint64_t end = platform::kMaxPosition; size < end;) {
+    const std::uint64_t middle = size + (end - size) / 2;
+    std::uint8_t byte = 0;
+    if (file.readAt(middle, &byte, 1) == Transfer::kDone)
+      size = middle + 1;
+    else
+      end = middle;
+  }
+  return size;
+}
 
 double VerifyReport::fillFactor() const {
   const double pages = static_cast<double>(leafPages) + static_cast<double>(innerPages);

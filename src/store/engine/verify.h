@@ -32,9 +32,21 @@ struct VerifyReport {
   double fillFactor() const;
 };
 
+// One violated invariant.
+struct VerifyFinding {
+  std::int32_t page = -1;   // -1 when it is no single page's
+  std::int32_t record = 0;  // the record that it is about, of a page its first; 0: none
+  std::uint8_t type = 0;    // of that record, 0 where it is not known
+  std::uint32_t label = 0;  // the caller's, of that record
+  std::string what;
+};
+
 struct VerifyHooks {
-  // One violated invariant; page is -1 when it is no single page's.
-  std::function<void(std::int32_t page, const std::string& what)> finding;
+  // Called at the end of the walk, when all records are known.
+  std::function<void(const VerifyFinding& finding)> finding;
+  // A number of the caller's by which findings name a record that fits its field list. Optional.
+  std::function<std::uint32_t(std::uint8_t type, const std::uint8_t* packed, std::size_t size)>
+      label;
   // A complete record: its number, type byte and packed form. Optional.
   std::function<void(std::int32_t number, std::uint8_t type, const std::uint8_t* packed,
                      std::size_t size)>
@@ -44,6 +56,9 @@ struct VerifyHooks {
   // when every page in use can be read.
   std::function<const Field*(std::uint8_t type)> fields;
 };
+
+// Bytes of a file, of those that a store can reach.
+std::uint64_t measure(platform::File& file);
 
 // 0 when the walk came to its end, whatever it found; else the Code with which the file could not
 // be read as a store file. The index list is needed when an index has key type 8.

@@ -113,8 +113,10 @@ inline std::string findings(const char* path, VerifyReport* report = nullptr,
   VerifyReport local;
   std::string text;
   VerifyHooks hooks;
-  hooks.finding = [&text](std::int32_t page, const std::string& what) {
-    if (text.size() < 1000) text += "page " + std::to_string(page) + ": " + what + "\n";
+  hooks.finding = [&text](const VerifyFinding& finding) {
+    if (text.size() < 1000)
+      text += "page " + std::to_string(finding.page) + ", record " +
+              std::to_string(finding.record) + ": " + finding.what + "\n";
   };
   hooks.fields = [](std::uint8_t type) { return type == kSampleType ? sample.fields : nullptr; };
   const int code = verify(path, local, hooks, kIndexes, files);

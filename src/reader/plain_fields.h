@@ -43,7 +43,7 @@ inline const char* takeUnsigned(const char* p, const char* end, uint8_t* target)
   uint32_t low = 0;
   const char* behind = p + scanEight(p, &low);
   uint64_t number = low;
-  if (behind == p + 8) behind = scanDigits(behind, end, &number);
+  if (behind == p + 8 && behind < end) behind = scanDigits(behind, end, &number);
   const Value value = static_cast<Value>(number);
   std::memcpy(target, &value, sizeof value);
   if (kObserved && behind - p > kSafeDigits && (value != number || behind - p > kCountedDigits)) {
@@ -63,7 +63,7 @@ inline const char* scanPlainReal(const char* p, const char* end, Real* value) {
   size_t decimals = 0;
   const char* behind = p + scanEight(p, &whole);
   const bool digit = behind != p;
-  if (*behind == '.') {
+  if (behind < end && *behind == '.') {
     decimals = scanEight(++behind, &fraction);
     behind += decimals;
   }

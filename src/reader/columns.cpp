@@ -143,9 +143,10 @@ class LineSplitter {
     const auto takePlain =
         run_.diagnostics.observed() ? &takePlainFields<true> : &takePlainFields<false>;
     const size_t taken = takePlain(run_.settings, columns_, &cursor_.at, cursor_.end, target_);
-    // What is taken in plain form is there.
+    // What is taken in plain form is there, and of its group.
     origin_.line = run_.lineNumber;
     origin_.given = taken == 0 ? 0 : columns_[taken - 1].through;
+    if (taken == columns_.size()) return DataLine::kGood;
     for (size_t i = taken; i < columns_.size(); ++i) {
       if (!take(columns_[i])) return outcome_;
       const bool last = i + 1 == columns_.size();

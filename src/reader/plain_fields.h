@@ -43,7 +43,7 @@ inline const char* takeUnsigned(const char* p, const char* end, uint8_t* target)
   uint32_t low = 0;
   const char* behind = p + scanEight(p, &low);
   uint64_t number = low;
-  if (behind == p + 8) behind = scanDigits(behind, end, &number);
+  if (behind == p + 8 && behind < end) behind = scanDigits(behind, end, &number);
   const Value value = static_cast<Value>(number);
   std::memcpy(target, &value, sizeof value);
   if (kObserved && behind - p > kSafeDigits && (value != number || behind - p > kCountedDigits)) {
@@ -63,7 +63,7 @@ inline const char* scanPlainReal(const char* p, const char* end, Real* value) {
   size_t decimals = 0;
   const char* behind = p + scanEight(p, &whole);
   const bool digit = behind != p;
-  if (*behind == '.') {
+  if (behind < end && *behind == '.') {
     decimals = scanEight(++behind, &fraction);
     behind += decimals;
   }
@@ -172,15 +172,16 @@ inline const char* takeDate(const char* p, const char* end, const Settings& sett
   return p + kLength + (both ? 1 : 0);
 }
 
+// A word of the column's group, which then needs no check.
 inline const char* takeEnum(const char* p, const char* end, const Settings& settings,
-                            uint8_t* target) {
+                            schema::EnumGroup group, uint8_t* target) {
   const char* const word = p;
   while (p != end && *p != settings.separator && *p != settings.terminator) ++p;
   EnumId value = 0;
   const bool found =
       schema::FindEnum({word, static_cast<size_t>(p - word)}, &value) == schema::kFound;
   std::memcpy(target, &value, sizeof value);
-  return found ? p : nullptr;
+  return found && schema::inGroup(group, value) ? p : nullptr;
 }
 
 }  // namespace plain
@@ -218,7 +219,7 @@ inline size_t takePlainFields(const Settings& settings, std::span<const Column> 
         behind = plain::takeText(p, end, value, column.width);
         break;
       case schema::DataType::kEnum:
-        behind = plain::takeEnum(p, end, settings, value);
+        behind = plain::takeEnum(p, end, settings, column.group, value);
         break;
       default:
         break;

@@ -336,8 +336,15 @@ size_t putNothing(const ColumnPlan& column, const OutputState& state, const char
 }
 
 size_t measure(const ColumnPlan& column, const OutputState& state, const char* record) {
-  if (column.type == DataType::kDateTime && column.offset != schema::kNotKept) {
+  if (column.offset == schema::kNotKept) return 0;
+  if (column.type == DataType::kDateTime) {
     return load<DateTime>(record + column.offset).year != 0 ? kDateWidth : 0;
+  }
+  if (column.type == DataType::kText) {
+    const char* const text = record + column.offset;
+    // One that ends within a group of plain characters needs its quotes alone.
+    const size_t plain = plainCharacters(column.width > kGroup ? load<uint64_t>(text) : 0);
+    if (plain < kGroup && text[plain] == '\0') return plain + 2;
   }
   char scratch[kValueSize];
   return column.put(column, state, record, scratch);

@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <random>
+#include <vector>
 
+#include "reader/plain_fields.h"
 #include "reader/scan.h"
 #include "support/analysis.h"
 
@@ -124,6 +126,33 @@ TEST(PlainFields, AsTheParsers) {
     records += static_cast<size_t>(plain.counts.records);
   }
   EXPECT_GT(records, 100U);
+}
+
+// What stands behind the end, here to the last readable byte, is neither taken nor read beyond.
+TEST(PlainFields, StayInTheText) {
+  const reader::Settings settings;
+  for (const schema::DataType type :
+       {schema::DataType::kUint32, schema::DataType::kFloat, schema::DataType::kDouble,
+        schema::DataType::kText, schema::DataType::kDateTime, schema::DataType::kEnum}) {
+    for (const std::string_view text : {"1", "-", "-.", "\"", "\"a", "1.", "MEAS", "07-12-19"}) {
+      for (const char* const behind :
+           {"9999999999999999", "99999999.9999999", "\",99999999999999"}) {
+        std::vector<char> bytes(text.begin(), text.end());
+        bytes.insert(bytes.end(), behind, behind + reader::kScanSlack);
+        bytes.shrink_to_fit();
+        reader::Column column{};
+        column.type = type;
+        column.width = 17;
+        column.plain = true;
+        uint8_t target[32];
+        const char* at = bytes.data();
+        EXPECT_EQ(
+            reader::takePlainFields<false>(settings, {&column, 1}, &at, at + text.size(), target),
+            0U);
+        EXPECT_EQ(at, bytes.data());
+      }
+    }
+  }
 }
 
 TEST(Scan, BothWaysFindTheSameTerminator) {

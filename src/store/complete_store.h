@@ -5,8 +5,7 @@
 #include <cstdint>
 
 #include "platform/file.h"
-#include "store/engine/engine.h"
-#include "store/record_form.h"
+#include "store/form_store.h"
 #include "tavo/records.h"
 #include "tavo/tavo.h"
 
@@ -21,12 +20,11 @@ struct CompleteRecord {
   uint32_t block;        // running number of its block in the file
 };
 
-// One complete data file. Statuses are as the record store's, the engine's result in the high half.
-// Nothing is refused as a duplicate: what a text delivers twice is there twice. One thread at a
-// time. The buffers are allocated here (std::bad_alloc); no operation throws.
+// One complete data file. Nothing is refused as a duplicate: what a text delivers twice is there
+// twice.
 //
 // The current record is the one last written, found or moved to; remove() leaves none.
-class CompleteStore {
+class CompleteStore : public FormStore {
  public:
   enum class Access { kReadWrite, kReadOnly };
 
@@ -37,11 +35,6 @@ class CompleteStore {
   uint32_t create(const char* path);
   // 0, 2564 (also for a compatible data file), 2565.
   uint32_t open(const char* path, Access access = Access::kReadWrite);
-  // 0, or the engine's code when what was still to be written could not be.
-  int close();
-  bool isOpen() const { return file_.isOpen(); }
-  // Whether there is a current record, be it one that cannot be read.
-  bool onRecord() const { return file_.currentRecord() != 0; }
   uint32_t count() const { return file_.recordCount(); }
 
   // Appends a record; it becomes the current one. Records of one block may come in several runs,
@@ -68,14 +61,9 @@ class CompleteStore {
  private:
   uint32_t findLastRun();
   uint32_t findFirst(RecordType type, CompleteRecord* record);
-  uint32_t currentForm(RecordType* type, RecordForm** form);
   uint32_t deliver(CompleteRecord* record);
-  uint32_t searchFailed(int result) const;
   void load(RecordForm& form, const CompleteRecord& record, const Place& place);
 
-  engine::PageCache cache_;
-  engine::Store file_;
-  RecordForms forms_{FileKind::kComplete};
   uint32_t run_ = 0, block_ = 0;  // of the record last appended
   bool runKnown_ = false;
   bool newRun_ = true;  // the next one begins a run, whatever its block

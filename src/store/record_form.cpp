@@ -284,7 +284,7 @@ void RecordForm::finishRead() {
   memcpy(values_.data(), &record, sizeof(record));
 }
 
-RecordForms::RecordForms(FileKind kind) {
+RecordForms::RecordForms(FileKind kind) : kind_(kind) {
   formOf_.fill(kNoForm);
   std::array<RecordType, schema::kRecordTypes> owner{};
   for (RecordType type = 1; type <= schema::kLastRecordType; ++type) {
@@ -314,7 +314,9 @@ RecordForm* RecordForms::of(RecordType type) {
 
 RecordForm* RecordForms::readable(RecordType type) {
   const schema::BlockDef* const block = schema::recordDef(type).block;
-  return block == nullptr || type != block->data || block->odd.readBack ? of(type) : nullptr;
+  const bool lost = kind_ == FileKind::kCompatible && block != nullptr && type == block->data &&
+                    !block->odd.readBack;
+  return lost ? nullptr : of(type);
 }
 
 }  // namespace tavo::store

@@ -34,6 +34,10 @@ extern const engine::IndexDef kIndexes[5];          // compatible
 extern const engine::IndexDef kCompleteIndexes[5];  // index 1 orders by a 32-bit run number
 const engine::IndexDef* indexesOf(FileKind kind);
 
+// The largest packed record of a complete file: a time-tagged code with all of its values takes
+// more than the engine's usual 1024 bytes.
+constexpr uint32_t kCompleteRecordLimit = 4096;
+
 // What a complete data file keeps beside a record. A run is what a block delivers without another
 // block in between: along the runs, and in a run along the record numbers, goes the file's order.
 struct Place {
@@ -108,10 +112,11 @@ class RecordForms {
 
   // Null for a type that is not storable in a file of the kind.
   RecordForm* of(RecordType type);
-  // Null also for a type whose records can't be handed out again.
+  // Null also for a type whose records the kind of file can't hand out again.
   RecordForm* readable(RecordType type);
 
  private:
+  FileKind kind_;
   std::vector<RecordForm> forms_;
   std::array<uint8_t, schema::kRecordTypes> formOf_;
 };

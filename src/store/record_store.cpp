@@ -10,26 +10,12 @@ namespace {
 using schema::WriteCheck;
 
 constexpr char kDefaultPath[] = "C:\\TMPTVODB.DAT";
-constexpr int kWriteMode = 0;  // pages stay in the cache until they are pushed out
-
-// A status with its low half replaced by a code of the library.
-uint32_t withCode(uint32_t status, uint16_t code) { return (status & 0xFFFF0000u) | code; }
 
 }  // namespace
 
 RecordStore::RecordStore(platform::FileSystem& files, unsigned buffers)
-    : files_(files), cache_(buffers), file_(cache_, files), path_{}, journal_{} {
+    : FormStore(FileKind::kCompatible, files, buffers), files_(files), path_{}, journal_{} {
   memcpy(path_.data(), kDefaultPath, sizeof(kDefaultPath));
-}
-
-// A code of the library for the engine's result. That memory ran out over an open file says nothing
-// of its records, and stays the engine's code.
-uint32_t RecordStore::coded(int result, uint16_t code) {
-  const bool systemFailed = result == engine::kNotFound && file_.systemFailed();
-  engineCode_ = systemFailed ? int{engine::kShortRead} : result;
-  const bool opening = code == TVO_ERR_DATA_FILE || code == TVO_ERR_OPEN;
-  const auto status = static_cast<uint32_t>(result);
-  return result == engine::kNoMemory && !opening ? status : withCode(status, code);
 }
 
 engine::Options RecordStore::options() const {
@@ -41,27 +27,17 @@ engine::Options RecordStore::options() const {
 uint32_t RecordStore::createDefault() {
   if (isOpen()) close();
   engine::removeFile(path(), files_);
-  if (const int result = file_.create(path(), kIndexes, options()); result != engine::kOk) {
-    return coded(result, TVO_ERR_DATA_FILE);
-  }
-  file_.setWriteMode(kWriteMode);
-  return TVO_OK;
+  return opened(file_.create(path(), kIndexes, options()));
 }
 
 uint32_t RecordStore::openExisting(platform::Access access) {
   if (isOpen()) return TVO_ERR_DATA_FILE_OPEN;
   engine::Options wanted = options();
   wanted.access = static_cast<int>(access);
-  if (const int result = file_.open(path(), kIndexes, wanted); result != engine::kOk) {
-    return coded(result, TVO_ERR_DATA_FILE);
-  }
-  file_.setWriteMode(kWriteMode);
-  return TVO_OK;
+  return opened(file_.open(path(), kIndexes, wanted));
 }
 
 uint32_t RecordStore::openOnDemand() { return isOpen() ? uint32_t{TVO_OK} : openExisting(); }
-
-int RecordStore::close() { return file_.close(); }
 
 uint32_t RecordStore::closeDataFile() {
   close();
@@ -85,7 +61,7 @@ uint32_t RecordStore::setDataFile(const char* path) {
   if (isOpen()) return TVO_ERR_DATA_FILE_OPEN;
   if (!takePath(path, path_)) return TVO_ERR_OPEN;
   const uint32_t status = createDefault();
-  return status == TVO_OK ? status : withCode(status, TVO_ERR_OPEN);
+  return status == TVO_OK ? status : (status & 0xFFFF0000u) | TVO_ERR_OPEN;
 }
 
 uint32_t RecordStore::openDataFile(const char* path, platform::Access access) {
@@ -106,9 +82,7 @@ uint32_t RecordStore::write(RecordType type, const void* record) {
   RecordForm& form = *forms_.of(type);
   form.load(type, record);
   form.terminateTexts();
-  const int result = file_.insert(form.fields(), static_cast<uint8_t>(type));
-  return result == engine::kWriteFailed ? coded(result, TVO_ERR_WRITE)
-                                        : static_cast<uint32_t>(result);
+  return insert(form, type);
 }
 
 uint32_t RecordStore::checkWrite(RecordType type, const void* record) {
@@ -136,53 +110,6 @@ uint32_t RecordStore::checkWrite(RecordType type, const void* record) {
   return TVO_CODE(status) == TVO_ERR_NOT_FOUND ? uint32_t{TVO_OK} : status;
 }
 
-// A search that came to no record: there is none, or nobody knows.
-uint32_t RecordStore::searchFailed(int result) {
-  const bool none = result == engine::kNotFound && !file_.systemFailed();
-  return coded(result, none ? TVO_ERR_NOT_FOUND : TVO_ERR_NO_RECORD);
-}
-
-// Looks for a record of the type with the key that `record` has, and makes it the current one.
-uint32_t RecordStore::seek(RecordType type, const void* record, Lookup lookup) {
-  RecordForm& form = *forms_.of(type);
-  const engine::Field* key = form.keyOf(lookup);
-  if (key == nullptr) return TVO_ERR_LOOKUP;
-  form.load(type, record);
-  // Stored texts end inside their members, so the sought one must too.
-  form.terminateTexts();
-  const int result =
-      file_.find(lookup, key->value, static_cast<uint32_t>(key->length), engine::kEqual);
-  return result == engine::kOk ? scan(type, lookup) : searchFailed(result);
-}
-
-// Several types may have the key that the index is positioned on: goes on to the first record of
-// the type. Equal keys are in the order of their record numbers; where they are not, the index is
-// damaged and may run in a circle.
-uint32_t RecordStore::scan(RecordType type, Lookup lookup) {
-  for (;;) {
-    uint8_t stored = 0;
-    if (const int result = file_.typeByte(&stored); result != engine::kOk) {
-      return coded(result, TVO_ERR_NO_RECORD);
-    }
-    if (stored == type) return TVO_OK;
-    const int32_t number = file_.currentRecord();
-    int result = file_.position(lookup, engine::kNext);
-    if (result == engine::kOk && !file_.atSoughtKey(lookup)) {
-      // A sort code is shared by neighbouring types only, so nothing behind it can match: go to the
-      // end of the index, where going on would lead.
-      if (lookup != kBySortCode) {
-        file_.setCurrentRecord(0);
-        return TVO_ERR_NOT_FOUND;
-      }
-      result = file_.position(lookup, engine::kLast);
-      if (result == engine::kOk) result = file_.position(lookup, engine::kNext);
-    } else if (result == engine::kOk && file_.currentRecord() <= number) {
-      return coded(engine::kCorrupt, TVO_ERR_NO_RECORD);
-    }
-    if (result != engine::kOk) return searchFailed(result);
-  }
-}
-
 uint32_t RecordStore::find(RecordType type, void* record, Lookup lookup) {
   if (record == nullptr) return static_cast<uint32_t>(engine::kBadArgument);
   if (const uint32_t status = openOnDemand(); status != TVO_OK) return status;
@@ -191,24 +118,9 @@ uint32_t RecordStore::find(RecordType type, void* record, Lookup lookup) {
   if (!def.searched) return TVO_ERR_NOT_STORABLE;
   if (const uint32_t status = seek(type, record, lookup); status != TVO_OK) return status;
   RecordForm& form = *forms_.of(type);
-  form.clear();
-  if (const int result = file_.read(form.fields()); result != engine::kOk) {
-    return coded(result, TVO_ERR_NO_RECORD);
-  }
-  form.finishRead();
+  if (const uint32_t status = readInto(form); status != TVO_OK) return status;
   memmove(record, form.record(), form.size());
   return TVO_OK;
-}
-
-// The type of the current record and the form that it can be read into.
-uint32_t RecordStore::currentForm(RecordType* type, RecordForm** form) {
-  uint8_t stored = 0;
-  if (const int result = file_.typeByte(&stored); result != engine::kOk) {
-    return coded(result, TVO_ERR_STORE);
-  }
-  *type = stored;
-  *form = forms_.readable(stored);
-  return *form == nullptr ? uint32_t{TVO_ERR_RECORD_TYPE} : uint32_t{TVO_OK};
 }
 
 uint32_t RecordStore::read(uint32_t move, RecordType* type, void** record) {
@@ -220,11 +132,7 @@ uint32_t RecordStore::read(uint32_t move, RecordType* type, void** record) {
   RecordType stored = 0;
   RecordForm* form = nullptr;
   if (const uint32_t status = currentForm(&stored, &form); status != TVO_OK) return status;
-  form->clear();
-  if (const int result = file_.read(form->fields()); result != engine::kOk) {
-    return coded(result, TVO_ERR_NO_RECORD);
-  }
-  form->finishRead();
+  if (const uint32_t status = readInto(*form); status != TVO_OK) return status;
   if (type != nullptr) *type = stored;
   if (record != nullptr) *record = form->record();
   return TVO_OK;

@@ -1,6 +1,5 @@
 // The record store: keeps the library's records in one data file, each under its record type, and
-// hands them out again section by section. Statuses are 32 bits wide with the code in the low half;
-// where a code stands for a result of the store engine, the high half is the engine's.
+// hands them out again section by section.
 #pragma once
 
 #include <array>
@@ -8,18 +7,16 @@
 #include <cstdint>
 
 #include "platform/file.h"
-#include "store/engine/engine.h"
-#include "store/record_form.h"
+#include "store/form_store.h"
 #include "tavo/records.h"
 #include "tavo/tavo.h"
 
 namespace tavo::store {
 
-// One data file with its path, page cache and value buffers. One thread at a time. The buffers are
-// allocated here (std::bad_alloc); no operation throws.
+// One data file with its path, page cache and value buffers.
 //
 // The current record is the one last written, found or moved to; remove() leaves none.
-class RecordStore {
+class RecordStore : public FormStore {
  public:
   // Longest path, without its end mark.
   static constexpr size_t kMaxPath = 1023;
@@ -63,10 +60,6 @@ class RecordStore {
   // Always 0.
   uint32_t closeDataFile();
 
-  // Closes the data file like closeDataFile() and tells how that went: 0, or the engine's code when
-  // what was still to be written could not be.
-  int close();
-
   // Creates a new, empty data file at the path, in place of the one there. 0, 2564.
   uint32_t createDefault();
 
@@ -76,35 +69,19 @@ class RecordStore {
   // Number of stored records, 0 without an open file.
   uint32_t count() const { return isOpen() ? file_.recordCount() : 0; }
 
-  // The engine's result behind the code that the last failed operation gave. kNotFound is a sound
-  // "none": where a call of the system failed, kShortRead stands for it.
-  int engineCode() const { return engineCode_; }
-
-  bool isOpen() const { return file_.isOpen(); }
-  // Whether there is a current record, be it one that cannot be read.
-  bool onRecord() const { return file_.currentRecord() != 0; }
   const char* path() const { return path_.data(); }
 
  private:
   uint32_t openOnDemand();
   uint32_t checkWrite(RecordType type, const void* record);
-  uint32_t coded(int result, uint16_t code);
-  uint32_t searchFailed(int result);
-  uint32_t seek(RecordType type, const void* record, Lookup lookup);
-  uint32_t scan(RecordType type, Lookup lookup);
-  uint32_t currentForm(RecordType* type, RecordForm** form);
   engine::Options options() const;
 
   platform::FileSystem& files_;
-  engine::PageCache cache_;
-  engine::Store file_;
-  RecordForms forms_;
   using Path = std::array<char, kMaxPath + 1>;
   static bool takePath(const char* path, Path& taken);
 
   Path path_;
   Path journal_;  // empty: none
-  int engineCode_ = 0;
 };
 
 }  // namespace tavo::store

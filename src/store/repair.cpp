@@ -13,8 +13,6 @@ namespace tavo::store {
 
 namespace {
 
-constexpr uint32_t kWorkBuffer = 4096;
-
 // Both kinds of packed record look alike; their field lists tell them apart.
 class Repair {
  public:
@@ -24,7 +22,7 @@ class Repair {
   int run(const char* from, const char* to) {
     if (const int code = findKind(from); code != engine::kOk) return code;
     engine::Options options;
-    options.workBufferSize = kWorkBuffer;
+    options.workBufferSize = kCompleteRecordLimit;
     int code = file_.create(to, indexesOf(report_.kind), options);
     if (code != engine::kOk) return code;
     file_.setWriteMode(0);

@@ -124,6 +124,11 @@ struct Store::ControlBlock {
   }
   // kOk for an open file, else what every operation returns.
   int check() const { return !guarded() ? kBadBlock : state == 'O' ? kOk : kNotOpen; }
+  // The same for changes.
+  int checkChange() const {
+    const int code = check();
+    return code == kOk && access != 2 ? int{kReadOnly} : code;
+  }
   void invalidatePositions();
   // The plan of a caller's field list; null when memory is short.
   const RecordPlan* planOf(const Field* fields) { return plans.of(fields, header.keyType); }

@@ -28,6 +28,14 @@ int checkFind(ControlBlock& file, int index, int mode) {
   return mode < kEqual || mode > kLessOrEqual ? int{kBadArgument} : kOk;
 }
 
+// Locks or unlocks the current record of a shared file; an exclusive one needs no locks.
+int changeLock(ControlBlock& file, int (*change)(ControlBlock& file, std::int32_t record)) {
+  int code = file.checkChange();
+  if (code == kOk && file.currentRecord == 0) code = kNoCurrentRecord;
+  if (code != kOk || !file.shared()) return code;
+  return runChange(file, [&](Change&) { return change(file, file.currentRecord); });
+}
+
 }  // namespace
 
 Store::Store(PageCache& cache, platform::FileSystem& files)
@@ -156,9 +164,8 @@ int Store::endRead() {
 }
 
 int Store::beginWrite() {
-  const int code = block_ == nullptr ? kNotOpen : block_->check();
-  if (code != kOk) return code;
-  return answer(block_->access != 2 ? int{kReadOnly} : enterWrite(*block_));
+  const int code = block_ == nullptr ? int{kNotOpen} : block_->checkChange();
+  return answer(code == kOk ? enterWrite(*block_) : code);
 }
 
 int Store::endWrite() {
@@ -177,31 +184,17 @@ std::uint32_t Store::userArea(void* bytes, std::uint32_t room) const {
 }
 
 int Store::lockRecord() {
-  if (block_ == nullptr) return kNotOpen;
-  ControlBlock& file = *block_;
-  int code = file.check();
-  if (code == kOk && file.access != 2) code = kReadOnly;
-  if (code == kOk && file.currentRecord == 0) code = kNoCurrentRecord;
-  if (code != kOk || !file.shared()) return code;
-  return answer(runChange(file, [&](Change&) { return takeRecordLock(file, file.currentRecord); }));
+  return block_ == nullptr ? int{kNotOpen} : answer(changeLock(*block_, &takeRecordLock));
 }
 
 int Store::unlockRecord() {
-  if (block_ == nullptr) return kNotOpen;
-  ControlBlock& file = *block_;
-  int code = file.check();
-  if (code == kOk && file.access != 2) code = kReadOnly;
-  if (code == kOk && file.currentRecord == 0) code = kNoCurrentRecord;
-  if (code != kOk || !file.shared()) return code;
-  return answer(
-      runChange(file, [&](Change&) { return releaseRecordLock(file, file.currentRecord); }));
+  return block_ == nullptr ? int{kNotOpen} : answer(changeLock(*block_, &releaseRecordLock));
 }
 
 int Store::setUserArea(const void* bytes, std::uint32_t length) {
   if (block_ == nullptr) return kNotOpen;
   ControlBlock& file = *block_;
-  int code = file.check();
-  if (code == kOk && file.access != 2) code = kReadOnly;
+  int code = file.checkChange();
   if (code == kOk && length > sizeof file.header.user) code = kBadArgument;
   if (code != kOk) return code;
   const FileHeader before = file.header;

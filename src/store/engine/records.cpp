@@ -365,8 +365,7 @@ int takeList(ControlBlock& file, const Field* fields, bool full, const RecordPla
 // What every change of a record requires.
 int checkChange(ControlBlock& file, const Field* fields, bool full, bool current,
                 const RecordPlan*& plan) {
-  int code = file.check();
-  if (code == kOk && file.access != 2) code = kReadOnly;
+  int code = file.checkChange();
   if (code == kOk) code = takeList(file, fields, full, plan);
   if (code == kOk && current && file.currentRecord == 0) code = kNoCurrentRecord;
   return code;

@@ -470,13 +470,18 @@ FieldResult parseEnum(Run& run, FieldCursor& cursor, EnumId* value) {
   return FieldResult::kValue;
 }
 
+// A value of several kinds as far as it is a text; what is not quoted is left to be a number.
+template <class Value>
+FieldResult parseTextKind(Run& run, FieldCursor& cursor, Value* value) {
+  *value = Value{};
+  const FieldResult result = parseQuotedText(run, cursor, value->text, sizeof value->text);
+  if (result == FieldResult::kValue) value->kind = TVO_ENUM_TEXT;
+  return result;
+}
+
 FieldResult parseFreeValue(Run& run, FieldCursor& cursor, FreeValue* value) {
-  *value = FreeValue{};
-  FieldResult result = parseQuotedText(run, cursor, value->text, sizeof value->text);
-  if (result != FieldResult::kNotQuoted) {
-    if (result == FieldResult::kValue) value->kind = TVO_ENUM_TEXT;
-    return result;
-  }
+  FieldResult result = parseTextKind(run, cursor, value);
+  if (result != FieldResult::kNotQuoted) return result;
   const char* const start = cursor.at;
   double number = 0;
   result = parseDouble(run, cursor, &number);
@@ -492,12 +497,8 @@ FieldResult parseFreeValue(Run& run, FieldCursor& cursor, FreeValue* value) {
 }
 
 FieldResult parseDefaultValue(Run& run, FieldCursor& cursor, DefaultValue* value) {
-  *value = DefaultValue{};
-  FieldResult result = parseQuotedText(run, cursor, value->text, sizeof value->text);
-  if (result != FieldResult::kNotQuoted) {
-    if (result == FieldResult::kValue) value->kind = TVO_ENUM_TEXT;
-    return result;
-  }
+  FieldResult result = parseTextKind(run, cursor, value);
+  if (result != FieldResult::kNotQuoted) return result;
   double number = 0;
   result = parseDouble(run, cursor, &number);
   if (result == FieldResult::kValue) {

@@ -2,12 +2,10 @@
 #include "survey/geometry.h"
 
 #include <cmath>
-#include <limits>
 
 namespace tavo::survey {
 namespace {
 
-constexpr double kUnknown = std::numeric_limits<double>::quiet_NaN();
 constexpr tavo_position kNoPlace{kUnknown, kUnknown, kUnknown, 0, 0};
 constexpr double kGon = kPi / 200;
 constexpr double kFullCircle = 400;
@@ -22,6 +20,12 @@ double inCircle(double gon) {
 
 Geometry::Geometry(const SurveyView& view, const CrsOptions& options)
     : view_(view),
+      bits_{givenBit(TVO_RECORD_SLOPE, TVO_FIELD_Hz),
+            givenBit(TVO_RECORD_SLOPE, TVO_FIELD_Vz),
+            givenBit(TVO_RECORD_SLOPE, TVO_FIELD_Ori),
+            givenBit(TVO_RECORD_SLOPE, TVO_FIELD_SDist),
+            givenBit(TVO_RECORD_SLOPE, TVO_FIELD_RefHt),
+            givenBit(TVO_RECORD_SETUP, TVO_FIELD_InstrHt)},
       findings_(view_),
       systems_(view_, options, findings_),
       points_(view_, systems_, findings_) {
@@ -130,8 +134,8 @@ void Geometry::observe() {
     if (block.data_type != TVO_RECORD_SLOPE) continue;
     const schema::Units units = unitsOf(*block.units);
     for (size_t i = block.first; i < block.first + block.count; ++i) {
-      observations_.push_back(observation(i, last, units));
       const auto slope = recordAt<SlopeRecord>(slopes, i);
+      observations_.push_back(observation(slope, slopes.given[i], last, units));
       const size_t target = points_.find({slope.TgtNo, textOf(slope.TgtID)});
       if (last == kNowhere || !points_.located(stations[last]) || !points_.located(target))
         continue;
@@ -146,24 +150,22 @@ void Geometry::observe() {
   }
 }
 
-tavo_observation Geometry::observation(size_t index, size_t setup,
+tavo_observation Geometry::observation(const SlopeRecord& slope, tavo_given given, size_t setup,
                                        const schema::Units& units) const {
-  const auto slope = recordAt<SlopeRecord>(view_.of(TVO_RECORD_SLOPE), index);
-  const tavo_given given = view_.of(TVO_RECORD_SLOPE).given[index];
-  const auto has = [&](FieldId id) { return (given & givenBit(TVO_RECORD_SLOPE, id)) != 0; };
-  const auto gon = [&](FieldId id, double radians) {
-    return has(id) && units.angular != TVO_ENUM_UNKNOWN ? radians / kGon : kUnknown;
+  const auto has = [given](tavo_given bit) { return (given & bit) != 0; };
+  const auto gon = [&](tavo_given bit, double radians) {
+    return has(bit) && units.angular != TVO_ENUM_UNKNOWN ? radians / kGon : kUnknown;
   };
   tavo_observation out{};
   out.setup = setup;
-  out.hz = gon(TVO_FIELD_Hz, slope.Hz);
-  out.vz = gon(TVO_FIELD_Vz, slope.Vz);
-  out.ori = gon(TVO_FIELD_Ori, slope.Ori);
-  out.distance = has(TVO_FIELD_SDist) ? slope.SDist : kUnknown;
-  out.target_height = has(TVO_FIELD_RefHt) ? static_cast<double>(slope.RefHt) : kUnknown;
+  out.hz = gon(bits_.hz, slope.Hz);
+  out.vz = gon(bits_.vz, slope.Vz);
+  out.ori = gon(bits_.ori, slope.Ori);
+  out.distance = has(bits_.distance) ? slope.SDist : kUnknown;
+  out.target_height = has(bits_.targetHeight) ? static_cast<double>(slope.RefHt) : kUnknown;
   out.instrument_height = kUnknown;
-  if (setup != kNowhere && (view_.of(TVO_RECORD_SETUP).given[setup] &
-                            givenBit(TVO_RECORD_SETUP, TVO_FIELD_InstrHt)) != 0) {
+  if (setup != kNowhere &&
+      (view_.of(TVO_RECORD_SETUP).given[setup] & bits_.instrumentHeight) != 0) {
     const auto record = recordAt<SetupRecord>(view_.of(TVO_RECORD_SETUP), setup);
     out.instrument_height = static_cast<double>(record.INST_HT);
   }

@@ -35,10 +35,17 @@ class Geometry {
   void placeShapeAnnotations(RecordType type, const ShapeKind& kind);
   void placeBoxes();
   void observe();
-  tavo_observation observation(size_t index, size_t setup, const schema::Units& units) const;
+  tavo_observation observation(const SlopeRecord& slope, tavo_given given, size_t setup,
+                               const schema::Units& units) const;
   void publish();
 
+  // In the presence of SLOPE, the last one in that of SETUP.
+  struct Bits {
+    tavo_given hz, vz, ori, distance, targetHeight, instrumentHeight;
+  };
+
   SurveyView view_;
+  Bits bits_;
   GeometryFindings findings_;
   ReferenceSystems systems_;
   Points points_;

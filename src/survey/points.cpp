@@ -3,13 +3,10 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 #include <numeric>
 
 namespace tavo::survey {
 namespace {
-
-constexpr double kNoHeight = std::numeric_limits<double>::quiet_NaN();
 
 bool allOf(tavo_given given, tavo_given bits) { return (given & bits) == bits; }
 
@@ -52,7 +49,7 @@ Points::Points(const SurveyView& view, const ReferenceSystems& systems, Geometry
            bit(TVO_FIELD_X),         bit(TVO_FIELD_Y),        bit(TVO_FIELD_Z),
            bit(TVO_FIELD_PrjSetNo)};
   const tavo_records& points = view_.of(TVO_RECORD_POINTS);
-  positions_.assign(points.count, {kNoHeight, kNoHeight, kNoHeight, 0, 0});
+  positions_.assign(points.count, {kUnknown, kUnknown, kUnknown, 0, 0});
   heights_.assign(points.count, Height::kNone);
   for (const tavo_block& block : view_.blocks) {
     if (block.data_type != TVO_RECORD_POINTS) continue;
@@ -93,7 +90,7 @@ void Points::place(size_t index, const schema::Units& units) {
                             toInternal(units, UnitKind::kGeographic, record.Longitude), set)
           : placeGeocentric(index, record, units, set);
   if (!placed || !std::isfinite(at.x) || !std::isfinite(at.y)) {
-    at = {kNoHeight, kNoHeight, kNoHeight, 0, 0};
+    at = {kUnknown, kUnknown, kUnknown, 0, 0};
     return;
   }
   if (texts_[at.crs].wkt.empty()) ++withoutSystem_;
@@ -217,7 +214,7 @@ void Points::settleHeights() {
                        crs_[at.crs].heights == TAVO_HEIGHTS_ELEVATION;
     if (!other) continue;
     at.dimension = 2;
-    at.z = kNoHeight;
+    at.z = kUnknown;
     ++dropped;
   }
   if (withoutSystem_ != 0) {

@@ -88,6 +88,7 @@ Block blockView(const BlockDef& row) {
   return block;
 }
 
+// In the order of schema::blocks().
 const std::vector<Block>& blocks() {
   static const std::vector<Block> all = [] {
     std::vector<Block> made;
@@ -193,8 +194,7 @@ const tavo_schema_message* tavo_schema_message_at(size_t index) { return at(mess
 const tavo_schema_block* tavo_schema_block_of(uint32_t record_type) {
   const schema::RecordDef& record = schema::recordDef(record_type);
   if (record.block == nullptr) return nullptr;
-  const auto found = std::ranges::find(blocks(), record.block, &Block::row);
-  return found == blocks().end() ? nullptr : &found->view;
+  return &blocks()[static_cast<size_t>(record.block - schema::blocks().data())].view;
 }
 
 const tavo_schema_block* tavo_schema_block_named(const char* keyword) {
@@ -219,8 +219,9 @@ const tavo_schema_message* tavo_schema_message_of(uint32_t number) {
 }
 
 const char* tavo_schema_value_name(EnumId id) {
-  const auto found = std::ranges::find(values(), id, &tavo_schema_value::id);
-  return found == values().end() ? "UNKNOWN" : found->name;
+  std::string_view name;
+  schema::EnumName(id, &name);
+  return name.data();  // its table ends every name with a zero
 }
 
 uint32_t tavo_schema_record_size(uint32_t record_type) {

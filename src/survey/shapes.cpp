@@ -4,15 +4,12 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 #include <string>
 
 namespace tavo::survey {
 namespace {
 
 using Run = std::vector<size_t>;  // points
-
-constexpr double kNoHeight = std::numeric_limits<double>::quiet_NaN();
 
 struct Edge {
   size_t index;  // among the edges of its kind
@@ -321,7 +318,7 @@ tavo_position insideOfPolygon(const tavo_shape& shape) {
     widest = crossings[i + 1] - crossings[i];
     x = crossings[i] + widest / 2;
   }
-  return {x, y, kNoHeight, shape.crs, 2};
+  return {x, y, kUnknown, shape.crs, 2};
 }
 
 }  // namespace
@@ -378,7 +375,7 @@ void Shapes::add(size_t owner, const std::vector<Run>& runs, const std::vector<s
   runs_.push_back(entry.vertexCount);
   polygons_.insert(polygons_.end(), polygons.begin(), polygons.end());
   if (entry.dimension == 2) {
-    for (size_t i = entry.vertices + 2; i < vertices_.size(); i += 3) vertices_[i] = kNoHeight;
+    for (size_t i = entry.vertices + 2; i < vertices_.size(); i += 3) vertices_[i] = kUnknown;
   }
   shapes_.push_back(entry);
 }
@@ -387,7 +384,7 @@ void Shapes::addSegment(size_t owner, const tavo_position& from, const tavo_posi
   const uint32_t dimension = std::min(from.dimension, to.dimension);
   shapes_.push_back({owner, from.crs, dimension, vertices_.size(), 2, runs_.size(), 1, 0, 0});
   for (const tavo_position* const at : {&from, &to}) {
-    vertices_.insert(vertices_.end(), {at->x, at->y, dimension == 3 ? at->z : kNoHeight});
+    vertices_.insert(vertices_.end(), {at->x, at->y, dimension == 3 ? at->z : kUnknown});
   }
   runs_.insert(runs_.end(), {0, 2});
 }

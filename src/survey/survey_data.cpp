@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "schema/catalogue.h"
+#include "survey/units.h"
 
 namespace tavo::survey {
 
@@ -90,7 +91,7 @@ void SurveyData::beginBlock(const reader::DeliveredRecord& record, bool columns)
   block.data_type = row == nullptr ? 0 : row->data;
   block.first = records_[block.data_type].count;
   block.line = record.line;
-  block.units = unitsOf(*record.units);
+  block.units = inForce(*record.units);
   BlockOrigin origin = {record.block, kNone};
   if (columns) {
     origin.columns = records_[record.type].count;
@@ -110,12 +111,8 @@ void SurveyData::beginBlock(const reader::DeliveredRecord& record, bool columns)
   origins_.push_back(origin);
 }
 
-const tavo_units* SurveyData::unitsOf(const schema::Units& units) {
-  const tavo_units now = {
-      units.angular,          units.linear,    units.geographic,    units.temperature,
-      units.pressure,         units.dateOrder, units.angularFactor, units.linearFactor,
-      units.geographicFactor, units.east,      units.north,         units.elevation,
-  };
+const tavo_units* SurveyData::inForce(const schema::Units& units) {
+  const tavo_units now = viewOf(units);
   if (units_.empty() || std::memcmp(&units_.back(), &now, sizeof now) != 0) units_.push_back(now);
   return &units_.back();
 }

@@ -55,7 +55,7 @@ class SurveyData {
   void store(const reader::DeliveredRecord& record);
   void keepEntries(uint8_t* record);
   void beginBlock(const reader::DeliveredRecord& record, bool columns);
-  const tavo_units* unitsOf(const schema::Units& units);
+  const tavo_units* inForce(const schema::Units& units);
   void listColumns(tavo_block& block, size_t columns);
   void pointToEntries();
   void addMoments(RecordType type, size_t offset);

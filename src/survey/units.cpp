@@ -1,36 +1,35 @@
 // Units in their public form.
-#include <cstring>
+#include "survey/units.h"
 
+#include "schema/bytes.h"
 #include "schema/catalogue.h"
-#include "schema/units.h"
-#include "tavo/survey.h"
-
-namespace {
 
 namespace schema = tavo::schema;
+using tavo::survey::unitsOf;
+using tavo::survey::viewOf;
 
-schema::Units unitsOf(const tavo_units& units) {
+schema::Units tavo::survey::unitsOf(const tavo_units& units) {
   return {units.angular,           units.linear,      units.geographic,     units.temperature,
           units.pressure,          units.date_order,  units.angular_factor, units.linear_factor,
           units.geographic_factor, units.offset_east, units.offset_north,   units.offset_elevation};
 }
+
+tavo_units tavo::survey::viewOf(const schema::Units& units) {
+  return {units.angular,          units.linear,    units.geographic,    units.temperature,
+          units.pressure,         units.dateOrder, units.angularFactor, units.linearFactor,
+          units.geographicFactor, units.east,      units.north,         units.elevation};
+}
+
+namespace {
 
 schema::UnitKind kindOf(uint32_t unit) {
   return unit <= TAVO_UNIT_GEOGRAPHIC ? static_cast<schema::UnitKind>(unit)
                                       : schema::UnitKind::kNone;
 }
 
-tavo_units viewOf(const schema::Units& units) {
-  return {units.angular,          units.linear,    units.geographic,    units.temperature,
-          units.pressure,         units.dateOrder, units.angularFactor, units.linearFactor,
-          units.geographicFactor, units.east,      units.north,         units.elevation};
-}
-
 template <class T>
 T load(const void* record, size_t offset) {
-  T value;
-  std::memcpy(&value, static_cast<const char*>(record) + offset, sizeof value);
-  return value;
+  return schema::load<T>(static_cast<const char*>(record) + offset);
 }
 
 bool isListed(const void* columns, FieldId id) {

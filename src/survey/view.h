@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstring>
+#include <limits>
 #include <span>
 #include <string>
 #include <string_view>
@@ -10,10 +11,12 @@
 #include <vector>
 
 #include "schema/catalogue.h"
-#include "schema/units.h"
-#include "tavo/survey.h"
+#include "survey/units.h"
 
 namespace tavo::survey {
+
+// What is not known of a place or an observation.
+inline constexpr double kUnknown = std::numeric_limits<double>::quiet_NaN();
 
 struct SurveyView {
   std::span<const tavo_records> types;  // by record type
@@ -78,20 +81,6 @@ Record recordAt(const tavo_records& records, size_t index) {
 template <size_t N>
 std::string_view textOf(const char (&member)[N]) {
   return {member, strnlen(member, N)};
-}
-
-inline schema::Units unitsOf(const tavo_units& from) {
-  schema::Units units;
-  units.angular = from.angular;
-  units.linear = from.linear;
-  units.geographic = from.geographic;
-  units.angularFactor = from.angular_factor;
-  units.linearFactor = from.linear_factor;
-  units.geographicFactor = from.geographic_factor;
-  units.east = from.offset_east;
-  units.north = from.offset_north;
-  units.elevation = from.offset_elevation;
-  return units;
 }
 
 }  // namespace tavo::survey

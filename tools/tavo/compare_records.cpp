@@ -10,13 +10,6 @@ namespace tavo::tool {
 
 namespace {
 
-template <class T>
-T load(const char* bytes) {
-  T value;
-  std::memcpy(&value, bytes, sizeof value);
-  return value;
-}
-
 bool equalText(const char* a, const char* b, size_t room) { return std::strncmp(a, b, room) == 0; }
 
 // A block's columns as they are written: known ones, each once.

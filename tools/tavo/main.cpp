@@ -33,9 +33,17 @@ void addOverwrite(CLI::App* verb, bool* overwrite) {
   verb->add_flag("--overwrite", *overwrite, "Replace a file there, whatever it is");
 }
 
+// One line of JSON, or several, instead of text for people.
+void addForm(CLI::App* verb, bool* json, const char* description = "text for people, or json") {
+  verb->add_option_function<std::string>(
+          "--format", [json](const std::string& form) { *json = form == "json"; }, description)
+      ->check(CLI::IsMember({"text", "json"}).description(""))
+      ->type_name("FORM")
+      ->default_str("text");
+}
+
 void addCheck(CLI::App& app, Action* action) {
   const auto options = std::make_shared<CheckOptions>();
-  const auto format = std::make_shared<std::string>("text");
   const auto failOn = std::make_shared<std::vector<std::string>>();
   CLI::App* const verb = addVerb(
       app, "check", "Check texts and show what is wrong with them",
@@ -54,10 +62,7 @@ void addCheck(CLI::App& app, Action* action) {
       ->check(CLI::Range(1, int{UINT16_MAX}).description(""))
       ->type_name("N")
       ->capture_default_str();
-  verb->add_option("--format", *format, "text for people, or json, one line per file")
-      ->check(CLI::IsMember({"text", "json"}).description(""))
-      ->type_name("FORM")
-      ->capture_default_str();
+  addForm(verb, &options->json, "text for people, or json, one line per file");
   verb->add_option("--fail-on", *failOn,
                    "Exit with 1 also on warnings, or on a file without any record")
       ->delimiter(',')
@@ -69,7 +74,6 @@ void addCheck(CLI::App& app, Action* action) {
       ->type_name("N");
   verb->add_flag("-q,--quiet", options->quiet, "Print nothing, the exit status tells");
   verb->callback([=] {
-    options->json = *format == "json";
     for (const std::string& what : *failOn) {
       (what == "empty" ? options->failOnEmpty : options->failOnWarning) = true;
     }
@@ -118,16 +122,6 @@ void addImport(CLI::App& app, Action* action) {
       ->type_name("PATH");
   addOverwrite(verb, &options->overwrite);
   verb->callback([=] { *action = [=] { return import(*options); }; });
-}
-
-// One line of JSON, or several, instead of text for people.
-void addForm(CLI::App* verb, bool* json) {
-  verb->add_option_function<std::string>(
-          "--format", [json](const std::string& form) { *json = form == "json"; },
-          "text for people, or json")
-      ->check(CLI::IsMember({"text", "json"}).description(""))
-      ->type_name("FORM")
-      ->default_str("text");
 }
 
 void addVerify(CLI::App& app, Action* action) {

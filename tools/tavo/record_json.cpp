@@ -16,13 +16,6 @@ namespace tavo::tool {
 
 namespace {
 
-template <class T>
-T load(const char* bytes) {
-  T value;
-  std::memcpy(&value, bytes, sizeof value);
-  return value;
-}
-
 std::string textOf(const char* bytes, size_t room) {
   const void* const end = std::memchr(bytes, '\0', room);
   const size_t size =

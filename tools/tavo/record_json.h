@@ -2,12 +2,21 @@
 #pragma once
 
 #include <array>
+#include <cstring>
 #include <vector>
 
 #include "json.h"
 #include "tavo/survey.h"
 
 namespace tavo::tool {
+
+// A value out of a packed record, where it need not be aligned.
+template <class T>
+T load(const char* bytes) {
+  T value;
+  std::memcpy(&value, bytes, sizeof value);
+  return value;
+}
 
 // "POINTS", "POINTS columns", "OPERATIONS points".
 std::string recordName(uint32_t type);

@@ -1,7 +1,9 @@
 // tavo timeline: prints the time-stamped records of a text in the order of their time.
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <initializer_list>
 #include <numbers>
 
 #include "console.h"
@@ -31,11 +33,19 @@ std::string textOf(const char (&text)[N]) {
 }
 
 template <class Record>
-Record load(const tavo_records& records, size_t index) {
-  Record record;
-  std::memcpy(&record, static_cast<const char*>(records.bytes) + index * records.size,
-              sizeof record);
-  return record;
+Record recordAt(const tavo_records& records, size_t index) {
+  return load<Record>(static_cast<const char*>(records.bytes) + index * records.size);
+}
+
+// The fields of POINTS in these members, as bits of a record's presence.
+tavo_given pointBits(std::initializer_list<size_t> offsets) {
+  const tavo_schema_block* const block = tavo_schema_block_of(TVO_RECORD_POINTS);
+  tavo_given bits = 0;
+  const tavo_schema_field* field = nullptr;
+  for (size_t i = 0; (field = tavo_schema_field_at(block, i)) != nullptr; ++i) {
+    if (std::ranges::find(offsets, field->offset) != offsets.end()) bits |= tavo_given{1} << i;
+  }
+  return bits;
 }
 
 std::string triple(const char* format, double a, double b, double c) {
@@ -47,22 +57,20 @@ std::string triple(const char* format, double a, double b, double c) {
 
 // Presence decides which of its systems a point is shown in.
 Entry entryOf(const PointRecord& point, tavo_given given) {
-  const tavo_schema_block* const block = tavo_schema_block_of(TVO_RECORD_POINTS);
-  const auto has = [&](size_t offset) {
-    const tavo_schema_field* field = nullptr;
-    for (size_t i = 0; (field = tavo_schema_field_at(block, i)) != nullptr; ++i) {
-      if (field->offset == offset) return (given >> i & 1) != 0;
-    }
-    return false;
-  };
+  static const tavo_given grid =
+      pointBits({offsetof(PointRecord, East), offsetof(PointRecord, North)});
+  static const tavo_given geographic =
+      pointBits({offsetof(PointRecord, Longitude), offsetof(PointRecord, Latitude)});
+  static const tavo_given geocentric =
+      pointBits({offsetof(PointRecord, X), offsetof(PointRecord, Y)});
   Entry entry{"point", point.Date, point.PointNo, textOf(point.PointID), {}};
-  if (has(offsetof(PointRecord, East)) || has(offsetof(PointRecord, North))) {
+  if ((given & grid) != 0) {
     entry.values =
         triple("East %.4f  North %.4f  Elevation %.4f", point.East, point.North, point.Elevation);
-  } else if (has(offsetof(PointRecord, Longitude)) || has(offsetof(PointRecord, Latitude))) {
+  } else if ((given & geographic) != 0) {
     entry.values = triple("Longitude %.10f  Latitude %.10f  EllHeight %.4f", point.Longitude,
                           point.Latitude, point.EllHeight);
-  } else if (has(offsetof(PointRecord, X)) || has(offsetof(PointRecord, Y))) {
+  } else if ((given & geocentric) != 0) {
     entry.values = triple("X %.4f  Y %.4f  Z %.4f", point.X, point.Y, point.Z);
   }
   if (const std::string code = textOf(point.Code); !code.empty()) entry.values += "  Code " + code;
@@ -104,13 +112,13 @@ Entry entryOf(const tavo_survey* survey, const tavo_moment& moment) {
   const tavo_records& records = *tavo_survey_records(survey, moment.type);
   switch (moment.type) {
     case TVO_RECORD_POINTS:
-      return entryOf(load<PointRecord>(records, moment.index), records.given[moment.index]);
+      return entryOf(recordAt<PointRecord>(records, moment.index), records.given[moment.index]);
     case TVO_RECORD_SETUP:
-      return entryOf(load<SetupRecord>(records, moment.index));
+      return entryOf(recordAt<SetupRecord>(records, moment.index));
     case TVO_RECORD_SLOPE:
-      return entryOf(load<SlopeRecord>(records, moment.index));
+      return entryOf(recordAt<SlopeRecord>(records, moment.index));
     default:
-      return entryOf(load<TimeTaggedRecord>(records, moment.index));
+      return entryOf(recordAt<TimeTaggedRecord>(records, moment.index));
   }
 }
 

@@ -30,11 +30,11 @@ class Fields {
     if (row == nullptr || row->offset == schema::kNotKept) return 0;
     switch (row->type) {
       case schema::DataType::kDouble:
-        return read<double>(*row);
+        return schema::load<double>(bytes_ + row->offset);
       case schema::DataType::kUint16:
-        return read<uint16_t>(*row);
+        return schema::load<uint16_t>(bytes_ + row->offset);
       case schema::DataType::kEnum:
-        return read<EnumId>(*row);
+        return schema::load<EnumId>(bytes_ + row->offset);
       default:
         return 0;
     }
@@ -42,8 +42,7 @@ class Fields {
   // Whether the line gave it. Where that is not known, a value other than 0 was given.
   bool given(FieldId id) const {
     if (given_ == TAVO_GIVEN_UNKNOWN) return value(id) != 0;
-    const FieldDef* const row = schema::findId(table_, id);
-    return row != nullptr && (given_ >> (row - table_) & 1) != 0;
+    return (given_ & schema::bitOf(table_, id)) != 0;
   }
   std::string text(FieldId id) const {
     const FieldDef* const row = schema::findId(table_, id);
@@ -52,13 +51,6 @@ class Fields {
   }
 
  private:
-  template <class T>
-  T read(const FieldDef& row) const {
-    T value;
-    memcpy(&value, bytes_ + row.offset, sizeof value);
-    return value;
-  }
-
   const FieldDef* table_;
   const uint8_t* bytes_;
   tavo_given given_;

@@ -21,8 +21,7 @@ std::string_view idAt(const tavo_records& points, size_t index) {
 NumberIndex::NumberIndex(const tavo_records& records, size_t offset) : numbers_(records.count) {
   order_.reserve(records.count);
   for (size_t i = 0; i < records.count; ++i) {
-    memcpy(&numbers_[i], static_cast<const uint8_t*>(records.bytes) + i * records.size + offset,
-           sizeof numbers_[i]);
+    numbers_[i] = numberAt(records, i, offset);
     if (numbers_[i] != 0) order_.push_back(i);
   }
   const auto before = [this](size_t a, size_t b) { return numbers_[a] < numbers_[b]; };

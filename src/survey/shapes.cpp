@@ -259,13 +259,6 @@ void Joiner::noteChords() const {
                  "Arcs and curves drawn as their chords: " + std::to_string(chords_));
 }
 
-uint32_t numberAt(const tavo_records& records, size_t index, size_t offset) {
-  uint32_t number;
-  memcpy(&number, static_cast<const uint8_t*>(records.bytes) + index * records.size + offset,
-         sizeof number);
-  return number;
-}
-
 // --- Labels -------------------------------------------------------------------------------------
 
 struct Vertex {

@@ -10,7 +10,9 @@
 #include <utility>
 #include <vector>
 
+#include "schema/bytes.h"
 #include "schema/catalogue.h"
+#include "schema/fields.h"
 #include "survey/units.h"
 
 namespace tavo::survey {
@@ -60,21 +62,19 @@ class GeometryFindings {
 
 // The bit of a field in the presence of its record type.
 inline tavo_given givenBit(RecordType type, FieldId id) {
-  tavo_given bit = 1;
-  for (const schema::FieldDef& row : schema::rows(schema::recordDef(type).fields)) {
-    if (row.id == id) return bit;
-    bit <<= 1;
-  }
-  return 0;
+  return schema::bitOf(schema::recordDef(type).fields, id);
 }
 
 // Record `index` of its type; Record is the type's structure.
 template <class Record>
 Record recordAt(const tavo_records& records, size_t index) {
-  Record record;
-  memcpy(&record, static_cast<const uint8_t*>(records.bytes) + index * sizeof record,
-         sizeof record);
-  return record;
+  return schema::load<Record>(static_cast<const uint8_t*>(records.bytes) + index * sizeof(Record));
+}
+
+// The 32-bit member at an offset of record `index` of its type.
+inline uint32_t numberAt(const tavo_records& records, size_t index, size_t offset) {
+  return schema::load<uint32_t>(static_cast<const uint8_t*>(records.bytes) + index * records.size +
+                                offset);
 }
 
 // A text member up to its end mark.

@@ -6,8 +6,6 @@
 //
 // The engines take turns, three rounds; medians and ratios are printed. Files are made in the
 // current folder, which should be on the kind of disk that matters, and removed.
-#include <sqlite3.h>
-
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -19,19 +17,16 @@
 #include <string>
 #include <vector>
 
+#include "bench/sqlite_file.h"
 #include "store/record_store.h"
 
 namespace {
 
+using tavo::bench::require;
+
 constexpr uint32_t kPoints = 20'000;
 constexpr int kUpdates = 10'000;
 constexpr int kRounds = 3;
-
-void require(bool good, const char* what) {
-  if (good) return;
-  fprintf(stderr, "%s failed\n", what);
-  exit(1);
-}
 
 PointRecord point(uint32_t number, double east) {
   PointRecord record;
@@ -95,34 +90,19 @@ class Sqlite final : public Engine {
   }
   ~Sqlite() override {
     sqlite3_finalize(update_);
-    sqlite3_close(db_);
+    db_.close();
     std::filesystem::remove(kPath);
     std::filesystem::remove(std::string(kPath) + "-journal");
   }
   const char* name() const override { return name_; }
   void fill() override {
-    require(sqlite3_open(kPath, &db_) == SQLITE_OK, "opening SQLite");
-    run("PRAGMA synchronous=FULL;");
-    run(mode_);
-    run("CREATE TABLE records(id INTEGER PRIMARY KEY, sort INTEGER, number INTEGER, name TEXT,"
-        " type INTEGER, record BLOB);"
-        "CREATE INDEX by_sort ON records(sort);"
-        "CREATE INDEX by_number ON records(number);"
-        "CREATE INDEX by_name ON records(name);"
-        "BEGIN");
-    sqlite3_stmt* insert =
-        prepare("INSERT INTO records(sort, number, name, type, record) VALUES(10022, ?, ?, 52, ?)");
-    for (uint32_t n = 1; n <= kPoints; ++n) {
-      const PointRecord record = point(n, n);
-      sqlite3_bind_int64(insert, 1, n);
-      sqlite3_bind_text(insert, 2, record.PointID, -1, SQLITE_STATIC);
-      sqlite3_bind_blob(insert, 3, &record, sizeof(record), SQLITE_STATIC);
-      require(sqlite3_step(insert) == SQLITE_DONE, "inserting into SQLite");
-      sqlite3_reset(insert);
-    }
-    sqlite3_finalize(insert);
-    run("COMMIT");
-    update_ = prepare("UPDATE records SET record = ?2 WHERE number = ?1");
+    db_.open(kPath);
+    db_.run("PRAGMA synchronous=FULL;");
+    db_.run(mode_);
+    std::vector<PointRecord> points;
+    for (uint32_t n = 1; n <= kPoints; ++n) points.push_back(point(n, n));
+    db_.fill(points);
+    update_ = db_.prepare("UPDATE records SET record = ?2 WHERE number = ?1");
   }
   void update(const PointRecord& record) override {
     sqlite3_bind_int64(update_, 1, record.PointNo);
@@ -133,17 +113,9 @@ class Sqlite final : public Engine {
 
  private:
   static constexpr char kPath[] = "durable_bench.sqlite";
-  void run(const char* sql) {
-    require(sqlite3_exec(db_, sql, nullptr, nullptr, nullptr) == SQLITE_OK, sql);
-  }
-  sqlite3_stmt* prepare(const char* sql) {
-    sqlite3_stmt* statement = nullptr;
-    require(sqlite3_prepare_v2(db_, sql, -1, &statement, nullptr) == SQLITE_OK, sql);
-    return statement;
-  }
   const char* name_;
   const char* mode_;
-  sqlite3* db_ = nullptr;
+  tavo::bench::SqliteFile db_;
   sqlite3_stmt* update_ = nullptr;
 };
 

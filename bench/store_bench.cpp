@@ -11,7 +11,6 @@
 //
 // store_bench [rounds]; files are made in the current folder and removed.
 #include <lmdb.h>
-#include <sqlite3.h>
 
 #include <algorithm>
 #include <array>
@@ -25,10 +24,13 @@
 #include <string>
 #include <vector>
 
+#include "bench/sqlite_file.h"
 #include "store/engine/record.h"
 #include "store/record_store.h"
 
 namespace {
+
+using tavo::bench::require;
 
 using Points = std::vector<PointRecord>;
 
@@ -57,12 +59,6 @@ Points makePoints() {
     point.LayerNo = static_cast<uint16_t>(random() % 20);
   }
   return list;
-}
-
-void require(bool good, const char* what) {
-  if (good) return;
-  fprintf(stderr, "store_bench: %s failed\n", what);
-  exit(1);
 }
 
 class Engine {
@@ -257,30 +253,14 @@ class Sqlite final : public Engine {
   void write(const Points& list) override {
     std::filesystem::remove(kPath);
     open();
-    run("CREATE TABLE records(id INTEGER PRIMARY KEY, sort INTEGER, number INTEGER, name TEXT,"
-        " type INTEGER, record BLOB);"
-        "CREATE INDEX by_sort ON records(sort);"
-        "CREATE INDEX by_number ON records(number);"
-        "CREATE INDEX by_name ON records(name);"
-        "BEGIN");
-    sqlite3_stmt* insert =
-        prepare("INSERT INTO records(sort, number, name, type, record) VALUES(?, ?, ?, ?, ?)");
-    for (const PointRecord& point : list) {
-      sqlite3_bind_int(insert, 1, kSortCode);
-      sqlite3_bind_int64(insert, 2, point.PointNo);
-      sqlite3_bind_text(insert, 3, point.PointID, -1, SQLITE_STATIC);
-      sqlite3_bind_int(insert, 4, TVO_RECORD_POINTS);
-      sqlite3_bind_blob(insert, 5, &point, sizeof(point), SQLITE_STATIC);
-      require(sqlite3_step(insert) == SQLITE_DONE, "inserting a point");
-      sqlite3_reset(insert);
-    }
-    close(insert);
+    db_.fill(list);
+    db_.close();
   }
 
   uint32_t readThrough(double& sum) override {
     open();
-    run("BEGIN");
-    sqlite3_stmt* select = prepare("SELECT type, record FROM records ORDER BY sort, id");
+    db_.run("BEGIN");
+    sqlite3_stmt* select = db_.prepare("SELECT type, record FROM records ORDER BY sort, id");
     uint32_t count = 0;
     for (; sqlite3_step(select) == SQLITE_ROW; ++count) add(select, sum);
     close(select);
@@ -289,9 +269,10 @@ class Sqlite final : public Engine {
 
   void find(const Points& list, bool byNumber, double& sum) override {
     open();
-    run("BEGIN");
-    sqlite3_stmt* select = prepare(byNumber ? "SELECT type, record FROM records WHERE number = ?"
-                                            : "SELECT type, record FROM records WHERE name = ?");
+    db_.run("BEGIN");
+    sqlite3_stmt* select =
+        db_.prepare(byNumber ? "SELECT type, record FROM records WHERE number = ?"
+                             : "SELECT type, record FROM records WHERE name = ?");
     for (const PointRecord& sought : list) {
       if (byNumber)
         sqlite3_bind_int64(select, 1, sought.PointNo);
@@ -310,21 +291,13 @@ class Sqlite final : public Engine {
   static constexpr char kPath[] = "store_bench.sqlite";
 
   void open() {
-    require(sqlite3_open(kPath, &db_) == SQLITE_OK, "opening SQLite");
-    run(settings_.c_str());
+    db_.open(kPath);
+    db_.run(settings_.c_str());
   }
   void close(sqlite3_stmt* statement) {
     sqlite3_finalize(statement);
-    run("COMMIT");
-    sqlite3_close(db_);
-  }
-  void run(const char* sql) {
-    require(sqlite3_exec(db_, sql, nullptr, nullptr, nullptr) == SQLITE_OK, sql);
-  }
-  sqlite3_stmt* prepare(const char* sql) {
-    sqlite3_stmt* statement = nullptr;
-    require(sqlite3_prepare_v2(db_, sql, -1, &statement, nullptr) == SQLITE_OK, sql);
-    return statement;
+    db_.run("COMMIT");
+    db_.close();
   }
   static void add(sqlite3_stmt* select, double& sum) {
     PointRecord point;
@@ -334,7 +307,7 @@ class Sqlite final : public Engine {
   }
 
   std::string settings_;
-  sqlite3* db_ = nullptr;
+  tavo::bench::SqliteFile db_;
 };
 
 double processorSeconds() {

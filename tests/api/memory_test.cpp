@@ -3,55 +3,25 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 #include <initializer_list>
 #include <memory>
-#include <new>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "support/analysis.h"
+#include "support/failing_allocations.h"
 #include "tavo/itavo.h"
 #include "tavo/records.h"
 #include "tavo/tavo.h"
 
-namespace {
-
-// Allocations of this program: how many there still are until one fails, and whether all behind it
-// fail, too. 0 while nothing is to fail.
-size_t untilFailure = 0;
-size_t failures = 0;
-bool failsOn = false;
-
-void* allocate(size_t size) noexcept {
-  if (untilFailure > 0 && --untilFailure == 0) {
-    ++failures;
-    if (failsOn) untilFailure = 1;
-    return nullptr;
-  }
-  return std::malloc(size > 0 ? size : 1);
-}
-
-void* allocateOrThrow(size_t size) {
-  void* const memory = allocate(size);
-  return memory != nullptr ? memory : throw std::bad_alloc();
-}
-
-}  // namespace
-
-void* operator new(size_t size) { return allocateOrThrow(size); }
-void* operator new[](size_t size) { return allocateOrThrow(size); }
-void* operator new(size_t size, const std::nothrow_t&) noexcept { return allocate(size); }
-void* operator new[](size_t size, const std::nothrow_t&) noexcept { return allocate(size); }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete[](void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, size_t) noexcept { std::free(memory); }
-void operator delete[](void* memory, size_t) noexcept { std::free(memory); }
-
 namespace tavo {
 namespace {
+
+using tests::failsOn;
+using tests::failures;
+using tests::untilFailure;
 
 const char kSurvey[] =
     "DATABASE\n  POINTS (PointNo,PointID,Date)\n"

@@ -4,53 +4,19 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
-#include <new>
 
+#include "support/failing_allocations.h"
 #include "survey/handles.h"
 #include "tavo/tavo.h"
 
 #if defined(__linux__)
 #include <sys/wait.h>
 #include <unistd.h>
-#endif
 
-namespace {
-
-// Allocations of this program until one fails; 0 while none is to fail.
-size_t untilFailure = 0;
-bool failed = false;
-
-bool fails() {
-  if (untilFailure == 0 || --untilFailure > 0) return false;
-  failed = true;
-  return true;
-}
-
-void* allocate(size_t size) noexcept {
-  return fails() ? nullptr : std::malloc(size > 0 ? size : 1);
-}
-
-void* allocateOrThrow(size_t size) {
-  void* const memory = allocate(size);
-  return memory != nullptr ? memory : throw std::bad_alloc();
-}
-
-}  // namespace
-
-void* operator new(size_t size) { return allocateOrThrow(size); }
-void* operator new[](size_t size) { return allocateOrThrow(size); }
-void* operator new(size_t size, const std::nothrow_t&) noexcept { return allocate(size); }
-void* operator new[](size_t size, const std::nothrow_t&) noexcept { return allocate(size); }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete[](void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, size_t) noexcept { std::free(memory); }
-void operator delete[](void* memory, size_t) noexcept { std::free(memory); }
-
-#if defined(__linux__)
 // What grows by reallocation fails, too; the program is linked so that it comes here.
 extern "C" void* __real_realloc(void* memory, size_t size);
 extern "C" void* __wrap_realloc(void* memory, size_t size) {
-  return fails() ? nullptr : __real_realloc(memory, size);
+  return tavo::tests::allocationFails() ? nullptr : __real_realloc(memory, size);
 }
 #endif
 
@@ -69,7 +35,7 @@ TEST(SurveyMemory, EveryAllocationMayFail) {
   std::string built, log;
   for (size_t k = 1;; ++k) {
     ASSERT_LT(k, 2000U);
-    failed = false;
+    failures = 0;
     untilFailure = k;
     char* memory = nullptr;
     size_t size = 0;
@@ -100,7 +66,7 @@ TEST(SurveyMemory, EveryAllocationMayFail) {
     EXPECT_TRUE(status == TAVO_OK || status == uint32_t{TAVO_ERR_MEMORY}) << k << ": " << status;
     EXPECT_EQ(memory != nullptr, status == TAVO_OK);
     tavo_free(memory);
-    if (!failed) break;
+    if (failures == 0) break;
     EXPECT_NE(tavo_survey_timeline(survey, &moments), nullptr) << "with memory again";
     EXPECT_EQ(moments, 2U);
   }

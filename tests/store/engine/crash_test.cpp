@@ -157,6 +157,18 @@ std::uint32_t seed(std::mt19937& random) { return static_cast<std::uint32_t>(ran
 
 int step(int k) { return TAVO_TEST_EFFORT >= 100 ? 1 : 1 + k % 11 + 200 / TAVO_TEST_EFFORT / 10; }
 
+// Works on the machine until it stops at transfer k. Whether the work was done by then.
+bool workUntilStop(Machine& machine, const Setting& setting, int k, std::mt19937& random,
+                   Contents& finished, Contents& begun) {
+  bool done;
+  {
+    User user(machine, setting, k, seed(random));
+    done = user.opened == kOk && work(user, finished, begun);
+  }
+  machine.stop(random);
+  return done;
+}
+
 TEST(Crash, StoppedAnywhereTheFileHoldsTheFinishedChangesAlone) {
   Machine base;
   const Contents made = makeBase(base);
@@ -169,12 +181,7 @@ TEST(Crash, StoppedAnywhereTheFileHoldsTheFinishedChangesAlone) {
       std::mt19937 random(static_cast<std::uint32_t>(k));
       Contents finished = made;
       Contents begun = made;
-      bool done;
-      {
-        User user(machine, setting, k, seed(random));
-        done = user.opened == kOk && work(user, finished, begun);
-      }
-      machine.stop(random);
+      const bool done = workUntilStop(machine, setting, k, random, finished, begun);
       // Taking back may be stopped, too.
       for (int again = 0; again < k % 3; ++again) {
         { const User next(machine, setting, static_cast<int>(random() % 30), seed(random)); }
@@ -201,12 +208,7 @@ TEST(Crash, InModeFourTheFileIsWholeOrMarked) {
       std::mt19937 random(static_cast<std::uint32_t>(k));
       Contents finished = made;
       Contents begun = made;
-      bool done;
-      {
-        User user(machine, setting, k, seed(random));
-        done = user.opened == kOk && work(user, finished, begun);
-      }
-      machine.stop(random);
+      const bool done = workUntilStop(machine, setting, k, random, finished, begun);
       const bool marked =
           loadU16(machine.files[kPath]->now.data() + kModifiedMarker) == kMarkerValue;
       if (marked) {

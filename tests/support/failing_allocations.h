@@ -31,15 +31,16 @@ inline void* allocateOrThrow(size_t size) {
 
 }  // namespace tavo::tests
 
-void* operator new(size_t size) { return tavo::tests::allocateOrThrow(size); }
-void* operator new[](size_t size) { return tavo::tests::allocateOrThrow(size); }
-void* operator new(size_t size, const std::nothrow_t&) noexcept {
+// None is inlined: the compiler would see malloc() paired with delete.
+[[gnu::noinline]] void* operator new(size_t size) { return tavo::tests::allocateOrThrow(size); }
+[[gnu::noinline]] void* operator new[](size_t size) { return tavo::tests::allocateOrThrow(size); }
+[[gnu::noinline]] void* operator new(size_t size, const std::nothrow_t&) noexcept {
   return tavo::tests::allocate(size);
 }
-void* operator new[](size_t size, const std::nothrow_t&) noexcept {
+[[gnu::noinline]] void* operator new[](size_t size, const std::nothrow_t&) noexcept {
   return tavo::tests::allocate(size);
 }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete[](void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, size_t) noexcept { std::free(memory); }
-void operator delete[](void* memory, size_t) noexcept { std::free(memory); }
+[[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
+[[gnu::noinline]] void operator delete[](void* memory) noexcept { std::free(memory); }
+[[gnu::noinline]] void operator delete(void* memory, size_t) noexcept { std::free(memory); }
+[[gnu::noinline]] void operator delete[](void* memory, size_t) noexcept { std::free(memory); }

@@ -85,6 +85,7 @@ size_t Attributes::attributeOf(std::string_view name) {
 }
 
 void Attributes::define(const Source& source, uint32_t owner) {
+  if (source.survey().attributes().empty()) return;
   std::map<uint16_t, std::vector<std::string>> lists;
   for (const Choicelist& choice : source.survey().choicelist()) {
     if (const auto list = choice.ListNo()) {

@@ -116,10 +116,10 @@ def self_test():
         "tools/tavo/g.h": "",
         "plugins/p/h.cpp": '#include "tavo/tavo.h"\n#include "schema/a.h"\n',
     }
-    expected = ["include/tavo/tavo.h:1", "src/platform/file.h:1", "src/reader/b.cpp:2",
+    expected = ["include/tavo/tavo.h:1", "plugins/p/h.cpp:2", "src/platform/file.h:1", "src/reader/b.cpp:2",
                 "src/store/engine/d.cpp:2", "src/store/f.cpp:1", "src/store/f.cpp:3",
                 "src/store/f.cpp:4", "src/store/f.cpp:5", "src/store/f.cpp:7", "src/store/f.cpp:8",
-                "plugins/p/h.cpp:2", "src/stray/e.cpp", "tools/tavo/g.cpp:3"]
+                "src/stray/e.cpp", "tools/tavo/g.cpp:3"]
     with tempfile.TemporaryDirectory() as folder:
         root = pathlib.Path(folder)
         for name, text in seeds.items():

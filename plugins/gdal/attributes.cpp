@@ -12,34 +12,49 @@ namespace tavo::gdal {
 
 namespace {
 
-// Owners of a type by number, else by identifier; of several the first.
+std::string_view viewOf(const char* at, size_t room) { return {at, strnlen(at, room)}; }
+
+// Owners of a type by number, or where there is none by identifier; of several the first.
 class OwnerIndex {
  public:
-  OwnerIndex(const Source& source, uint32_t type) {
-    const tavo_schema_block& block = *tavo_schema_block_of(type);
-    const tavo_records& records = source.records(type);
-    // The number and the identifier of all three are their first fields.
-    const size_t number = tavo_schema_field_at(&block, 0)->offset;
-    const tavo_schema_field& id = *tavo_schema_field_at(&block, 1);
-    numbers_.reserve(records.count);
-    for (size_t i = 0; i < records.count; ++i) {
-      const char* const at = static_cast<const char*>(records.bytes) + i * records.size;
-      numbers_.try_emplace(load<uint32_t>(at + number), i);
-      const std::string_view text(at + id.offset, strnlen(at + id.offset, id.width));
-      if (!text.empty()) ids_.try_emplace(text, i);
+  OwnerIndex(const Source& source, uint32_t type)
+      : records_(source.records(type)),
+        // The number and the identifier of all three are their first fields.
+        number_(tavo_schema_field_at(tavo_schema_block_of(type), 0)->offset),
+        id_(*tavo_schema_field_at(tavo_schema_block_of(type), 1)) {
+    numbers_.reserve(records_.count);
+    for (size_t i = 0; i < records_.count; ++i) {
+      numbers_.try_emplace(load<uint32_t>(at(i) + number_), i);
     }
   }
-  size_t find(uint32_t number, std::string_view id) const {
-    if (const auto found = numbers_.find(number); number != 0 && found != numbers_.end()) {
-      return found->second;
-    }
-    const auto found = ids_.find(id);
-    return number != 0 || found == ids_.end() ? SIZE_MAX : found->second;
+  size_t find(uint32_t number, std::string_view id) {
+    if (number == 0) return findId(id);
+    const auto found = numbers_.find(number);
+    return found == numbers_.end() ? SIZE_MAX : found->second;
   }
 
  private:
+  const char* at(size_t i) const {
+    return static_cast<const char*>(records_.bytes) + i * records_.size;
+  }
+  // Most surveys name owners by number alone.
+  size_t findId(std::string_view id) {
+    if (!idsKnown_) {
+      for (size_t i = 0; i < records_.count; ++i) {
+        ids_.try_emplace(viewOf(at(i) + id_.offset, id_.width), i);
+      }
+      idsKnown_ = true;
+    }
+    const auto found = ids_.find(id);
+    return id.empty() || found == ids_.end() ? SIZE_MAX : found->second;
+  }
+
+  const tavo_records& records_;
+  size_t number_;
+  const tavo_schema_field& id_;
   std::unordered_map<uint32_t, size_t> numbers_;
-  std::unordered_map<std::string_view, size_t> ids_;
+  std::unordered_map<std::string_view, size_t> ids_;  // there from the first search on
+  bool idsKnown_ = false;
 };
 
 // The codes that the owners of a type have, by number and by text; a code that CODES defines counts
@@ -58,7 +73,7 @@ struct UsedCodes {
       const Row row{owner, i, at, records.given[i], nullptr};
       if (number.in(row)) numbers.insert(load<uint16_t>(at + number.offset));
       if (text.in(row)) {
-        texts.insert({at + text.offset, strnlen(at + text.offset, sizeof(TVO_CodeRecord::Code))});
+        texts.insert(viewOf(at + text.offset, sizeof(TVO_CodeRecord::Code)));
       }
     }
     for (const CodeEntry& code : source.survey().codes()) {
@@ -71,8 +86,6 @@ struct UsedCodes {
     return (number && numbers.contains(*number)) || (text && texts.contains(*text));
   }
 };
-
-std::string_view viewOf(const char* at, size_t room) { return {at, strnlen(at, room)}; }
 
 }  // namespace
 
@@ -98,9 +111,7 @@ void Attributes::define(const Source& source, uint32_t owner) {
     if (!name || !used.has(defined.CodeNo(), defined.Code())) continue;
     Attribute& attribute = attributes_[attributeOf(*name)];
     const uint32_t type = defined.DATATYPE().value_or(TVO_ENUM_UNKNOWN);
-    const Kind kind = type == TVO_ENUM_INT    ? Kind::kInteger
-                      : type == TVO_ENUM_REAL ? Kind::kReal
-                                              : Kind::kText;
+    const Kind kind = kindOf(type);
     const auto list = lists.find(defined.ListNo().value_or(0));
     const auto& choices = list == lists.end() ? std::vector<std::string>() : list->second;
     // Codes that do not agree leave the choice free.
@@ -113,10 +124,18 @@ void Attributes::define(const Source& source, uint32_t owner) {
 template <class Packed>
 Attributes::Value Attributes::valueOf(const Packed& packed, const char* text, uint32_t type,
                                       size_t index) {
-  const Kind kind = packed.kind == TVO_ENUM_INT    ? Kind::kInteger
-                    : packed.kind == TVO_ENUM_REAL ? Kind::kReal
-                                                   : Kind::kText;
-  return {0, 0, kind, viewOf(text, sizeof packed.text), packed.real, packed.integer, type, index};
+  return {0,
+          0,
+          kindOf(packed.kind),
+          viewOf(text, sizeof packed.text),
+          packed.real,
+          packed.integer,
+          type,
+          index};
+}
+
+Attributes::Kind Attributes::kindOf(uint32_t type) {
+  return type == TVO_ENUM_INT ? Kind::kInteger : type == TVO_ENUM_REAL ? Kind::kReal : Kind::kText;
 }
 
 void Attributes::add(size_t row, std::string_view name, Value value) {
@@ -155,10 +174,12 @@ Attributes Attributes::ofOwners(const Source& source, uint32_t owner, uint32_t t
   made.define(source, owner);
   const tavo_records& records = source.records(theminfo);
   if (records.count == 0) return made;
-  const OwnerIndex owners(source, owner);
+  OwnerIndex owners(source, owner);
+  const Member given = memberOf(*tavo_schema_block_of(theminfo), TVO_FIELD_Value);
   for (size_t i = 0; i < records.count; ++i) {
     using Record = TVO_ThemInfoRecord;
     const char* const at = static_cast<const char*>(records.bytes) + i * records.size;
+    if (!given.in({theminfo, i, at, records.given[i], nullptr})) continue;
     const auto record = load<Record>(at);
     const std::string_view name = viewOf(at + offsetof(Record, Attribute), sizeof record.Attribute);
     const std::string_view id = viewOf(at + offsetof(Record, PointID), sizeof record.PointID);
@@ -187,6 +208,8 @@ Attributes Attributes::ofTimeTaggedCodes(const Source& source) {
         load<TVO_TimeTaggedRecord>(static_cast<const char*>(records.bytes) + i * records.size);
     const char* at = reinterpret_cast<const char*>(record.entries);
     for (size_t n = 0; n < record.EntryCount; ++n, at += sizeof(TVO_TimeTaggedEntry)) {
+      constexpr size_t kFirstEntry = 3;  // of the bits
+      if ((records.given[i] >> (kFirstEntry + n) & 1) == 0) continue;
       const auto entry = load<TVO_TimeTaggedEntry>(at);
       made.add(i, viewOf(at, sizeof entry.name),
                valueOf(entry, at + offsetof(TVO_TimeTaggedEntry, text), kType, i));

@@ -53,6 +53,7 @@ class Attributes {
 
   size_t attributeOf(std::string_view name);
   void define(const Source& source, uint32_t owner);
+  static Kind kindOf(uint32_t type);
   // A packed value of a record, of no row yet; text is where its text lies.
   template <class Packed>
   static Value valueOf(const Packed& packed, const char* text, uint32_t type, size_t index);

@@ -26,9 +26,11 @@ if(TAVO_FUZZING)
 endif()
 
 if(WIN32)
-  # Real numbers in SSE registers round as on x86-64. Hosts keep the stack aligned to 4 bytes only,
-  # so every function that needs more aligns its own frame.
-  target_compile_options(tavo_compile INTERFACE -msse2 -mfpmath=sse -mstackrealign)
+  if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+    # Real numbers in SSE registers round as on x86-64. Hosts keep the stack aligned to 4 bytes only,
+    # so every function that needs more aligns its own frame.
+    target_compile_options(tavo_compile INTERFACE -msse2 -mfpmath=sse -mstackrealign)
+  endif()
   # The C library of the compiler prints as on Linux, the system's own does not.
   target_compile_definitions(tavo_compile INTERFACE WIN32_LEAN_AND_MEAN NOMINMAX
                                                     __USE_MINGW_ANSI_STDIO=1)

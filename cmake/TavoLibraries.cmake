@@ -33,7 +33,15 @@ function(tavo_library name alias folder)
     # Not every toolchain's linker keeps the decorated names in the import library that it writes,
     # and hosts link by them: dlltool writes it instead.
     set(shows "${folder}/${name}.def")
-    find_program(TAVO_DLLTOOL NAMES i686-w64-mingw32-dlltool dlltool REQUIRED)
+    if(CMAKE_SIZEOF_VOID_P EQUAL 8)
+      # There is one calling convention, which decorates no name.
+      file(READ "${shows}" exports)
+      string(REGEX REPLACE "@[0-9]+" "" exports "${exports}")
+      set(shows "${CMAKE_CURRENT_BINARY_DIR}/${name}.def")
+      file(CONFIGURE OUTPUT "${shows}" CONTENT "${exports}" @ONLY)
+      set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${folder}/${name}.def")
+    endif()
+    find_program(TAVO_DLLTOOL NAMES ${TAVO_MINGW}-dlltool dlltool REQUIRED)
     set_target_properties(${name} PROPERTIES PREFIX "" IMPORT_PREFIX "lib" SOVERSION "")
     target_sources(${name} PRIVATE "${shows}")
     target_link_options(${name} PRIVATE -Wl,--kill-at)

@@ -76,69 +76,74 @@ tavo_geometry_options geometryOptions(CSLConstList options) {
 // Where the records of some types lie: a list of parts for each reference system.
 class Shares {
  public:
-  explicit Shares(const Source& source) : source_(source) {}
-
-  void add(uint32_t type) {
-    const size_t count = source_.records(type).count;
-    if (count == 0) return;
-    size_t placed = 0;
-    const tavo_position* const places = tavo_geometry_positions(source_.geometry(), type, &placed);
-    if (places == nullptr) {
-      addShapes(type, count);
-    } else {
-      addPlaces(type, places, count);
-    }
-  }
-
   struct Share {
     std::vector<Part> parts;
     bool heights = false, flat = false;  // what has a height and what has none
   };
-  // By the number of the system; things without a place are with the first one.
+
+  Shares(const Source& source, const std::vector<uint32_t>& types) : source_(source) {
+    for (const uint32_t type : types) findSystems(type);
+    if (!shares_.empty()) home_ = shares_.begin()->first;
+    for (const uint32_t type : types) {
+      const size_t count = source_.records(type).count;
+      if (count == 0) continue;
+      size_t placed = 0;
+      const tavo_position* const places =
+          tavo_geometry_positions(source_.geometry(), type, &placed);
+      if (places != nullptr) {
+        addPlaces(type, places, count);
+      } else {
+        addShapes(type, count);
+      }
+    }
+  }
+
+  // By the number of the system; what has no place is with the first one.
   const std::map<uint32_t, Share>& all() const { return shares_; }
 
  private:
+  void findSystems(uint32_t type) {
+    const auto see = [this](uint32_t system, uint32_t dimension) {
+      Share& share = shares_[system];
+      (dimension == 3 ? share.heights : share.flat) = true;
+    };
+    size_t count = 0;
+    const tavo_position* const places = tavo_geometry_positions(source_.geometry(), type, &count);
+    for (size_t i = 0; i < count; ++i) {
+      if (places[i].dimension != 0) see(places[i].crs, places[i].dimension);
+    }
+    tavo_shape shape{};
+    for (size_t i = 0; tavo_geometry_shape(source_.geometry(), type, i, &shape) != 0; ++i) {
+      see(shape.crs, shape.dimension);
+    }
+  }
+
   Part& part(uint32_t system, uint32_t type) {
     std::vector<Part>& parts = shares_[system].parts;
     if (parts.empty() || parts.back().type != type) parts.push_back({type, 0, {}, {}});
     return parts.back();
   }
-  uint32_t home() const { return shares_.empty() ? 0 : shares_.begin()->first; }
 
   void addPlaces(uint32_t type, const tavo_position* places, size_t count) {
-    std::set<uint32_t> systems;
-    for (size_t i = 0; i < count; ++i) {
-      if (places[i].dimension == 0) continue;
-      if (systems.empty() || !systems.contains(places[i].crs)) systems.insert(places[i].crs);
-      Share& share = shares_[places[i].crs];
-      (places[i].dimension == 3 ? share.heights : share.flat) = true;
-    }
-    const bool mixed = systems.size() > 1 || (!systems.empty() && *systems.begin() != home());
-    if (!mixed) {
-      part(home(), type).count = count;
+    if (shares_.size() < 2) {
+      part(home_, type).count = count;
       return;
     }
     for (size_t i = 0; i < count; ++i) {
-      Part& into = part(places[i].dimension == 0 ? home() : places[i].crs, type);
+      Part& into = part(places[i].dimension == 0 ? home_ : places[i].crs, type);
       into.records.push_back(i);
       ++into.count;
     }
   }
 
   void addShapes(uint32_t type, size_t count) {
-    const size_t shapes = tavo_geometry_shape_count(source_.geometry(), type);
-    tavo_shape shape{};
-    for (size_t i = 0; i < shapes; ++i) {
-      tavo_geometry_shape(source_.geometry(), type, i, &shape);
-      Share& share = shares_[shape.crs];
-      (shape.dimension == 3 ? share.heights : share.flat) = true;
-    }
     const auto add = [&](uint32_t system, size_t record, size_t at) {
       Part& into = part(system, type);
       into.records.push_back(record);
       into.shapes.push_back(at);
       ++into.count;
     };
+    tavo_shape shape{};
     size_t next = 0;
     for (size_t record = 0; record < count; ++record) {
       const size_t first = next;
@@ -146,11 +151,12 @@ class Shares {
              shape.owner == record) {
         add(shape.crs, record, next++);
       }
-      if (next == first) add(home(), record, SIZE_MAX);
+      if (next == first) add(home_, record, SIZE_MAX);
     }
   }
 
   const Source& source_;
+  uint32_t home_ = 0;
   std::map<uint32_t, Share> shares_;
 };
 
@@ -307,8 +313,7 @@ std::vector<Column> Dataset::columnsOf(const std::string& name, const std::vecto
 
 void Dataset::addSpatial(const std::string& name, OGRwkbGeometryType geometry,
                          const std::vector<uint32_t>& types, bool all) {
-  Shares shares(source_);
-  for (const uint32_t type : types) shares.add(type);
+  const Shares shares(source_, types);
   if (shares.all().empty()) return;
   const std::vector<Column> columns = columnsOf(name, types, all);
   const bool alone = shares.all().size() == 1;

@@ -215,7 +215,10 @@ size_t SurveyText::Hash::operator()(const Key& key) const {
 }
 
 Vertex SurveyText::rounded(size_t system, const Vertex& vertex) const {
-  const bool degrees = systems_[system].form == Form::kGeographic;
+  // Without a system nobody knows; what is taken for degrees is told apart more finely.
+  const Form form = systems_[system].form;
+  const bool maybe = form == Form::kNone && std::fabs(vertex.x) <= 360 && std::fabs(vertex.y) <= 90;
+  const bool degrees = form == Form::kGeographic || maybe;
   const double scale =
       std::pow(10, degrees ? options.geographic_decimals : options.linear_decimals);
   return {
@@ -253,7 +256,7 @@ void SurveyText::shareVertices(Numbers& numbers) {
       if (fields == nullptr) continue;
       const auto [x, y, height] = *fields;
       const bool elliptic = height == TVO_FIELD_Elevation && !rows.has(row, height);
-      const TVO_FieldId z = elliptic ? TVO_FIELD_Height : height;
+      const TVO_FieldId z = elliptic ? TVO_FieldId{TVO_FIELD_Height} : height;
       Vertex at{rows.get<double>(row, x), rows.get<double>(row, y),
                 rows.has(row, z) ? rows.get<double>(row, z) : kNone};
       const auto number = rows.get<uint32_t>(row, TVO_FIELD_PointNo);

@@ -111,15 +111,20 @@ void Attributes::define(const Source& source, uint32_t owner) {
 }
 
 template <class Packed>
-void Attributes::add(size_t row, std::string_view name, const Packed& packed, const char* text,
-                     uint32_t type, size_t index) {
-  const size_t attribute = attributeOf(name);
+Attributes::Value Attributes::valueOf(const Packed& packed, const char* text, uint32_t type,
+                                      size_t index) {
   const Kind kind = packed.kind == TVO_ENUM_INT    ? Kind::kInteger
                     : packed.kind == TVO_ENUM_REAL ? Kind::kReal
                                                    : Kind::kText;
-  attributes_[attribute].kind = std::max(attributes_[attribute].kind, kind);
-  values_.push_back({row, attribute, kind, viewOf(text, sizeof packed.text), packed.real,
-                     packed.integer, type, index});
+  return {0, 0, kind, viewOf(text, sizeof packed.text), packed.real, packed.integer, type, index};
+}
+
+void Attributes::add(size_t row, std::string_view name, Value value) {
+  value.row = row;
+  value.attribute = attributeOf(name);
+  Kind& kind = attributes_[value.attribute].kind;
+  kind = std::max(kind, value.kind);
+  values_.push_back(value);
 }
 
 std::string Attributes::asText(const Value& value) {
@@ -156,26 +161,18 @@ Attributes Attributes::ofOwners(const Source& source, uint32_t owner, uint32_t t
     const char* const at = static_cast<const char*>(records.bytes) + i * records.size;
     const auto record = load<Record>(at);
     const std::string_view name = viewOf(at + offsetof(Record, Attribute), sizeof record.Attribute);
-    const size_t row =
-        owners.find(record.OwnerNo, viewOf(at + offsetof(Record, PointID), sizeof record.PointID));
-    const char* const text = at + offsetof(Record, Value) + offsetof(TVO_FreeValue, text);
-    if (row == SIZE_MAX) {
-      const Value value{0,
-                        0,
-                        record.Value.kind == TVO_ENUM_INT    ? Kind::kInteger
-                        : record.Value.kind == TVO_ENUM_REAL ? Kind::kReal
-                                                             : Kind::kText,
-                        viewOf(text, sizeof record.Value.text),
-                        record.Value.real,
-                        record.Value.integer,
-                        theminfo,
-                        i};
-      made.left_.push_back(
-          {theminfo, i,
-           "Attribute \"" + toUtf8(name) + "\" of what is not there: " + asText(value)});
+    const std::string_view id = viewOf(at + offsetof(Record, PointID), sizeof record.PointID);
+    const size_t row = owners.find(record.OwnerNo, id);
+    const Value value = valueOf(
+        record.Value, at + offsetof(Record, Value) + offsetof(TVO_FreeValue, text), theminfo, i);
+    if (row != SIZE_MAX) {
+      made.add(row, name, value);
       continue;
     }
-    made.add(row, name, record.Value, text, theminfo, i);
+    const std::string whose = record.OwnerNo != 0 ? std::to_string(record.OwnerNo) : toUtf8(id);
+    made.left_.push_back({theminfo, i,
+                          "Attribute \"" + toUtf8(name) + "\" of " + whose +
+                              ", which is not there: " + asText(value)});
   }
   made.settle();
   return made;
@@ -191,8 +188,8 @@ Attributes Attributes::ofTimeTaggedCodes(const Source& source) {
     const char* at = reinterpret_cast<const char*>(record.entries);
     for (size_t n = 0; n < record.EntryCount; ++n, at += sizeof(TVO_TimeTaggedEntry)) {
       const auto entry = load<TVO_TimeTaggedEntry>(at);
-      made.add(i, viewOf(at, sizeof entry.name), entry, at + offsetof(TVO_TimeTaggedEntry, text),
-               kType, i);
+      made.add(i, viewOf(at, sizeof entry.name),
+               valueOf(entry, at + offsetof(TVO_TimeTaggedEntry, text), kType, i));
     }
   }
   made.settle();

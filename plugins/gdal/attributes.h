@@ -53,9 +53,10 @@ class Attributes {
 
   size_t attributeOf(std::string_view name);
   void define(const Source& source, uint32_t owner);
+  // A packed value of a record, of no row yet; text is where its text lies.
   template <class Packed>
-  void add(size_t row, std::string_view name, const Packed& packed, const char* text, uint32_t type,
-           size_t index);
+  static Value valueOf(const Packed& packed, const char* text, uint32_t type, size_t index);
+  void add(size_t row, std::string_view name, Value value);
   void settle();
   static std::string asText(const Value& value);
   static void set(OGRFeature& feature, int field, Kind kind, const Value& value);

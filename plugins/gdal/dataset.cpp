@@ -92,7 +92,7 @@ class Shares {
 
   struct Share {
     std::vector<Part> parts;
-    bool heights = false;
+    bool heights = false, flat = false;  // what has a height and what has none
   };
   // By the number of the system; things without a place are with the first one.
   const std::map<uint32_t, Share>& all() const { return shares_; }
@@ -110,9 +110,9 @@ class Shares {
     for (size_t i = 0; i < count; ++i) {
       if (places[i].dimension == 0) continue;
       if (systems.empty() || !systems.contains(places[i].crs)) systems.insert(places[i].crs);
-      if (places[i].dimension == 3) shares_[places[i].crs].heights = true;
+      Share& share = shares_[places[i].crs];
+      (places[i].dimension == 3 ? share.heights : share.flat) = true;
     }
-    for (const uint32_t system : systems) shares_[system];
     const bool mixed = systems.size() > 1 || (!systems.empty() && *systems.begin() != home());
     if (!mixed) {
       part(home(), type).count = count;
@@ -130,8 +130,8 @@ class Shares {
     tavo_shape shape{};
     for (size_t i = 0; i < shapes; ++i) {
       tavo_geometry_shape(source_.geometry(), type, i, &shape);
-      if (shape.dimension == 3) shares_[shape.crs].heights = true;
-      shares_[shape.crs];
+      Share& share = shares_[shape.crs];
+      (shape.dimension == 3 ? share.heights : share.flat) = true;
     }
     const auto add = [&](uint32_t system, size_t record, size_t at) {
       Part& into = part(system, type);
@@ -313,7 +313,11 @@ void Dataset::addSpatial(const std::string& name, OGRwkbGeometryType geometry,
   const std::vector<Column> columns = columnsOf(name, types, all);
   const bool alone = shares.all().size() == 1;
   for (const auto& [number, share] : shares.all()) {
-    const OGRwkbGeometryType type = share.heights ? OGR_GT_SetZ(geometry) : geometry;
+    // A label has its owner's height; where not all have one, the layer does without.
+    const bool labels =
+        types.front() == TVO_RECORD_POINT_ANNOTATIONS || types.front() == TVO_RECORD_BOX_ON_POINT;
+    const bool heights = share.heights && !(labels && share.flat);
+    const OGRwkbGeometryType type = heights ? OGR_GT_SetZ(geometry) : geometry;
     layers_.push_back(std::make_unique<RecordLayer>(
         source_, styles_,
         Contents{nameIn(name, alone, number), type, system(number), share.parts, columns}));

@@ -130,23 +130,32 @@ void addDates(const Source& source, const Places& places, std::vector<Finding>& 
   look(TVO_RECORD_TIME_TAGGED_CODES, offsetof(TVO_TimeTaggedRecord, TimeTag), "TimeTag");
 }
 
-// Angles of unknown unit are no gon and no degrees: their columns are null.
+// Values of unknown unit are no gon, degrees or metres: an angle's column is null, a length is as
+// the file has it.
 void addUnknownUnits(const Source& source, std::vector<Finding>& findings) {
+  constexpr struct {
+    uint32_t unit;
+    TVO_EnumId tavo_units::*inForce;
+    const char* text;
+  } kUnits[] = {
+      {TAVO_UNIT_ANGULAR, &tavo_units::angular, "Angles of unknown unit are left out"},
+      {TAVO_UNIT_GEOGRAPHIC, &tavo_units::geographic, "Angles of unknown unit are left out"},
+      {TAVO_UNIT_LINEAR, &tavo_units::linear, "Lengths of unknown unit are left as they are"}};
   for (size_t i = 0; i < source.survey().blockCount(); ++i) {
     const tavo_block& block = source.survey().block(i);
     const tavo_schema_block* const schema = tavo_schema_block_of(block.data_type);
     const tavo_schema_field* field = nullptr;
-    for (size_t n = 0; (field = tavo_schema_field_at(schema, n)) != nullptr; ++n) {
-      const bool unknown =
-          (field->unit == TAVO_UNIT_ANGULAR && block.units->angular == TVO_ENUM_UNKNOWN) ||
-          (field->unit == TAVO_UNIT_GEOGRAPHIC && block.units->geographic == TVO_ENUM_UNKNOWN);
-      if (!unknown || std::find(block.columns, block.columns + block.column_count, field->id) ==
-                          block.columns + block.column_count) {
-        continue;
+    const auto declares = [&](TVO_FieldId id) {
+      const TVO_FieldId* const end = block.columns + block.column_count;
+      return std::find(block.columns, end, id) != end;
+    };
+    for (const auto& unit : kUnits) {
+      if (block.units->*unit.inForce != TVO_ENUM_UNKNOWN) continue;
+      for (size_t n = 0; (field = tavo_schema_field_at(schema, n)) != nullptr; ++n) {
+        if (field->unit != unit.unit || !declares(field->id)) continue;
+        findings.push_back({TAVO_WARNING, 0, block.line, 0, field->name, unit.text, kNowhere});
+        break;
       }
-      findings.push_back({TAVO_WARNING, 0, block.line, 0, field->name,
-                          "Angles of unknown unit are left out", kNowhere});
-      break;
     }
   }
 }
@@ -222,7 +231,7 @@ std::vector<Finding> findingsOf(const Source& source, const std::vector<Attribut
 
 FindingLayer::FindingLayer(const std::string& name, const OGRSpatialReference* system,
                            std::vector<Finding> findings)
-    : Layer(name, wkbPoint25D, system), findings_(std::move(findings)) {
+    : Layer(name, wkbPoint, system), findings_(std::move(findings)) {
   declare(findingColumns(findings_));
 }
 
@@ -237,8 +246,7 @@ bool FindingLayer::envelopeOf(size_t row, OGREnvelope& envelope) const {
 OGRGeometry* FindingLayer::geometryOf(size_t row) const {
   const tavo_position& place = findings_[row].place;
   if (place.dimension == 0) return nullptr;
-  return place.dimension == 3 ? new OGRPoint(place.x, place.y, place.z)
-                              : new OGRPoint(place.x, place.y);
+  return new OGRPoint(place.x, place.y);
 }
 
 }  // namespace tavo::gdal

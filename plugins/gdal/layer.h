@@ -33,6 +33,8 @@ class Layer : public OGRLayer {
 
   // Adds the columns as fields. Names that differ in case alone get a number.
   void declare(std::vector<Column> columns);
+  OGRwkbGeometryType geometryType() const { return definition_->GetGeomType(); }
+
   // Rows are counted from 0; their FID is one more.
   virtual size_t rowCount() const = 0;
   // False where the row has no geometry.

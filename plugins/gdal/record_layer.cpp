@@ -96,15 +96,15 @@ bool RecordLayer::envelopeOf(size_t row, OGREnvelope& envelope) const {
 
 OGRGeometry* RecordLayer::geometryOf(size_t row) const {
   const Where at = where(row);
+  const OGRwkbGeometryType type = geometryType();
   if (const tavo_position* const place = placeOf(at)) {
-    return place->dimension == 3 ? new OGRPoint(place->x, place->y, place->z)
-                                 : new OGRPoint(place->x, place->y);
+    return place->dimension == 3 && OGR_GT_HasZ(type) ? new OGRPoint(place->x, place->y, place->z)
+                                                      : new OGRPoint(place->x, place->y);
   }
   tavo_shape shape{};
   if (tavo_geometry_shape(source_.geometry(), at.part->type, at.shape, &shape) == 0) return nullptr;
   if (shape.polygon_count != 0) return areaOf(shape).release();
-  const auto type = wkbFlatten(const_cast<RecordLayer*>(this)->GetLayerDefn()->GetGeomType());
-  return lineOf(shape, type == wkbLineString).release();
+  return lineOf(shape, wkbFlatten(type) == wkbLineString).release();
 }
 
 Row RecordLayer::rowOf(size_t row) const {

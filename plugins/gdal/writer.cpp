@@ -615,6 +615,9 @@ void describeWriting(GDALDriver& driver) {
   };
   for (const auto& item : kItems) driver.SetMetadataItem(item.key, item.value);
   driver.pfnCreate = &WrittenDataset::create;
+  // Before it creates a data set GDAL deletes the one that is there, for which a survey need not be
+  // read.
+  driver.pfnDelete = [](const char* path) { return VSIUnlink(path) == 0 ? CE_None : CE_Failure; };
 }
 
 }  // namespace tavo::gdal

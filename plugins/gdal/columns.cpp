@@ -176,16 +176,6 @@ Column nameColumn(const char* name, Find find) {
   return column;
 }
 
-template <class Value>
-Column realColumn(const char* name, const char* unit, Value value) {
-  Column column{name, OFTReal, 0, unit, {}, {}, {}};
-  column.fill = [value](OGRFeature& feature, int at, const Row& row) {
-    const double real = value(row);
-    if (std::isfinite(real)) feature.SetField(at, real);
-  };
-  return column;
-}
-
 }  // namespace
 
 void setDate(OGRFeature& feature, int field, const TVO_DateTime& date) {
@@ -204,20 +194,21 @@ std::vector<Column> recordColumns(const Source& source, const std::vector<uint32
   const Member codeNo = memberOf(block, TVO_FIELD_CodeNo);
   const Member code = memberOf(block, TVO_FIELD_Code);
   const Member layerNo = memberOf(block, TVO_FIELD_LayerNo);
-  bool code_named = type == TVO_RECORD_CODES || (!all && !source.hasCodes());
+  bool codeNamed = type == TVO_RECORD_CODES || (!all && !source.hasCodes());
   const tavo_schema_field* field = nullptr;
   for (unsigned place = 0; (field = tavo_schema_field_at(&block, place)) != nullptr; ++place) {
     const bool kept = field->offset != UINT32_MAX && field->alias == 0;
     if (!kept || (shown >> place & 1) == 0 || (all && field->hidden != 0)) continue;
     columns.push_back(schemaColumn(block, *field, place));
     // Behind the code's text, or its number where there is no text.
-    const bool code_ends = field->id == TVO_FIELD_Code ||
-                           (field->id == TVO_FIELD_CodeNo && (shown >> code.place & 1) == 0);
-    if (code_ends && !code_named) {
+    const bool codeEnds =
+        field->id == TVO_FIELD_Code ||
+        (field->id == TVO_FIELD_CodeNo && (!code.exists() || (shown >> code.place & 1) == 0));
+    if (codeEnds && !codeNamed) {
       columns.push_back(nameColumn("CodeName", [&source, codeNo, code](const Row& row) {
         return source.codeName(row, codeNo, code);
       }));
-      code_named = true;
+      codeNamed = true;
     }
     if (field->id == TVO_FIELD_LayerNo && type != TVO_RECORD_LAYERS &&
         (all || source.hasLayers())) {
@@ -229,7 +220,7 @@ std::vector<Column> recordColumns(const Source& source, const std::vector<uint32
   return columns;
 }
 
-std::vector<Column> operationColumns(const Source& source, bool all) {
+std::vector<Column> operationColumns(const Source& source) {
   std::vector<Column> columns;
   Column operation{"Operation", OFTString, 0, {}, {}, {}, {}};
   std::map<uint32_t, std::string> names;
@@ -247,7 +238,7 @@ std::vector<Column> operationColumns(const Source& source, bool all) {
   columns.push_back(std::move(operation));
 
   const Records<OperationPoints> points = source.survey().operationPoints();
-  for (size_t i = 0; i < points.size() && !all; ++i) {
+  for (size_t i = 0; i < points.size(); ++i) {
     for (size_t n = used; n < 10; ++n) {
       if (points[i].point(n).number != 0 || !points[i].point(n).id.empty()) used = n + 1;
     }
@@ -314,9 +305,12 @@ std::vector<Column> observationColumns(const Source& source) {
                   {"red_HDist", "m", &tavo_observation::red_distance},
                   {"red_dH", "m", &tavo_observation::red_height}};
   for (const auto& reduced : kReduced) {
-    columns.push_back(realColumn(reduced.name, reduced.unit, [all, reduced](const Row& row) {
-      return all[row.index].*reduced.value;
-    }));
+    Column column{reduced.name, OFTReal, 0, reduced.unit, {}, {}, {}};
+    column.fill = [all, reduced](OGRFeature& feature, int at, const Row& row) {
+      const double value = all[row.index].*reduced.value;
+      if (std::isfinite(value)) feature.SetField(at, value);
+    };
+    columns.push_back(std::move(column));
   }
   return columns;
 }

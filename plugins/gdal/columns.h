@@ -29,7 +29,7 @@ std::vector<Column> recordColumns(const Source& source, const std::vector<uint32
                                   bool all);
 
 // Columns of lines of a fixed layout.
-std::vector<Column> operationColumns(const Source& source, bool all);
+std::vector<Column> operationColumns(const Source& source);
 std::vector<Column> timeTaggedColumns();
 
 // Station, instrument and reduced values beside those of an observation.

@@ -221,8 +221,8 @@ bool Dataset::tellFindings(const char* name, bool strict) const {
   for (const Finding& finding : findings_) ++counts[finding.kind];
   const size_t errors = counts[TAVO_ERROR], warnings = counts[TAVO_WARNING];
   if (errors + warnings != 0) {
-    CPLError(strict ? CE_Failure : CE_Warning, CPLE_AppDefined, "%s: %zu errors, %zu warnings%s",
-             name, errors, warnings,
+    CPLError(strict ? CE_Failure : CE_Warning, CPLE_AppDefined, "%s: %zu error%s, %zu warning%s%s",
+             name, errors, errors == 1 ? "" : "s", warnings, warnings == 1 ? "" : "s",
              strict ? "; STRICT refuses it" : "; its layer findings lists them");
     if (strict) return false;
   }
@@ -269,7 +269,7 @@ std::vector<Column> Dataset::columnsOf(const std::string& name, const std::vecto
       addAttributes(columns, Attributes::ofTimeTaggedCodes(source_));
       break;
     case TVO_RECORD_OPERATIONS:
-      columns = operationColumns(source_, all);
+      columns = operationColumns(source_);
       break;
     default:
       columns = recordColumns(source_, types, all);

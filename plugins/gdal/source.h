@@ -25,7 +25,8 @@ struct Row {
 struct Member {
   size_t offset = SIZE_MAX;
   unsigned place = 0;
-  bool in(const Row& row) const { return offset != SIZE_MAX && (row.given >> place & 1) != 0; }
+  bool exists() const { return offset != SIZE_MAX; }
+  bool in(const Row& row) const { return exists() && (row.given >> place & 1) != 0; }
 };
 Member memberOf(const tavo_schema_block& block, TVO_FieldId id);
 

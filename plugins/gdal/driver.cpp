@@ -7,6 +7,7 @@
 #include "dataset.h"
 #include "ogr_tavo.h"
 #include "tavo/survey.h"
+#include "writer.h"
 
 namespace {
 
@@ -63,7 +64,9 @@ int identify(GDALOpenInfo* info) {
 GDALDataset* open(GDALOpenInfo* info) {
   if (identify(info) == FALSE) return nullptr;
   if (info->eAccess == GA_Update) {
-    CPLError(CE_Failure, CPLE_NotSupported, "A TAVO survey is not changed in place");
+    CPLError(CE_Failure, CPLE_NotSupported,
+             "A survey is not changed in place: write it anew, without "
+             "-update, -append or -overwrite");
     return nullptr;
   }
   VSIRewindL(info->fpL);
@@ -110,5 +113,6 @@ void RegisterOGRTAVO() {
   for (const auto& item : kItems) driver->SetMetadataItem(item.key, item.value);
   driver->pfnIdentify = identify;
   driver->pfnOpen = open;
+  tavo::gdal::describeWriting(*driver);
   GetGDALDriverManager()->RegisterDriver(driver);
 }

@@ -7,6 +7,7 @@
 
 #include "schema/catalogue.h"
 #include "store/engine/salvage.h"
+#include "store/engine/verify.h"
 #include "store/packed_forms.h"
 
 namespace tavo::store {
@@ -16,11 +17,12 @@ namespace {
 // Both kinds of packed record look alike; their field lists tell them apart.
 class Repair {
  public:
-  Repair(platform::FileSystem& files, RepairReport* report)
-      : file_(cache_, files), report_(*report), files_(files) {}
+  Repair(platform::FileSystem& files, const FindingReport& findings, RepairReport* report)
+      : file_(cache_, files), findings_(findings), report_(*report), files_(files) {}
 
   int run(const char* from, const char* to) {
     if (const int code = findKind(from); code != engine::kOk) return code;
+    report_.read = true;
     engine::Options options;
     options.workBufferSize = kCompleteRecordLimit;
     int code = file_.create(to, indexesOf(report_.kind), options);
@@ -66,14 +68,28 @@ class Repair {
       ++report_.found[type];
       return file_.insert(formsOf(kind).unpacked(packed, size)->fields(), type);
     };
-    hooks.twice = [this](uint8_t type) { ++report_.twice[type]; };
-    hooks.lost = [this](int32_t, const uint8_t* piece, size_t size, const uint8_t* key,
-                        size_t keySize) { ++report_.damaged[typeOf(piece, size, key, keySize)]; };
+    hooks.twice = [this](int32_t number, uint8_t type) {
+      ++report_.twice[type];
+      tell(number, type, "was found twice", true);
+    };
+    hooks.lost = [this](int32_t number, const uint8_t* piece, size_t size, const uint8_t* key,
+                        size_t keySize) {
+      const RecordType type = typeOf(piece, size, key, keySize);
+      ++report_.damaged[type];
+      tell(number, type, "is damaged", false);
+    };
     engine::SalvageReport report;
     const int code = engine::salvage(from, hooks, report, files_);
     const uint32_t known = report.records + report.lost;
     if (!report.whole && report.recordCount > known) report_.untraced = report.recordCount - known;
     return code;
+  }
+
+  void tell(int32_t number, RecordType type, const char* what, bool note) {
+    if (!findings_) return;
+    DataFileFinding finding = findingOf({-1, number, static_cast<uint8_t>(type), 0, what});
+    finding.note = note;
+    findings_(finding);
   }
 
   PackedForms& formsOf(FileKind kind) {
@@ -108,6 +124,7 @@ class Repair {
   engine::Store file_;
   PackedForms compatible_{FileKind::kCompatible};
   PackedForms complete_{FileKind::kComplete};
+  const FindingReport& findings_;
   RepairReport& report_;
   platform::FileSystem& files_;
 };
@@ -118,10 +135,10 @@ uint32_t RepairReport::total(const Counts& counts) const {
   return std::accumulate(counts.begin(), counts.end(), 0u);
 }
 
-int repairDataFile(const char* from, const char* to, RepairReport* report,
-                   platform::FileSystem& files) try {
-  *report = {};
-  return Repair(files, report).run(from, to);
+int repairDataFile(const char* from, const char* to, const FindingReport& report,
+                   RepairReport* counts, platform::FileSystem& files) try {
+  *counts = {};
+  return Repair(files, report, counts).run(from, to);
 } catch (const std::bad_alloc&) {
   return engine::kNoMemory;
 }

@@ -222,9 +222,12 @@ typedef struct tavo_analysis_options {
   void* finding_user;
   tavo_progress_fn on_progress;
   void* progress_user;
+  /* 1: line and presence of points, lines and polygons may be 0, which saves the memory that they
+   * take while their block is read; since version 2. */
+  uint32_t plain_records;
 } tavo_analysis_options;
 #define TAVO_ANALYSIS_OPTIONS_INIT \
-  { 1, UINT16_MAX, TAVO_TARGET_INIT, NULL, NULL, NULL, NULL, NULL, NULL }
+  { 2, UINT16_MAX, TAVO_TARGET_INIT, NULL, NULL, NULL, NULL, NULL, NULL, 0 }
 
 /* What an analysis counted. Start from TAVO_ANALYSIS_COUNTS_INIT. */
 typedef struct tavo_analysis_counts {

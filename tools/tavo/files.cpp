@@ -3,8 +3,10 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <filesystem>
 #include <iterator>
 #include <string_view>
+#include <system_error>
 #include <utility>
 
 #include "console.h"
@@ -64,6 +66,13 @@ struct KindTraits {
   bool (*matches)(std::string_view head);
 };
 
+// Where what is not to be seen yet can stand.
+std::string temporaryPath() {
+  std::error_code none;
+  const std::u8string path = (std::filesystem::temp_directory_path(none) / "tavo").u8string();
+  return {path.begin(), path.end()};
+}
+
 const KindTraits& traitsOf(OutputKind kind) {
   static constexpr KindTraits kTraits[] = {
       {"TAVO text", &beginsLikeText},
@@ -108,23 +117,26 @@ std::string targetProblem(const std::string& target, const std::string& input, O
 
 std::string Output::open(const std::string& target, Writer writer) {
   target_ = target;
-  if (isStream(target)) return {};
-  const size_t slash = target.find_last_of("/\\");
-  const std::string folder = slash == target.npos ? "." : target.substr(0, slash + 1);
+  const bool stream = isStream(target);
+  if (stream && writer != Writer::kHeld) return {};
+  const std::string path = stream ? temporaryPath() : target;
+  const size_t slash = path.find_last_of("/\\");
+  const std::string folder = slash == path.npos ? "." : path.substr(0, slash + 1);
   if (tavo_path_kind(folder.c_str(), nullptr) == TAVO_PATH_MISSING) {
-    return "cannot write " + openProblem(target, TAVO_REASON_MISSING);
+    return "cannot write " + openProblem(path, TAVO_REASON_MISSING);
   }
   // The first write, of nothing here, makes the file.
-  const bool made = tavo_output_create(&output_, target.c_str()) == TAVO_OK &&
+  const bool made = tavo_output_create(&output_, path.c_str()) == TAVO_OK &&
                     (writer == Writer::kOther || tavo_output_write(output_, "", 0) == TAVO_OK);
-  return made ? "" : "cannot write " + openProblem(target, TAVO_REASON_DENIED);
+  return made ? "" : "cannot write " + openProblem(path, TAVO_REASON_DENIED);
 }
 
 bool Output::write(const void* bytes, size_t size) {
   if (interrupted()) return false;
-  return output_ == nullptr
-             ? std::fwrite(bytes, 1, size, stdout) == size
-             : tavo_output_write_text(output_, static_cast<const char*>(bytes), size) == TAVO_OK;
+  if (output_ == nullptr) return std::fwrite(bytes, 1, size, stdout) == size;
+  const auto* const text = static_cast<const char*>(bytes);
+  return (isStream(target_) ? tavo_output_write(output_, text, size)
+                            : tavo_output_write_text(output_, text, size)) == TAVO_OK;
 }
 
 tavo_target Output::target() {
@@ -136,9 +148,21 @@ tavo_target Output::target() {
   return target;
 }
 
+bool Output::copyToStream() {
+  const ReadFile file(path());
+  std::string block(1U << 16, '\0');
+  int64_t read = file.isOpen() ? 1 : -1;
+  while (read > 0 && !interrupted()) {
+    read = file.read(block.data(), block.size());
+    if (read > 0) std::fwrite(block.data(), 1, static_cast<size_t>(read), stdout);
+  }
+  if (read < 0) complain("reading '" + std::string(path()) + "' failed");
+  return read == 0;
+}
+
 bool Output::commit() {
   if (interrupted()) return false;
-  if (output_ == nullptr) return flushOutput();
+  if (isStream(target_)) return (output_ == nullptr || copyToStream()) && flushOutput();
   if (tavo_output_commit(std::exchange(output_, nullptr)) == TAVO_OK) return true;
   complain("cannot replace '" + target_ +
            "'; another program may hold it open, or the disk is full");

@@ -51,8 +51,9 @@ std::string targetProblem(const std::string& target, const std::string& input, O
 class Output {
  public:
   enum class Writer {
-    kTool,  // write() below
-    kOther  // somebody else makes the file at path()
+    kTool,   // write() below
+    kHeld,   // the same; the standard output gets it at commit, until then it is at path(), too
+    kOther,  // somebody else makes the file at path()
   };
 
   Output() = default;
@@ -70,9 +71,11 @@ class Output {
   bool commit();
 
  private:
+  bool copyToStream();
+
   Interruptible interruptible_;
   std::string target_;
-  tavo_output* output_ = nullptr;  // none for the standard output
+  tavo_output* output_ = nullptr;  // none for the standard output that is not held
 };
 
 }  // namespace tavo::tool

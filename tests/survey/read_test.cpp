@@ -309,6 +309,7 @@ TEST(Survey, ArgumentsAreChecked) {
   EXPECT_EQ(tavo_survey_records(nullptr, TVO_RECORD_JOBS)->count, 0U);
   EXPECT_EQ(tavo_survey_block(good.get(), SIZE_MAX), nullptr);
   EXPECT_EQ(tavo_survey_finding(good.get(), 1), nullptr);
+  EXPECT_EQ(tavo_file_seek(nullptr, 0), kArgument);
   tavo_survey_free(nullptr);
   tavo_free(nullptr);
 }

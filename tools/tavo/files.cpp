@@ -3,10 +3,8 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <filesystem>
 #include <iterator>
 #include <string_view>
-#include <system_error>
 #include <utility>
 
 #include "console.h"
@@ -66,13 +64,6 @@ struct KindTraits {
   bool (*matches)(std::string_view head);
 };
 
-// Where what is not to be seen yet can stand.
-std::string temporaryPath() {
-  std::error_code none;
-  const std::u8string path = (std::filesystem::temp_directory_path(none) / "tavo").u8string();
-  return {path.begin(), path.end()};
-}
-
 const KindTraits& traitsOf(OutputKind kind) {
   static constexpr KindTraits kTraits[] = {
       {"TAVO text", &beginsLikeText},
@@ -119,7 +110,7 @@ std::string Output::open(const std::string& target, Writer writer) {
   target_ = target;
   const bool stream = isStream(target);
   if (stream && writer != Writer::kHeld) return {};
-  const std::string path = stream ? temporaryPath() : target;
+  const std::string path = stream ? temporaryFolder() + "/tavo" : target;
   const size_t slash = path.find_last_of("/\\");
   const std::string folder = slash == path.npos ? "." : path.substr(0, slash + 1);
   if (tavo_path_kind(folder.c_str(), nullptr) == TAVO_PATH_MISSING) {

@@ -32,6 +32,7 @@ class ReadFile {
   uint32_t reason() const { return reason_; }
   // Bytes read, 0 at the end, -1 on failure.
   int64_t read(char* bytes, size_t room) const { return tavo_file_read(bytes, room, file_); }
+  bool seek(uint64_t place) const { return tavo_file_seek(file_, place) == TAVO_OK; }
 
  private:
   std::string path_;

@@ -2,8 +2,8 @@
 #include "record_log.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
-#include <filesystem>
 
 #include "record_json.h"
 #include "tavo/tavo.h"
@@ -65,21 +65,18 @@ bool RecordLog::flush() {
 
 const char* RecordLog::at(uint64_t place) {
   constexpr size_t kRecord = kPiece / 4;
-  if (!input_.is_open()) {
-    const std::string path = tavo_output_path(output_.get());
-    const std::filesystem::path native(std::u8string(path.begin(), path.end()));
-    if (!flush() || input_.open(native, std::ios::in | std::ios::binary) == nullptr) return nullptr;
+  if (!input_.has_value()) {
+    if (!flush()) return nullptr;
+    input_.emplace(tavo_output_path(output_.get()));
   }
-  const bool there =
-      place >= pieceAt_ && std::min(place + kRecord, end_) <= pieceAt_ + piece_.size();
-  if (!there) {
+  const uint64_t end = std::min(place + kRecord, end_);
+  if (place < pieceAt_ || end > pieceAt_ + piece_.size()) {
     // On the way back the piece ends with the record.
     const bool back = place < pieceAt_;
     pieceAt_ = !back ? place : place - std::min<uint64_t>(place, kPiece - kRecord);
     piece_.resize(static_cast<size_t>(std::min<uint64_t>(kPiece, end_ - pieceAt_)));
-    const auto size = static_cast<std::streamsize>(piece_.size());
-    if (input_.pubseekpos(static_cast<std::streamoff>(pieceAt_)) == std::streampos(-1) ||
-        input_.sgetn(piece_.data(), size) != size) {
+    if (!input_->isOpen() || !input_->seek(pieceAt_) ||
+        input_->read(piece_.data(), piece_.size()) != static_cast<int64_t>(piece_.size())) {
       return nullptr;
     }
   }

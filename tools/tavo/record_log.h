@@ -3,11 +3,12 @@
 #pragma once
 
 #include <cstdint>
-#include <fstream>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "files.h"
 #include "tavo/survey.h"
 
 namespace tavo::tool {
@@ -44,7 +45,7 @@ class RecordLog {
   void unpack(const char* stored);
 
   std::unique_ptr<tavo_output, Abandon> output_;
-  std::filebuf input_;
+  std::optional<ReadFile> input_;  // closed before the file is removed
   std::string piece_;  // that waits to be written, then the one of the file from pieceAt_ on
   uint64_t pieceAt_ = 0;
   uint64_t end_ = 0;             // bytes of all records

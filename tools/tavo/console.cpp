@@ -39,16 +39,6 @@ bool understandsEscapes() {
 #endif
 }
 
-#ifdef _WIN32
-std::string utf8Of(const wchar_t* text) {
-  const int size = WideCharToMultiByte(CP_UTF8, 0, text, -1, nullptr, 0, nullptr, nullptr);
-  std::string result(static_cast<size_t>(std::max(size, 1)), '\0');
-  WideCharToMultiByte(CP_UTF8, 0, text, -1, result.data(), size, nullptr, nullptr);
-  result.pop_back();  // the end mark
-  return result;
-}
-#endif
-
 }  // namespace
 
 std::vector<std::string> arguments(int argc, char** argv) {
@@ -57,23 +47,17 @@ std::vector<std::string> arguments(int argc, char** argv) {
   LPWSTR* const words = CommandLineToArgvW(GetCommandLineW(), &count);
   if (words != nullptr) {
     std::vector<std::string> result;
-    for (int i = 0; i < count; ++i) result.push_back(utf8Of(words[i]));
+    for (int i = 0; i < count; ++i) {
+      const int size = WideCharToMultiByte(CP_UTF8, 0, words[i], -1, nullptr, 0, nullptr, nullptr);
+      std::string& word = result.emplace_back(static_cast<size_t>(std::max(size, 1)), '\0');
+      WideCharToMultiByte(CP_UTF8, 0, words[i], -1, word.data(), size, nullptr, nullptr);
+      word.pop_back();  // the end mark
+    }
     LocalFree(words);
     return result;
   }
 #endif
   return {argv, argv + argc};
-}
-
-std::string temporaryFolder() {
-#ifdef _WIN32
-  wchar_t folder[MAX_PATH + 1] = L".";
-  GetTempPathW(MAX_PATH + 1, folder);
-  return utf8Of(folder);
-#else
-  const char* const folder = std::getenv("TMPDIR");
-  return folder != nullptr && *folder != '\0' ? folder : "/tmp";
-#endif
 }
 
 void prepareConsole() {

@@ -1,5 +1,5 @@
-// What surrounds the program: its arguments, the terminal with colours and a progress bar, messages
-// about our own failures.
+// The terminal: what kind of stream we print on, colours, messages about our own failures, and a
+// progress bar for large files.
 #pragma once
 
 #include <cstdint>
@@ -11,9 +11,6 @@ namespace tavo::tool {
 
 // The program's arguments in UTF-8, as the library takes paths.
 std::vector<std::string> arguments(int argc, char** argv);
-
-// The system's folder for temporary files.
-std::string temporaryFolder();
 
 // Makes the standard output the same bytes on every platform. Called once, first of all.
 void prepareConsole();

@@ -95,7 +95,7 @@ bool proveWritten(const std::string& path, RecordLog* records) {
     move = TVO_NEXT;
     comparer.compare(there ? &original : nullptr, written);
   };
-  if (text.open(path, "(formatted text)").empty()) {
+  if (text.open(path, {}, "(formatted text)").empty()) {
     analysis = analyse(
         text,
         [&](const tavo_record& written) {

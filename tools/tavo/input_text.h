@@ -12,9 +12,9 @@ namespace tavo::tool {
 
 class InputText {
  public:
-  // Why it cannot be read as a text, or an empty text when it can. Messages call it by its path, or
-  // by a name of its own.
-  std::string open(const std::string& path, const std::string& name = {});
+  // Why it cannot be read as a text, or an empty text when it can. head: what was read of the
+  // standard input already; name: what messages call it instead of its path.
+  std::string open(const std::string& path, std::string head = {}, const std::string& name = {});
 
   // For messages and logs: the path, or what stands for a stream.
   const std::string& name() const { return name_; }

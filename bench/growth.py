@@ -20,7 +20,7 @@ import tempfile
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 PAGE = ROOT / "docs" / "performance.md"
 CHART = ROOT / "docs" / "growth.svg"
-PROGRAMS = ["analyse", "build", "store", "durable", "timeline"]
+PROGRAMS = ["analyse", "build", "store", "durable"]
 # What is drawn, and the arguments; a verb may use what those in front of it made.
 VERBS = {
     "check": ["check", "survey.tvo"],

@@ -59,6 +59,9 @@ bool beginsLikeDataFile(std::string_view head) {
   return tavo_is_data_file(head.data(), head.size()) != 0;
 }
 
+// The head of every table that we export.
+bool beginsLikeCsv(std::string_view head) { return head.starts_with("survey,"); }
+
 struct KindTraits {
   const char* name;
   bool (*matches)(std::string_view head);
@@ -69,6 +72,7 @@ const KindTraits& traitsOf(OutputKind kind) {
       {"TAVO text", &beginsLikeText},
       {"log of an analysis", &beginsLikeLog},
       {"data file", &beginsLikeDataFile},
+      {"csv export", &beginsLikeCsv},
   };
   return kTraits[static_cast<size_t>(kind)];
 }

@@ -23,5 +23,6 @@ void addRepair(CLI::App& app, Action* action);
 void addBuild(CLI::App& app, Action* action);
 void addFormat(CLI::App& app, Action* action);
 void addTimeline(CLI::App& app, Action* action);
+void addExport(CLI::App& app, Action* action);
 
 }  // namespace tavo::tool

@@ -33,13 +33,6 @@ double shortest(float value) {
   return std::strtod(digits, nullptr);
 }
 
-// Converting to a unit and back costs the last digits of a double.
-double withoutNoise(double value) {
-  char digits[40];
-  std::snprintf(digits, sizeof digits, "%.14g", value);
-  return std::strtod(digits, nullptr);
-}
-
 std::string bits(unsigned value, unsigned width) {
   std::string digits;
   for (unsigned bit = width; bit-- > 0;) digits += (value >> bit & 1U) != 0 ? '1' : '0';
@@ -199,6 +192,12 @@ Json unitsJson(const tavo_units& units) {
   return json;
 }
 
+double withoutNoise(double value) {
+  char digits[40];
+  std::snprintf(digits, sizeof digits, "%.14g", value);
+  return std::strtod(digits, nullptr);
+}
+
 double RecordPrinter::inUnits(const tavo_schema_field& field, double value) const {
   const bool converted = field.converted != 0;
   if (field.unit == TAVO_UNIT_NONE || converted == (values_ == Values::kSi)) return value;
@@ -207,7 +206,7 @@ double RecordPrinter::inUnits(const tavo_schema_field& field, double value) cons
   return other == value ? value : withoutNoise(other);
 }
 
-Json RecordPrinter::value(const tavo_schema_field& field, const char* at) const {
+Json valueJson(const tavo_schema_field& field, const char* at) {
   switch (field.type) {
     case TAVO_TYPE_CHAR:
       return textOf(at, 1);
@@ -220,9 +219,9 @@ Json RecordPrinter::value(const tavo_schema_field& field, const char* at) const 
     case TAVO_TYPE_UINT32:
       return load<uint32_t>(at);
     case TAVO_TYPE_FLOAT:
-      return inUnits(field, shortest(load<float>(at)));
+      return shortest(load<float>(at));
     case TAVO_TYPE_DOUBLE:
-      return inUnits(field, load<double>(at));
+      return load<double>(at);
     case TAVO_TYPE_BITS:
       return bits(field.width == 8 ? load<uint8_t>(at) : load<uint16_t>(at), field.width);
     case TAVO_TYPE_DATE_TIME:
@@ -238,6 +237,12 @@ Json RecordPrinter::value(const tavo_schema_field& field, const char* at) const 
     default:
       return nullptr;
   }
+}
+
+Json RecordPrinter::value(const tavo_schema_field& field, const char* at) const {
+  Json json = valueJson(field, at);
+  if (json.is_number_float()) json = inUnits(field, json.get<double>());
+  return json;
 }
 
 Json RecordPrinter::print(uint32_t type, const void* record) {

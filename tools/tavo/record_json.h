@@ -34,6 +34,13 @@ Json dateJson(const DateTime& date);
 // {"angular": "GRADS", "linear": "METRE", ...}, factors and offsets where there are some.
 Json unitsJson(const tavo_units& units);
 
+// A field's value as the record keeps it; null for an enumeration that is not there, an empty date
+// and a value of no kind.
+Json valueJson(const tavo_schema_field& field, const char* at);
+
+// What converting to a unit and back has cost the last digits of a double is gone.
+double withoutNoise(double value);
+
 class RecordPrinter {
  public:
   enum class Order {

@@ -59,6 +59,14 @@ bool beginsLikeDataFile(std::string_view head) {
   return tavo_is_data_file(head.data(), head.size()) != 0;
 }
 
+bool beginsLikePage(std::string_view head) {
+  return head.substr(0, 200).find("<!-- Report made by tavo report -->") != head.npos;
+}
+
+bool beginsLikePicture(std::string_view head) {
+  return head.substr(0, 200).find("<!-- Map drawn by tavo plot -->") != head.npos;
+}
+
 struct KindTraits {
   const char* name;
   bool (*matches)(std::string_view head);
@@ -69,6 +77,8 @@ const KindTraits& traitsOf(OutputKind kind) {
       {"TAVO text", &beginsLikeText},
       {"log of an analysis", &beginsLikeLog},
       {"data file", &beginsLikeDataFile},
+      {"page of tavo report", &beginsLikePage},
+      {"picture of tavo plot", &beginsLikePicture},
   };
   return kTraits[static_cast<size_t>(kind)];
 }

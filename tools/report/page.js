@@ -528,33 +528,48 @@ Object.assign(SurveyMap.prototype, {
     window.tavoReport.drawn = performance.now() - started;
   },
 
+  // Shapes of one colour are drawn together, areas each for itself.
   drawShapes(kind, style) {
     if (!this.shown[kind]) return;
-    const {pen, box, across, down} = this;
+    const {pen, box} = this;
     const shapes = this.now[kind];
-    pen.lineWidth = style.width;
-    pen.globalAlpha = style.alpha;
+    const batches = new Map();
+    let many = 0;
     for (let i = 0; i < shapes.count; ++i) {
-      if (!this.pattern[shapes.group[i]] || shapes.east[i] < box.west || shapes.west[i] > box.east ||
+      const group = shapes.group[i];
+      if (!this.pattern[group] || shapes.east[i] < box.west || shapes.west[i] > box.east ||
           shapes.north[i] < box.south || shapes.south[i] > box.north) continue;
-      pen.beginPath();
-      for (let run = shapes.firstRun[i]; run < shapes.firstRun[i + 1]; ++run) {
-        const begin = shapes.firstVertex[run];
-        for (let v = begin; v < shapes.firstVertex[run + 1]; ++v) {
-          if (v === begin) pen.moveTo(across(shapes.x[v]), down(shapes.y[v]));
-          else pen.lineTo(across(shapes.x[v]), down(shapes.y[v]));
+      ++many;
+      if (!batches.has(group)) batches.set(group, []);
+      batches.get(group).push(i);
+    }
+    pen.lineWidth = many > kLabelled ? 1 : style.width;
+    const together = style.area ? 1 : 200;
+    for (const [group, batch] of batches) {
+      pen.strokeStyle = pen.fillStyle = this.colour(group);
+      for (let begin = 0; begin < batch.length; begin += together) {
+        pen.beginPath();
+        for (const i of batch.slice(begin, begin + together)) this.trace(shapes, i);
+        if (style.area) {
+          pen.globalAlpha = 0.18;
+          pen.fill('evenodd');
         }
+        pen.globalAlpha = style.alpha;
+        pen.stroke();
       }
-      pen.strokeStyle = this.colour(shapes.group[i]);
-      if (style.area) {
-        pen.globalAlpha = 0.18;
-        pen.fillStyle = pen.strokeStyle;
-        pen.fill('evenodd');
-        pen.globalAlpha = 1;
-      }
-      pen.stroke();
     }
     pen.globalAlpha = 1;
+  },
+
+  trace(shapes, i) {
+    const {pen, across, down} = this;
+    for (let run = shapes.firstRun[i]; run < shapes.firstRun[i + 1]; ++run) {
+      const begin = shapes.firstVertex[run];
+      for (let v = begin; v < shapes.firstVertex[run + 1]; ++v) {
+        if (v === begin) pen.moveTo(across(shapes.x[v]), down(shapes.y[v]));
+        else pen.lineTo(across(shapes.x[v]), down(shapes.y[v]));
+      }
+    }
   },
 
   // Draws points and returns the rows of those in sight, if they are few enough for labels.
@@ -872,15 +887,18 @@ Object.assign(SurveyMap.prototype, {
       el('button', {type: 'button', click: () => this.fit()}, 'Show all')), answer));
     parts.push(this.switches('Show', kKinds.map(([kind, name]) => ({
       name, count: count[kind], on: this.shown[kind], set: on => { this.shown[kind] = on; }}))));
+    const perGroup = new Uint32Array(survey.groups.length);
+    for (const row of now.grid.rows) ++perGroup[this.points.group[row]];
+    for (const kind of ['lines', 'polygons']) now[kind].group.forEach(group => ++perGroup[group]);
+    for (const kind of ['annotations', 'texts']) {
+      now.data[kind].forEach(note => ++perGroup[note.group]);
+    }
     const perCode = survey.codes.map(() => 0);
     const perLayer = survey.layers.map(() => 0);
-    const add = group => {
-      ++perCode[survey.groups[group][0]];
-      ++perLayer[survey.groups[group][1]];
-    };
-    for (const row of now.grid.rows) add(this.points.group[row]);
-    for (const kind of ['lines', 'polygons']) now[kind].group.forEach(add);
-    for (const kind of ['annotations', 'texts']) now.data[kind].forEach(note => add(note.group));
+    survey.groups.forEach(([code, layer], i) => {
+      perCode[code] += perGroup[i];
+      perLayer[layer] += perGroup[i];
+    });
     parts.push(this.switches('Codes', survey.codes.map((code, i) => ({
       name: code || 'without code', count: perCode[i], colour: survey.colours[i], on: this.codeOn[i],
       set: on => { this.codeOn[i] = on; }}))));

@@ -29,6 +29,8 @@ constexpr double kLegendWidth = 132;
 constexpr double kLegendRow = 17;
 // More points than this are drawn as small dots.
 constexpr size_t kFewPoints = 2000;
+// Of more points than this none is named.
+constexpr size_t kNamedPoints = 20000;
 // Longest text of an annotation on the map, in characters.
 constexpr size_t kNoteLength = 40;
 
@@ -129,10 +131,11 @@ class Picture {
     drawShapes(kPolygons, view_.polygons, "fill-rule=\"evenodd\" fill-opacity=\"0.18\"", true);
     drawShapes(kRays, view_.rays, "stroke-width=\"0.6\" stroke-opacity=\"0.55\"", false);
     drawShapes(kLines, view_.lines, "stroke-width=\"1.5\"", false);
+    drawTexts();
     drawPoints();
     drawSetups();
     drawFindings(findings);
-    drawNotes();
+    drawAnnotations();
     drawLabels();
     svg_ += "</g>\n";
     drawFrame();
@@ -295,8 +298,8 @@ class Picture {
     }
   }
 
-  // Texts stand where the file has them; annotations beside their flag if there is room.
-  void drawNotes() {
+  // Texts stand where the file has them.
+  void drawTexts() {
     for (const Note& note : view_.texts) {
       if (!isWanted(kTexts, note.group)) continue;
       double y = down(note.y);
@@ -310,6 +313,10 @@ class Picture {
         at = end + 1;
       }
     }
+  }
+
+  // The flags; what is written on them comes with the labels.
+  void drawAnnotations() {
     for (const Note& note : view_.annotations) {
       if (!isWanted(kAnnotations, note.group)) continue;
       put("<path fill=\"#ffd54a\" stroke=\"#7a5c00\" d=\"M%.1f %.1fv-11h9l-2 3l2 3h-9\"/>\n",
@@ -335,6 +342,7 @@ class Picture {
     }
     labelShapes(kPolygons, view_.polygons);
     labelShapes(kLines, view_.lines);
+    if (view_.points.size() > kNamedPoints) return;
     for (const Mark& point : view_.points) {
       if (!isWanted(kPoints, point.group)) continue;
       drawLabel(across(point.x), down(point.y), labelOf(scene_.survey(), kPoints, point.owner),

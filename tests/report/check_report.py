@@ -229,6 +229,10 @@ class Page(unittest.TestCase):
         for word in ("Point 4", "ID CHURCH", "Code CTRL", "East 419749.1669 m", "Elevation 510.9000 m",
                      "CLASS FIX", "Description Church, centre of ball", "SymNo1 12"):
             self.assertIn(word, values)
+        field.clear()
+        field.send_keys("1007", Keys.ENTER)
+        values = self.browser.run("return document.getElementById('values').innerText;")
+        self.assertIn("Species Acer platanoides", values)
         place = "return Object.values(window.tavoReport.map.getCenter());"
         before = self.browser.run(place)
         self.browser.driver.switch_to.active_element.send_keys(Keys.ARROW_LEFT)

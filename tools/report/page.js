@@ -71,7 +71,8 @@ const kPrinted = 300;
 const tables = [];
 
 // A table that sorts, filters and turns pages. Columns: {name, unit, number, value(row), text(row),
-// cell(row)}; of these value sorts, text is shown and searched, cell is shown instead of it.
+// cell(row), screen}; of these value sorts, text is shown and searched, cell is shown instead of it,
+// and screen keeps it off paper.
 class Table {
   constructor(host, title, columns, count) {
     this.columns = columns;
@@ -90,7 +91,7 @@ class Table {
     this.status = el('span', {role: 'status'});
     this.body = el('tbody');
     this.heads = columns.map((column, i) => el('th', {
-      scope: 'col', class: column.number ? 'number' : null, 'aria-sort': column.value ? 'none' : null,
+      scope: 'col', class: classOf(column), 'aria-sort': column.value ? 'none' : null,
     }, column.value ? el('button', {type: 'button', click: () => this.sort(i)}, column.name) : null,
        // On paper, where buttons are not repeated on every page.
        el('span', {class: column.value ? 'printed' : null}, column.name),
@@ -128,24 +129,28 @@ class Table {
         column => column.text && column.text(row).toLowerCase().includes(this.needle)));
     }
     if (this.sorted >= 0) {
-      const {value, number} = this.columns[this.sorted];
+      const key = this.key(order);
       const sign = this.down ? -1 : 1;
-      const keys = new Map(order.map(row => [row, value(row)]));
       // What has no value comes last, whichever way the others go.
       order.sort((a, b) => {
-        const one = keys.get(a);
-        const two = keys.get(b);
-        if (number) {
-          if (Number.isNaN(one) || Number.isNaN(two)) return Number.isNaN(one) - Number.isNaN(two);
-          return sign * (one - two) || a - b;
-        }
-        if (one === '' || two === '') return (one === '') - (two === '');
-        return sign * kOrder.compare(one, two) || a - b;
+        const one = key(a);
+        const two = key(b);
+        if (Number.isNaN(one) || Number.isNaN(two)) return Number.isNaN(one) - Number.isNaN(two);
+        return sign * (one - two) || a - b;
       });
     }
     this.order = order;
     this.page = 0;
     this.fill(kPage);
+  }
+
+  // A function from a row to the number that it is sorted by: of texts their place among all.
+  key(rows) {
+    const {value, number} = this.columns[this.sorted];
+    if (number) return value;
+    const places = new Map([...new Set(rows.map(value))].sort(kOrder.compare).map(
+      (text, i) => [text, text === '' ? NaN : i]));
+    return row => places.get(value(row));
   }
 
   turn(by) {
@@ -160,7 +165,7 @@ class Table {
     const rows = this.order.slice(first, first + length);
     this.body.replaceChildren(...rows.map(row => el('tr', {}, ...this.columns.map(column => {
       const cell = column.cell ? column.cell(row) : null;
-      return el('td', {class: column.number ? 'number' : null}, cell || column.text(row));
+      return el('td', {class: classOf(column)}, cell || column.text(row));
     }))));
     this.status.textContent = this.order.length === 0 ? 'no rows'
       : whole.format(first + 1) + ' to ' + whole.format(first + rows.length) + ' of ' +
@@ -170,6 +175,7 @@ class Table {
     this.back.hidden = this.forth.hidden = pages === 1;
   }
 }
+const classOf = column => column.number ? 'number' : column.screen ? 'screen' : null;
 const kOrder = new Intl.Collator('en', {numeric: true});
 
 function numberColumn(name, unit, values, decimals) {
@@ -187,7 +193,7 @@ function columnsOf(table) {
 
 // A column of buttons that show a row on the map; place(row) is [map, x, y] or null.
 function mapColumn(place, name) {
-  return {name: 'Map', cell: row => {
+  return {name: 'Map', screen: true, cell: row => {
     const at = place(row);
     return at ? el('button', {type: 'button', class: 'link', 'aria-label': 'Show ' + name(row) + ' on the map',
                               click: () => theMap.go(at[0], at[1], at[2])}, 'show') : '–';
@@ -1107,7 +1113,7 @@ function showObservations(survey) {
     host.append(el('h3', {}, title), text ? el('p', {class: 'empty'}, text) : '');
     return host;
   };
-  const open = survey.sightings ? [{name: 'Table', cell: row => el('button', {
+  const open = survey.sightings ? [{name: 'Table', screen: true, cell: row => el('button', {
     type: 'button', class: 'link', 'aria-label': 'Sightings of setup ' + (row + 1),
     click: () => choose(row, true)}, 'sightings')}] : [];
   addTable(section('Setups and instrument heights'), 'Setups', survey.setups, open);
@@ -1199,7 +1205,7 @@ function showFindings(survey) {
                                cell: row => el('span', {class: 'kind-' + list[row].kind}, list[row].kind)});
   const lineColumn = list => ({name: 'Line', number: true, value: row => list[row].line ?? NaN,
                                text: row => String(list[row].line ?? '')});
-  const placeColumn = list => ({name: 'Map', cell: row => {
+  const placeColumn = list => ({name: 'Map', screen: true, cell: row => {
     const {place, near, line} = list[row];
     return place ? el('button', {type: 'button', class: 'link', 'data-finding': row,
                                  'aria-label': 'Show the finding of line ' + line + ' on the map',
@@ -1227,17 +1233,26 @@ function showFindings(survey) {
 
 // --- Printing and themes ------------------------------------------------------------------------
 
+const kPaper = 660;  // pixels that A4 is wide
+
 // Paper is narrower than the window, light, and shows longer tables.
 function forPrint(printing) {
   for (const table of tables) {
     table.fill(printing ? kPrinted : kPage);
     if (printing && table.order.length > kPrinted) table.status.textContent += ' (printed)';
   }
-  const box = byId('map');
-  box.style.width = printing ? '680px' : '';
-  box.style.height = printing ? '480px' : '';
-  if (!byId('map-area').hidden) theMap.map.invalidateSize({animate: false, pan: true});
-  redrawAll(printing ? 680 : 0);
+  const {map} = theMap;
+  if (!byId('map-area').hidden) {
+    const box = byId('map');
+    if (printing) theMap.before = [map.getBounds(), map.getCenter(), map.getZoom()];
+    box.style.width = printing ? kPaper + 'px' : '';
+    box.style.height = printing ? '480px' : '';
+    map.invalidateSize({animate: false});
+    const [bounds, center, zoom] = theMap.before;
+    if (printing) map.fitBounds(bounds, {animate: false});
+    else map.setView(center, zoom, {animate: false});
+  }
+  redrawAll(printing ? kPaper : 0);
 }
 
 function redrawAll(width) {

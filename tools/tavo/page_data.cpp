@@ -3,10 +3,12 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <limits>
 #include <map>
 #include <numbers>
 #include <set>
+#include <unordered_map>
 
 #include "columns.h"
 #include "observations.h"
@@ -315,6 +317,38 @@ class SurveyPage {
       }
       data_.points.push_back(fieldColumn(*field, n, points));
     }
+    addAttributes(points);
+  }
+
+  // What THEMINFO says of points, a column for each attribute; of several points with one number of
+  // the first.
+  void addAttributes(const tavo_records& points) {
+    const auto attributes = recordsOf<PointTheminfo>(survey_);
+    if (attributes.empty()) return;
+    std::unordered_map<uint32_t, size_t> rows;
+    for (size_t i = 0; i < points.count; ++i) {
+      rows.emplace(load<uint32_t>(static_cast<const char*>(points.bytes) + i * points.size), i);
+    }
+    std::map<std::string, Texts> columns;
+    for (const PointTheminfo one : attributes) {
+      const auto row = rows.find(one.PointNo().value_or(0));
+      const auto value = one.Value();
+      if (row == rows.end() || !value) continue;
+      Texts& column = columns[textOr(one.Attribute())];
+      column.resize(points.count);
+      column[row->second] = attributeText(*value);
+    }
+    for (auto& [name, texts] : columns) {
+      data_.points.push_back(
+          {{"name", name}, {"unit", ""}, {"texts", textsJson(std::move(texts))}});
+    }
+  }
+  static std::string attributeText(const AnyValue& value) {
+    if (const auto* const text = std::get_if<std::string_view>(&value)) return toUtf8(*text);
+    if (const auto* const whole = std::get_if<int32_t>(&value)) return std::to_string(*whole);
+    char number[32];
+    std::snprintf(number, sizeof number, "%.10g", std::get<double>(value));
+    return number;
   }
 
   // A field of all points, in metres, gon and degrees.

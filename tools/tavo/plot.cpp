@@ -22,6 +22,7 @@ namespace {
 // Sizes in pixels.
 constexpr double kFont = 11;
 constexpr double kLetter = 6.1;  // mean width of a letter
+constexpr double kWide = 7.4;    // of a capital or a digit
 constexpr double kMargin = 14;
 constexpr double kHead = 34;
 constexpr double kFoot = 26;
@@ -56,6 +57,15 @@ std::string escaped(std::string_view text) {
     }
   }
   return result;
+}
+
+// About how wide a text is, whatever font the viewer has.
+double widthOf(std::string_view text) {
+  const auto wide = std::count_if(text.begin(), text.end(), [](char c) {
+    return (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
+  });
+  return static_cast<double>(columnsOf(text)) * kLetter +
+         static_cast<double>(wide) * (kWide - kLetter);
 }
 
 // Room on the picture that is taken already, in cells.
@@ -274,27 +284,31 @@ class Picture {
     }
   }
 
-  void drawText(double x, double y, const std::string& text, const char* style) {
-    put("<text x=\"%.1f\" y=\"%.1f\" paint-order=\"stroke\" stroke=\"#fff\" stroke-width=\"2.5\" "
-        "stroke-linejoin=\"round\" %s>",
-        x, y, style);
+  void drawText(double x, double y, const std::string& text, const char* style,
+                const char* anchor = "start") {
+    put("<text x=\"%.1f\" y=\"%.1f\" text-anchor=\"%s\" paint-order=\"stroke\" stroke=\"#fff\" "
+        "stroke-width=\"2.5\" stroke-linejoin=\"round\" %s>",
+        x, y, anchor, style);
     svg_ += escaped(text) + "</text>\n";
   }
 
   // Writes a label beside a place where there is room for it, and else not.
   void drawLabel(double x, double y, const std::string& text, const char* style) {
-    const double width = static_cast<double>(columnsOf(text)) * kLetter;
-    const double offsets[][2] = {
-        {5, -kFont / 2}, {-5 - width, -kFont / 2}, {-width / 2, -kFont - 4}, {-width / 2, 5}};
-    for (const auto& offset : offsets) {
-      const double left = x + offset[0];
-      const double top = y + offset[1];
-      if (left < left_ || left + width > left_ + mapWidth_ || top < top_ ||
-          top + kFont > top_ + mapHeight_) {
+    const double width = widthOf(text);
+    const struct {
+      const char* anchor;
+      double x, left, top;
+    } positions[] = {{"start", x + 6, x + 6, y - kFont / 2},
+                     {"end", x - 6, x - 6 - width, y - kFont / 2},
+                     {"middle", x, x - width / 2, y - kFont - 4},
+                     {"middle", x, x - width / 2, y + 5}};
+    for (const auto& at : positions) {
+      if (at.left < left_ || at.left + width > left_ + mapWidth_ || at.top < top_ ||
+          at.top + kFont > top_ + mapHeight_) {
         continue;
       }
-      if (!room_.take(left, top, width, kFont)) continue;
-      return drawText(left, top + kFont - 1.5, text, style);
+      if (!room_.take(at.left, at.top, width, kFont)) continue;
+      return drawText(at.x, at.top + kFont - 1.5, text, style, at.anchor);
     }
   }
 
@@ -306,8 +320,7 @@ class Picture {
       for (size_t at = 0; at < note.text.size();) {
         const size_t end = std::min(note.text.find('\n', at), note.text.size());
         const std::string line = note.text.substr(at, end - at);
-        const double width = static_cast<double>(columnsOf(line)) * kLetter;
-        room_.take(across(note.x), y - kFont, width, kFont, true);
+        room_.take(across(note.x), y - kFont, widthOf(line), kFont, true);
         drawText(across(note.x), y, line, "fill=\"#333\" font-style=\"italic\"");
         y += kFont + 2;
         at = end + 1;
@@ -360,7 +373,7 @@ class Picture {
       const uint32_t middle = (begin + end) / 2;
       const bool area = kind == kPolygons;
       const std::string text = labelOf(scene_.survey(), kind, all.owner[i]);
-      const double half = area ? static_cast<double>(columnsOf(text)) * kLetter / 2 + 5 : 0;
+      const double half = area ? widthOf(text) / 2 + 6 : 0;
       drawLabel(across(area ? (box.west + box.east) / 2 : all.x[middle]) - half,
                 down(area ? (box.south + box.north) / 2 : all.y[middle]), text,
                 "fill=\"#222\" font-style=\"italic\"");
@@ -397,7 +410,8 @@ class Picture {
     size_t left = codes_.size();
     for (const uint32_t code : codes_) {
       if (y + 2 * kLegendRow > height_ - kFoot && left > 1) {
-        put("<text x=\"%.1f\" y=\"%.1f\">and %zu more</text>\n", x, y, left);
+        put("<text x=\"%.1f\" y=\"%.1f\">and ", x, y);
+        svg_ += std::to_string(left) + " more</text>\n";
         return;
       }
       put("<rect x=\"%.1f\" y=\"%.1f\" width=\"10\" height=\"10\" fill=\"%s\"/>\n", x, y - 9,

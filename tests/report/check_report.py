@@ -253,6 +253,9 @@ class Page(unittest.TestCase):
                             choice.dispatchEvent(new Event('change'));""")
         self.assertEqual(self.browser.run(title), "Mill Lane, renewal of road and drainage")
         self.assertEqual(self.shown("Points"), 151)
+        (pathlib.Path(FOLDER) / "none.html").write_bytes(tool("report", "-", "-o", "-", text=b"; nothing\n"))
+        self.open("none.html")
+        self.assertIn("Nothing in this survey has coordinates", self.browser.run("return document.body.innerText;"))
 
     def test_many_points(self):
         count = 100001

@@ -543,7 +543,7 @@ Object.assign(SurveyMap.prototype, {
     let many = 0;
     for (let i = 0; i < shapes.count; ++i) {
       const group = shapes.group[i];
-      if (!this.pattern[group] || shapes.east[i] < box.west || shapes.west[i] > box.east ||
+      if ((kind !== 'rays' && !this.pattern[group]) || shapes.east[i] < box.west || shapes.west[i] > box.east ||
           shapes.north[i] < box.south || shapes.south[i] > box.north) continue;
       ++many;
       if (!batches.has(group)) batches.set(group, []);
@@ -647,7 +647,7 @@ Object.assign(SurveyMap.prototype, {
   drawMarks() {
     const {pen, across, down} = this;
     pen.lineWidth = 1.5;
-    for (const setup of this.shown.setups && this.pattern[0] ? this.now.setups : []) {
+    for (const setup of this.shown.setups ? this.now.setups : []) {
       const [x, y] = [across(setup.x), down(setup.y)];
       pen.strokeStyle = this.ink;
       pen.beginPath();
@@ -718,7 +718,7 @@ Object.assign(SurveyMap.prototype, {
       });
     }
     this.pen.font = '11px system-ui, "DejaVu Sans", sans-serif';
-    for (const setup of this.shown.setups && this.pattern[0] ? this.now.setups : []) {
+    for (const setup of this.shown.setups ? this.now.setups : []) {
       this.label(setup.columns[1].text(setup.row) || setup.columns[0].text(setup.row),
                  across(setup.x), down(setup.y) - 8, {font: 'bold'});
     }

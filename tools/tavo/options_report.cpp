@@ -42,7 +42,7 @@ void addPlot(CLI::App& app, Action* action) {
   verb->add_option("--layer", options->layers, "Draw only what is in these")
       ->delimiter(',')
       ->allow_extra_args(false)
-      ->type_name("L,...");
+      ->type_name("L");
   verb->add_option("--map", options->map, "Draw this reference system, counted from 1")
       ->check(CLI::Range(1, 100000).description(""))
       ->type_name("N");

@@ -51,15 +51,14 @@ class Table {
     const bool any = std::ranges::any_of(values, [](const auto& text) { return !text.empty(); });
     if (any) json_["columns"].push_back({{"name", name}, {"texts", textsJson(std::move(values))}});
   }
-  void places(const std::vector<std::optional<Place>>& places) {
+  void places(const Scene& scene, const std::vector<std::optional<Place>>& places) {
     Numbers map, x, y;
-    int decimals = 4;
+    int decimals = 4;  // of metres; degrees want more
     for (const auto& place : places) {
       map.push_back(place ? static_cast<double>(place->view) : kNone);
       x.push_back(place ? place->x : kNone);
       y.push_back(place ? place->y : kNone);
-      // Degrees or metres; the smaller numbers want more decimals.
-      if (place && std::abs(place->x) <= 360 && std::abs(place->y) <= 90) decimals = 9;
+      if (place && scene.views()[place->view].isGeographic()) decimals = 9;
     }
     json_["place"] = {{"map", numbersJson(map, 0)},
                       {"x", numbersJson(x, decimals)},
@@ -286,7 +285,7 @@ class SurveyPage {
     Table table(count);
     table.numbers("Number", "", number, 0);
     table.texts("ID", std::move(ids));
-    table.places(places);
+    table.places(scene_, places);
     Json json = table.take();
     json["z"] = numbersJson(z, 4);
     json["group"] = wholeJson(scene_.groupsOf(kPoints));
@@ -449,7 +448,7 @@ class SurveyPage {
     addGroups(kind, &table);
     table.texts("Description", std::move(descriptions));
     table.numbers(measure, unit, measuresOf(R::kType), 3);
-    table.places(placesOf(R::kType));
+    table.places(scene_, placesOf(R::kType));
     json_[name] = table.take();
   }
 
@@ -506,7 +505,7 @@ class SurveyPage {
     table.numbers("Targets", "", targets, 0);
     table.texts("First", std::move(first));
     table.texts("Last", std::move(last));
-    table.places(placesOf(TVO_RECORD_SETUP));
+    table.places(scene_, placesOf(TVO_RECORD_SETUP));
     json_["setups"] = table.take();
   }
 
@@ -540,7 +539,7 @@ class SurveyPage {
     }
     table.texts("Time", std::move(times));
     table.texts("Note", std::move(notes));
-    table.places(placesOf(TVO_RECORD_SLOPE));
+    table.places(scene_, placesOf(TVO_RECORD_SLOPE));
     Json json = table.take();
     json["setup"] = numbersJson(setup, 0);
     json_["sightings"] = std::move(json);
@@ -586,7 +585,7 @@ class SurveyPage {
     table.numbers("Hz", "mgon", hz, 2);
     table.numbers("Vz", "mgon", vz, 2);
     table.numbers("Distance", "mm", distance, 2);
-    table.places(places);
+    table.places(scene_, places);
     json_[name] = table.take();
   }
 

@@ -539,22 +539,17 @@ int writePicture(const PlotOptions& options, const InputText& text, const Scene&
 }  // namespace
 
 int plot(const PlotOptions& options) {
-  InputText text;
-  std::string problem = text.open(options.file);
-  if (problem.empty()) {
-    problem = targetProblem(options.output, isStream(options.file) ? "" : options.file,
-                            OutputKind::kPicture, options.overwrite);
-  }
+  const std::string problem =
+      targetProblem(options.output, isStream(options.file) ? "" : options.file,
+                    OutputKind::kPicture, options.overwrite);
   if (!problem.empty()) {
     complain(problem);
     return kFailed;
   }
+  InputText text;
   Analysis analysis;
-  const Survey survey = readSurvey(text, &analysis);
-  if (survey == nullptr) {
-    complain("reading '" + text.name() + "' failed: " + tavo_status_text(analysis.status));
-    return kFailed;
-  }
+  const Survey survey = openSurvey(options.file, &text, &analysis);
+  if (survey == nullptr) return kFailed;
   complainOfNotes(text, analysis);
   const int status = writePicture(options, text, Scene(survey.get()), analysis);
   if (status != kSound || analysis.counts.errors == 0) return status;

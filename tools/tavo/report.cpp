@@ -106,16 +106,9 @@ bool writePage(const std::vector<Surveyed>& surveys, Output* output) {
 // Reads a text into data for the page; the status says whether it is sound.
 int readText(const std::string& path, Surveyed* result) {
   InputText text;
-  if (const std::string problem = text.open(path); !problem.empty()) {
-    complain(problem);
-    return kFailed;
-  }
   Analysis analysis;
-  const Survey survey = readSurvey(text, &analysis);
-  if (survey == nullptr) {
-    complain("reading '" + text.name() + "' failed: " + tavo_status_text(analysis.status));
-    return kFailed;
-  }
+  const Survey survey = openSurvey(path, &text, &analysis);
+  if (survey == nullptr) return kFailed;
   const PageData data = pageData(text, analysis, survey.get());
   *result = {toUtf8(text.name()), data.title, scriptText(data.survey), scriptText(data.points)};
   if (data.survey.contains("notes")) {

@@ -72,7 +72,7 @@ Json numbersJson(const std::vector<double>& values, int decimals) {
   return json;
 }
 
-Json textsJson(std::vector<std::string> values) {
+Json textsJson(const std::vector<std::string>& values) {
   Json json{{"rows", values.size()}};
   std::unordered_map<std::string, size_t> places;
   std::vector<double> which;
@@ -83,7 +83,7 @@ Json textsJson(std::vector<std::string> values) {
     which.push_back(static_cast<double>(place->second));
   }
   const bool repeats = 2 * texts.size() < values.size();
-  json["texts"] = repeats ? std::move(texts) : Json(std::move(values));
+  json["texts"] = repeats ? std::move(texts) : Json(values);
   if (repeats) json["data"] = numbersJson(which, 0);
   return json;
 }

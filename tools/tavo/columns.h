@@ -18,7 +18,7 @@ Json numbersJson(const std::vector<double>& values, int decimals);
 
 // Texts: {"rows", "texts"}, and where they repeat each once, with "data" (a column of numbers) that
 // says which one a row has.
-Json textsJson(std::vector<std::string> values);
+Json textsJson(const std::vector<std::string>& values);
 
 // As the content of a script element of a page: nothing in it ends the element or begins another.
 std::string scriptText(const Json& value);

@@ -47,9 +47,9 @@ class Table {
     json_["columns"].push_back(
         {{"name", name}, {"unit", unit}, {"numbers", numbersJson(values, decimals)}});
   }
-  void texts(const char* name, Texts values) {
+  void texts(const char* name, const Texts& values) {
     const bool any = std::ranges::any_of(values, [](const auto& text) { return !text.empty(); });
-    if (any) json_["columns"].push_back({{"name", name}, {"texts", textsJson(std::move(values))}});
+    if (any) json_["columns"].push_back({{"name", name}, {"texts", textsJson(values)}});
   }
   void places(const Scene& scene, const std::vector<std::optional<Place>>& places) {
     Numbers map, x, y;
@@ -260,8 +260,8 @@ class SurveyPage {
       codes.push_back(scene_.codes()[group.code]);
       layers.push_back(group.layer ? std::to_string(*group.layer) : "");
     }
-    table->texts("Code", std::move(codes));
-    table->texts("Layer", std::move(layers));
+    table->texts("Code", codes);
+    table->texts("Layer", layers);
   }
 
   void addPoints() {
@@ -284,7 +284,7 @@ class SurveyPage {
     }
     Table table(count);
     table.numbers("Number", "", number, 0);
-    table.texts("ID", std::move(ids));
+    table.texts("ID", ids);
     table.places(scene_, places);
     Json json = table.take();
     json["z"] = numbersJson(z, 4);
@@ -337,9 +337,8 @@ class SurveyPage {
       column.resize(points.count);
       column[row->second] = attributeText(*value);
     }
-    for (auto& [name, texts] : columns) {
-      data_.points.push_back(
-          {{"name", name}, {"unit", ""}, {"texts", textsJson(std::move(texts))}});
+    for (const auto& [name, texts] : columns) {
+      data_.points.push_back({{"name", name}, {"unit", ""}, {"texts", textsJson(texts)}});
     }
   }
   static std::string attributeText(const AnyValue& value) {
@@ -378,7 +377,7 @@ class SurveyPage {
       Texts all;
       for (const Json& value : values)
         all.push_back(value.is_null() ? "" : value.get<std::string>());
-      column["texts"] = textsJson(std::move(all));
+      column["texts"] = textsJson(all);
     } else {
       column["values"] = std::move(values);
     }
@@ -444,9 +443,9 @@ class SurveyPage {
     }
     Table table(records.size());
     table.numbers("Number", "", numbers, 0);
-    table.texts("ID", std::move(ids));
+    table.texts("ID", ids);
     addGroups(kind, &table);
-    table.texts("Description", std::move(descriptions));
+    table.texts("Description", descriptions);
     table.numbers(measure, unit, measuresOf(R::kType), 3);
     table.places(scene_, placesOf(R::kType));
     json_[name] = table.take();
@@ -498,13 +497,13 @@ class SurveyPage {
     }
     Table table(setups.size());
     table.numbers("Station", "", number, 0);
-    table.texts("ID", std::move(ids));
+    table.texts("ID", ids);
     table.numbers("Instrument height", "m", height, 4);
-    table.texts("Height", std::move(all));
+    table.texts("Height", all);
     table.numbers("Sightings", "", sightings, 0);
     table.numbers("Targets", "", targets, 0);
-    table.texts("First", std::move(first));
-    table.texts("Last", std::move(last));
+    table.texts("First", first);
+    table.texts("Last", last);
     table.places(scene_, placesOf(TVO_RECORD_SETUP));
     json_["setups"] = table.take();
   }
@@ -528,7 +527,7 @@ class SurveyPage {
     }
     Table table(count);
     table.numbers("Target", "", number, 0);
-    table.texts("ID", std::move(ids));
+    table.texts("ID", ids);
     table.numbers("Face", "", face, 0);
     constexpr std::pair<const char*, const char*> kNames[] = {
         {"Hz", "gon"},          {"Vz", "gon"},       {"Slope distance", "m"},
@@ -537,8 +536,8 @@ class SurveyPage {
     for (size_t n = 0; n < values.size(); ++n) {
       table.numbers(kNames[n].first, kNames[n].second, values[n], 4);
     }
-    table.texts("Time", std::move(times));
-    table.texts("Note", std::move(notes));
+    table.texts("Time", times);
+    table.texts("Note", notes);
     table.places(scene_, placesOf(TVO_RECORD_SLOPE));
     Json json = table.take();
     json["setup"] = numbersJson(setup, 0);
@@ -579,8 +578,8 @@ class SurveyPage {
       places.push_back(scene_.placeOf(TVO_RECORD_SLOPE, slope));
     }
     Table table(rows.size());
-    table.texts("Station", std::move(stations));
-    table.texts("Target", std::move(targets));
+    table.texts("Station", stations);
+    table.texts("Target", targets);
     if (!sets.empty()) table.numbers("Sets", "", sets, 0);
     table.numbers("Hz", "mgon", hz, 2);
     table.numbers("Vz", "mgon", vz, 2);

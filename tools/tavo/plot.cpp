@@ -87,7 +87,9 @@ class Room {
     const auto each = [&](auto function) {
       for (int row = std::max(north, 0); row <= std::min(south, rows_ - 1); ++row) {
         for (int column = std::max(west, 0); column <= std::min(east, columns_ - 1); ++column) {
-          if (!function(static_cast<size_t>(row * columns_ + column))) return false;
+          if (!function(static_cast<size_t>(row) * static_cast<size_t>(columns_) +
+                        static_cast<size_t>(column)))
+            return false;
         }
       }
       return true;

@@ -873,11 +873,10 @@ Object.assign(SurveyMap.prototype, {
                    findings: now.findings.length};
     const parts = [];
     if (this.maps.length > 1) {
-      const choice = el('select', {change: () => this.choose(choice.selectedIndex)},
-                        ...survey.maps.map((map, i) => el('option', {selected: i === this.index ? '' : null}, map.name)));
-      parts.push(el('fieldset', {}, el('legend', {}, 'Reference system'),
-                    el('label', {}, el('span', {hidden: ''}, 'Reference system'), choice)));
-      choice.setAttribute('aria-label', 'Reference system');
+      const choice = el('select', {
+        'aria-label': 'Reference system', change: () => this.choose(choice.selectedIndex),
+      }, ...survey.maps.map((map, i) => el('option', {selected: i === this.index ? '' : null}, map.name)));
+      parts.push(el('fieldset', {}, el('legend', {}, 'Reference system'), choice));
     }
     const find = el('input', {type: 'search', 'aria-label': 'Number or identifier of a point',
                               placeholder: 'number or ID'});

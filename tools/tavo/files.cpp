@@ -62,6 +62,14 @@ bool beginsLikeDataFile(std::string_view head) {
 // The head of every table that we export.
 bool beginsLikeCsv(std::string_view head) { return head.starts_with("survey,"); }
 
+bool beginsLikePage(std::string_view head) {
+  return head.substr(0, 200).find("<!-- Report made by tavo report -->") != head.npos;
+}
+
+bool beginsLikePicture(std::string_view head) {
+  return head.substr(0, 200).find("<!-- Map drawn by tavo plot -->") != head.npos;
+}
+
 struct KindTraits {
   const char* name;
   bool (*matches)(std::string_view head);
@@ -69,10 +77,9 @@ struct KindTraits {
 
 const KindTraits& traitsOf(OutputKind kind) {
   static constexpr KindTraits kTraits[] = {
-      {"TAVO text", &beginsLikeText},
-      {"log of an analysis", &beginsLikeLog},
-      {"data file", &beginsLikeDataFile},
-      {"csv export", &beginsLikeCsv},
+      {"TAVO text", &beginsLikeText},           {"log of an analysis", &beginsLikeLog},
+      {"data file", &beginsLikeDataFile},       {"csv export", &beginsLikeCsv},
+      {"page of tavo report", &beginsLikePage}, {"picture of tavo plot", &beginsLikePicture},
   };
   return kTraits[static_cast<size_t>(kind)];
 }

@@ -42,7 +42,7 @@ class ReadFile {
   uint32_t reason_ = TAVO_REASON_NONE;
 };
 
-enum class OutputKind { kText, kLog, kDataFile, kCsv };
+enum class OutputKind { kText, kLog, kDataFile, kCsv, kPage, kPicture };
 // Why a path must not take output of that kind, or an empty text when it may. An existing file must
 // begin like such an output unless it is to be overwritten, and is never the input itself; `input`
 // is empty where that may be.

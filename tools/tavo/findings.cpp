@@ -164,6 +164,18 @@ Survey readSurvey(const InputText& text, Analysis* analysis) {
   return Survey(survey);
 }
 
+Survey openSurvey(const std::string& path, InputText* text, Analysis* analysis) {
+  if (const std::string problem = text->open(path); !problem.empty()) {
+    complain(problem);
+    return nullptr;
+  }
+  Survey survey = readSurvey(*text, analysis);
+  if (survey == nullptr) {
+    complain("reading '" + text->name() + "' failed: " + tavo_status_text(analysis->status));
+  }
+  return survey;
+}
+
 void printFindings(std::FILE* stream, const InputText& text, const Analysis& analysis,
                    bool colour) {
   const std::string name = printable(text.name());

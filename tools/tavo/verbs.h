@@ -75,6 +75,23 @@ struct TimelineOptions {
 };
 int timeline(const TimelineOptions& options);
 
+struct ReportOptions {
+  std::vector<std::string> files;
+  std::string output;
+  bool overwrite = false;  // the page's file, whatever it is
+};
+int report(const ReportOptions& options);
+
+struct PlotOptions {
+  std::string file;
+  std::string output;
+  bool overwrite = false;               // the picture's file, whatever it is
+  std::vector<std::string> layers;      // empty: everything
+  size_t map = 0;                       // 0: the one with the most things on it
+  unsigned width = 1200, height = 800;  // pixels
+};
+int plot(const PlotOptions& options);
+
 struct ExportOptions {
   std::vector<std::string> files;
   std::string output;               // its suffix names the format; or a database, "PG:..."

@@ -1,6 +1,8 @@
 // Whole columns at once, where a loop in Python would take a hundred times as long: texts, dates
 // and units.
-#include <cmath>
+#include <array>
+#include <functional>
+#include <utility>
 
 #include "module.h"
 
@@ -53,24 +55,27 @@ struct Column {
   const char* at(py::ssize_t i) const { return bytes + i * stride; }
 };
 
-// The texts of a column as str; equal neighbours share one.
+// The texts of a column as str. Codes and the like come again and again: the latest text of each
+// hash is kept and shared, which spares making most of them.
 py::array texts(const py::array& array) {
+  struct Kept {
+    std::string_view text;
+    PyObject* made = nullptr;
+  };
   const Column column(array);
   py::array made(py::dtype("O"), column.count);
   auto** const out = static_cast<PyObject**>(made.mutable_data());
-  std::string_view before;
+  std::array<Kept, 1024> latest;
   for (py::ssize_t i = 0; i < column.count; ++i) {
     const char* const at = column.at(i);
     const std::string_view text(at, strnlen(at, static_cast<size_t>(column.size)));
-    PyObject* const old = out[i];
-    if (i > 0 && text == before) {
-      out[i] = out[i - 1];
-      Py_INCREF(out[i]);
-    } else {
-      out[i] = textOf(text).release().ptr();
-    }
-    Py_XDECREF(old);
-    before = text;
+    Kept& kept = latest[std::hash<std::string_view>()(text) % latest.size()];
+    // The array itself holds what is kept.
+    if (kept.made == nullptr || kept.text != text)
+      kept = {text, textOf(text).release().ptr()};
+    else
+      Py_INCREF(kept.made);
+    Py_XDECREF(std::exchange(out[i], kept.made));
   }
   return made;
 }

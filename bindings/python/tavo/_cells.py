@@ -28,6 +28,17 @@ def empty(block: Block, count: int) -> Records:
                         np.zeros(count, "u8"))
 
 
+def joined(block: Block, parts: list[Records]) -> Records:
+    """Records one behind the other. NumPy's own way would lay their members out anew."""
+    made = empty(block, sum(map(len, parts)))
+    at = 0
+    for part in parts:
+        rows = slice(at, at + len(part))
+        made[rows], made.lines[rows], made.presence[rows] = part, part.lines, part.presence
+        at += len(part)
+    return made
+
+
 def given(records: Records, field: Field) -> np.ndarray:
     """Where a field is given, which it is where it is not 0."""
     values = np.asarray(records[field.name])
@@ -41,6 +52,8 @@ def records_of(block: Block, rows: Any, units: str, in_force: dict[str, Any]) ->
     if isinstance(rows, Records) and rows.dtype == block.dtype and rows._presence is not None:
         return Records.over(np.array(rows.view(np.ndarray)), block, rows.lines.copy(),
                             rows.presence.copy())
+    # Whole records that lost their presence: what is not 0 is given.
+    whole = isinstance(rows, Records) and rows.dtype.names == (block.dtype and block.dtype.names)
     raw = isinstance(rows, np.ndarray) and rows.dtype.names is not None
     columns = _columns_of(block, rows)
     counts = {len(cells) for cells in columns.values()}
@@ -55,7 +68,7 @@ def records_of(block: Block, rows: Any, units: str, in_force: dict[str, Any]) ->
         else:
             present = _fill(made, field, cells)
             _convert(made, field, present, units, in_force)
-        if not field.hidden:
+        if not field.hidden and not whole:
             made.give(field.name, present)
     return made
 
@@ -72,7 +85,7 @@ def _columns_of(block: Block, rows: Any) -> dict[str, Any]:
     """Cells by the name of their field."""
     if isinstance(rows, np.ndarray) and rows.dtype.names is not None:
         rows = np.atleast_1d(rows)
-        return {name: rows[name] for name in rows.dtype.names}
+        return {name: rows[name] for name in rows.dtype.names or ()}
     if hasattr(rows, "columns") and hasattr(rows, "iloc"):
         return {str(name): rows[name] for name in rows.columns}
     if isinstance(rows, Mapping):
@@ -292,6 +305,8 @@ def compare(records: Records, back: Records, decimals: tuple[int, int, int],
         if field.hidden:
             continue
         there = given(records, field)
+        if not there.any():
+            continue
         old, new = np.asarray(records[field.name]), np.asarray(back[field.name])
         wrong = there & _differ(field, old, new, decimals, units)
         if wrong.any():

@@ -148,9 +148,7 @@ class Edit:
         old = self[name]
         assert old.block is not None
         new = _cells.records_of(old.block, rows, units, self._units())
-        self._records[old.block.path] = Records.over(
-            np.concatenate([old.view(np.ndarray), new.view(np.ndarray)]), old.block,
-            np.concatenate([old.lines, new.lines]), np.concatenate([old.presence, new.presence]))
+        self._records[old.block.path] = _cells.joined(old.block, [old, new])
         if old.block.data_type != 57:
             self._sections.append(_Section(old.block, [], len(old), len(new)))
 

@@ -87,7 +87,8 @@ def _column(records: Records, field: Field, runs: Any, units: str) -> Any:
         return _free(values, given)
     if values.dtype.kind == "S":
         made = _tavo.texts(values)
-        made[~given] = None
+        # Writing makes an empty text of one that is not given, so both are told alike.
+        made[~given | (values == b"")] = None
         return made
     wide = np.int64 if field.type == UINT32 else np.int32
     return pandas.arrays.IntegerArray(values.astype(wide), ~given)
@@ -268,12 +269,12 @@ def _theminfo(survey: Survey, path: str) -> dict[str, Any]:
     values, lost = [], 0
     for at in range(len(infos)):
         info = infos[at]
-        row = (by_number.get(int(info[number])) if numbered[at]
-               else by_text.get(info["PointID"]) if info["PointID"] else None)
-        if row is None:
+        owner = (by_number.get(int(info[number])) if numbered[at]
+                 else by_text.get(info["PointID"]) if info["PointID"] else None)
+        if owner is None:
             lost += 1
         else:
-            values.append((row, names[at], free_value(info["Value"])))
+            values.append((owner, names[at], free_value(info["Value"])))
     if lost:
         warnings.warn(f"{lost} THEMINFO lines name an owner that {path} does not have", stacklevel=6)
     return _wide(values, len(owners))

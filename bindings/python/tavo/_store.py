@@ -23,7 +23,7 @@ _IDS = ("PointID", "LineID", "PolygonID", "StnID", "STN_ID", "TgtID")
 
 class StoredRecord:
     """A record of a data file: ``record["East"]`` is a field as a plain value, ``array`` all of it
-    as a structured array of shape ``()``; of a columns record ``columns`` are the declared names.
+    as a structured scalar; of a columns record ``columns`` are the declared names.
     """
 
     def __init__(self, type_: int, data: bytes) -> None:
@@ -32,7 +32,7 @@ class StoredRecord:
         self.is_columns = type_ == self.block.columns_type
         dtype = COLUMNS_RECORD if self.is_columns else self.block.dtype
         assert dtype is not None
-        self.array = np.frombuffer(data, dtype).reshape(())
+        self.array: np.void = np.frombuffer(data, dtype)[0]
 
     @property
     def columns(self) -> list[str | None]:
@@ -198,11 +198,11 @@ class Store:
         if current.is_columns:
             raise refusal(current.block.path, "a columns record cannot be changed")
         changed = self._records(current.block, {name: [value] for name, value in values.items()})
-        made = np.array([current.array])
+        made = np.array([current.array], current.array.dtype)
         for name in values:
             made[name] = changed[name]
         self._handle.update(current.type, made.tobytes())
-        current.array = made[0:1].reshape(())
+        current.array = made[0]
 
     def delete(self, record: StoredRecord | None = None) -> None:
         """Deletes the current record, as ``update`` knows it."""

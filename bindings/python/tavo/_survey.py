@@ -274,7 +274,7 @@ class Survey:
                 made[name][rows] = part[own_name(part, first.fields[field][1])]
             at += len(part)
         made.flags.writeable = False
-        return Records.over(made, parts[0].block, np.concatenate([part.lines for part in parts]),
+        return Records.over(made, schema[paths[0]], np.concatenate([part.lines for part in parts]),
                             np.concatenate([part.presence for part in parts]))
 
     @functools.cached_property

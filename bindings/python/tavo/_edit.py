@@ -41,10 +41,10 @@ class Edit:
     >>> edit = tavo.Edit()
     >>> edit["POINTS"] = [{"PointNo": 1, "East": 2.5}, {"PointNo": 2, "PointID": "a point"}]
     >>> edit["POINTS"]["East"] += 1
-    >>> print(edit.build(columns=False).decode())
+    >>> print(edit.build().decode())
     DATABASE
       POINTS (PointNo,PointID,East)
-        1,  "",  3.5000;
+        1,  "",         3.5000;
         2,  "a point",  1.0000;
       END POINTS
     END DATABASE
@@ -310,8 +310,8 @@ def build(path: Any, records: Any, decimals: tuple[int, int, int] = (4, 4, 10),
     >>> print(tavo.build(None, {"POINTS": {"PointNo": [1, 2], "East": [2.5, 10], "CLASS": "FIX"}}).decode())
     DATABASE
       POINTS (PointNo,CLASS,East)
-        1,  FIX,    2.5000;
-        2,  FIX,   10.0000;
+        1,  FIX,   2.5000;
+        2,  FIX,  10.0000;
       END POINTS
     END DATABASE
     <BLANKLINE>

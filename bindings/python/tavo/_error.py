@@ -17,7 +17,7 @@ class Error(Exception):
     ...     tavo.read("missing.tvo")
     ... except tavo.Error as error:
     ...     print(error.status, error.text, error.where, sep=" | ")
-    2571 | file could not be opened, no such file or folder | missing.tvo
+    2571 | a file could not be opened or created, no such file or folder | missing.tvo
     """
 
     def __init__(self, status: int, text: str, where: str = "", row: int | None = None,

@@ -40,11 +40,11 @@ class System(NamedTuple):
 
 
 class Remark(NamedTuple):
-    """What the geometry found on a record (``type`` 0: on the survey as a whole)."""
+    """What the geometry found on a record; ``type`` 0: on the survey as a whole."""
 
     kind: str
     type: int
-    index: int
+    row: int
     line: int
     text: str
 

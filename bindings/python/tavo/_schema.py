@@ -92,11 +92,12 @@ class Block:
         kept = self.kept
         self.dtype: np.dtype[Any] | None = _FIXED.get(self.data_type)
         if self.dtype is None and kept and self.kind != COMPLETION:
-            self.dtype = np.dtype({
+            layout: Any = {
                 "names": [field.name for field in kept],
                 "formats": [field.format for field in kept],
                 "offsets": [field.offset for field in kept],
-                "itemsize": row[5]})
+                "itemsize": row[5]}
+            self.dtype = np.dtype(layout)
 
     @property
     def kept(self) -> list[Field]:

@@ -142,7 +142,7 @@ def read(source: Source, *, limit: int | None = None,
 
     >>> import tavo
     >>> tavo.read(b"DATABASE\\nPOINTS (PointNo,East,North)\\n7,1,2;\\nEND POINTS\\nEND DATABASE\\n")
-    <tavo.Survey: 1 point; DMS, METRE; no findings>
+    <tavo.Survey: 1 point; GRADS, METRE; no findings>
     """
     name = _source(source)[3]
     return Survey(_run(_tavo.read, source, limit, on_progress), name)

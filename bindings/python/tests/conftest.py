@@ -34,7 +34,8 @@ def made(seed):
     for number in range(draw.randrange(1, 60)):
         east, north = draw.uniform(0, 1e5), draw.uniform(0, 1e5)
         kind = draw.choice(["FIX", "MEAS", "NONE"]) if draw.random() < 0.1 else "MEAS"
-        lines.append(f'{number},"P{number}",{kind},{east:.3f},{north:.3f};')
+        first = "x" if draw.random() < 0.03 else number
+        lines.append(f'{first},"P{number}",{kind},{east:.3f},{north:.3f};')
     return text("POINTS (PointNo,PointID,CLASS,East,North)\n" + "\n".join(lines) + "\nEND POINTS")
 
 

@@ -1,5 +1,6 @@
 """The package installed by pip in a virtual environment, and by CMake below a prefix."""
 import os
+import shutil
 import subprocess
 import sys
 
@@ -11,7 +12,7 @@ USE = f"import tavo; print(tavo.__file__); print(len(tavo.read({str(EXAMPLES / '
 def run(*command, **environment):
     clean = {name: value for name, value in os.environ.items() if name != "PYTHONPATH"}
     done = subprocess.run([str(word) for word in command], env={**clean, **environment},
-                          capture_output=True, text=True)
+                          capture_output=True, text=True, check=False)
     assert done.returncode == 0, done.stdout + done.stderr
     return done.stdout.split()
 
@@ -19,14 +20,14 @@ def run(*command, **environment):
 def test_pip(tmp_path):
     own = tmp_path / "own"
     run(sys.executable, "-m", "venv", "--system-site-packages", own)
-    # From a copy, since what pip builds stays in the folder.
-    copy = tmp_path / "source"
-    run("git", "-C", ROOT, "worktree", "list")
-    run("cp", "-r", "--parents", *(ROOT / part for part in (
-        "CMakeLists.txt", "cmake", "src", "include", "bindings", "README.md", "LICENSE", "docs")), copy) \
-        if copy.mkdir() is None else None
-    package = copy / str(ROOT).lstrip("/") / "bindings" / "python"
-    run(own / "bin" / "pip", "install", "-q", "--no-build-isolation", "--no-index", package)
+    # From a copy, since what pip builds stays in the folder; quick to compile, not to run.
+    for part in ("cmake", "src", "include", "bindings", "docs"):
+        shutil.copytree(ROOT / part, tmp_path / "source" / part)
+    for part in ("CMakeLists.txt", "README.md", "LICENSE"):
+        shutil.copy(ROOT / part, tmp_path / "source")
+    run(own / "bin" / "pip", "install", "-q", "--no-build-isolation", "--no-index",
+        tmp_path / "source" / "bindings" / "python",
+        CMAKE_ARGS="-DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS=-O0")
     where, points = run(own / "bin" / "python", "-c", USE)
     assert where.startswith(str(own)) and points == "151"
 

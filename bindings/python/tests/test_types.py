@@ -3,11 +3,9 @@ examples of the docstrings run."""
 import doctest
 import importlib
 import os
-import pathlib
 import pkgutil
 import shutil
 import subprocess
-import sys
 
 import pytest
 
@@ -19,7 +17,7 @@ PACKAGE = ROOT / "bindings" / "python"
 
 def run(*command):
     environment = {**os.environ, "MYPYPATH": os.environ["PYTHONPATH"]}
-    done = subprocess.run(command, env=environment, capture_output=True, text=True)
+    done = subprocess.run(command, env=environment, capture_output=True, text=True, check=False)
     assert done.returncode == 0, done.stdout + done.stderr
 
 
@@ -30,8 +28,12 @@ def test_mypy(tmp_path):
 
 
 @pytest.mark.skipif(shutil.which("stubtest") is None, reason="stubtest is not installed")
-def test_the_stub_is_the_module():
-    run("stubtest", f"--mypy-config-file={PACKAGE / 'pyproject.toml'}", "tavo._tavo")
+def test_the_stub_is_the_module(tmp_path):
+    # Classes of the module have a metaclass that nobody needs to know.
+    allowed = tmp_path / "allowed"
+    allowed.write_text("".join(f"tavo._tavo.{name}\n" for name in ("Geometry", "Store", "Survey")))
+    run("stubtest", f"--mypy-config-file={PACKAGE / 'pyproject.toml'}", f"--allowlist={allowed}",
+        "tavo._tavo")
 
 
 @pytest.mark.parametrize("name", ["tavo", *(f"tavo.{module.name}" for module in pkgutil.iter_modules(tavo.__path__))])

@@ -317,7 +317,7 @@ def build(path: Any, records: Any, decimals: tuple[int, int, int] = (4, 4, 10),
     <BLANKLINE>
     >>> tavo.build(None, {"POINTS": [{"PointNo": 1}, {"PointNo": -2}]})
     Traceback (most recent call last):
-    tavo._error.Error: POINTS, row 1, field PointNo: -2 is not a whole number from 0 to 4294967295
+    tavo.Error: POINTS, row 1, field PointNo: -2 is not a whole number from 0 to 4294967295
     """
     if isinstance(records, Survey):
         target = None if path is None else os.fsdecode(path)

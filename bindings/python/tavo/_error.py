@@ -20,6 +20,9 @@ class Error(Exception):
     2571 | a file could not be opened or created, no such file or folder | missing.tvo
     """
 
+    # Where users find it, and what a traceback says.
+    __module__ = "tavo"
+
     def __init__(self, status: int, text: str, where: str = "", row: int | None = None,
                  field: str | None = None) -> None:
         super().__init__(status, text, where, row, field)

@@ -56,8 +56,8 @@ struct Column {
 };
 
 // The texts of a column as str. Codes and the like come again and again: the latest text of each
-// hash is kept and shared, which spares making most of them.
-py::array texts(const py::array& array) {
+// hash is kept and shared, which spares making most of them. An empty one may be None.
+py::array texts(const py::array& array, bool emptyIsNone) {
   struct Kept {
     std::string_view text;
     PyObject* made = nullptr;
@@ -71,10 +71,12 @@ py::array texts(const py::array& array) {
     const std::string_view text(at, strnlen(at, static_cast<size_t>(column.size)));
     Kept& kept = latest[std::hash<std::string_view>()(text) % latest.size()];
     // The array itself holds what is kept.
-    if (kept.made == nullptr || kept.text != text)
-      kept = {text, textOf(text).release().ptr()};
-    else
+    if (kept.made == nullptr || kept.text != text) {
+      const bool none = emptyIsNone && text.empty();
+      kept = {text, none ? py::none().release().ptr() : textOf(text).release().ptr()};
+    } else {
       Py_INCREF(kept.made);
+    }
     Py_XDECREF(std::exchange(out[i], kept.made));
   }
   return made;
@@ -130,7 +132,7 @@ py::dict unitsBehind(const py::list& records) {
 }  // namespace
 
 void addArrays(py::module_& module) {
-  module.def("texts", &texts, py::arg("column"));
+  module.def("texts", &texts, py::arg("column"), py::arg("empty_is_none") = false);
   module.def("times", &times, py::arg("column"));
   module.def("convert", &convert, py::arg("values").noconvert(), py::arg("units"), py::arg("unit"),
              py::arg("to_si"));

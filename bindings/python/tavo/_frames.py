@@ -19,6 +19,7 @@ if TYPE_CHECKING:
     from ._survey import Survey
 
 _NOT_A_TIME = np.iinfo("i8").min
+_AT_ONCE = 4096
 
 
 class _Layer:
@@ -52,62 +53,82 @@ def _real(values: np.ndarray, field: Field, runs: Any, units: str) -> np.ndarray
     """Values in the units asked for, of the type that the field has."""
     if field.unit_kind == NO_UNIT or field.converted == (units == "si"):
         return values
-    wide = np.ascontiguousarray(values, "f8").copy()
+    wide = values.astype("f8")
     for first, count, in_force in runs:
         # A part of a contiguous array is one, so the values themselves are converted.
         _tavo.convert(wide[first:first + count], in_force, field.unit_kind, units == "si")
-    return wide.astype(values.dtype)
+    return wide.astype(values.dtype, copy=False)
 
 
-def _column(records: Records, field: Field, runs: Any, units: str) -> Any:
+def _members(records: Records, fields: list[Field]) -> dict[str, np.ndarray]:
+    """Copies of whole columns. Some thousand records at a time, for all columns, so that each
+    record comes into the processor's cache once."""
+    plain = records.view(np.ndarray)
+    made = {field.name: np.empty(len(plain), plain.dtype[field.name]) for field in fields}
+    for first in range(0, len(plain), _AT_ONCE):
+        part = plain[first:first + _AT_ONCE]
+        for name, column in made.items():
+            column[first:first + _AT_ONCE] = part[name]
+    return made
+
+
+def _column(values: np.ndarray, field: Field, absent: np.ndarray | None, runs: Any,
+            units: str) -> Any:
+    """Values of one field as a column; ``absent`` None: all are given."""
     import pandas
 
-    values = np.asarray(records[field.name])
-    given = _given(records, field)
     if field.type in (FLOAT, DOUBLE):
         made = _real(values, field, runs, units)
-        return made if given.all() else np.where(given, made, values.dtype.type("nan"))
+        if absent is not None:
+            made[absent] = np.nan
+        return made
     if field.type == ENUM:
-        names = field.values
-        numbers = np.array([*names, *(number for number in (UNKNOWN,) if number not in names)])
-        order = np.argsort(numbers)
-        places = np.minimum(np.searchsorted(numbers[order], values), len(numbers) - 1)
-        known = given & (numbers[order][places] == values)
-        codes = np.where(known, order[places], -1)
-        return pandas.Categorical.from_codes(
-            codes, [names.get(int(number), "UNKNOWN") for number in numbers])
+        return _categories(values, field, absent)
     if field.type == DATE_TIME:
         times = _tavo.times(values)
-        lost = np.count_nonzero((times == _NOT_A_TIME) & given)
+        lost = np.count_nonzero((times == _NOT_A_TIME) & ~(False if absent is None else absent))
         if lost:
             warnings.warn(f"{field.name}: {lost} dates that are none, or outside the years 1678 "
                           "to 2262, are NaT", stacklevel=5)
-        return np.where(given, times, _NOT_A_TIME).view("M8[ns]")
+        return times.view("M8[ns]")
     if field.type in (FREE, DEFAULT):
-        return _free(values, given)
+        return _free(values, absent)
     if values.dtype.kind == "S":
-        made = _tavo.texts(values)
         # Writing makes an empty text of one that is not given, so both are told alike.
-        made[~given | (values == b"")] = None
-        return made
+        return _tavo.texts(values, True)
     wide = np.int64 if field.type == UINT32 else np.int32
-    return pandas.arrays.IntegerArray(values.astype(wide), ~given)
+    return pandas.arrays.IntegerArray(
+        values.astype(wide), np.zeros(len(values), bool) if absent is None else absent)
 
 
-def _free(values: np.ndarray, given: np.ndarray) -> np.ndarray:
+def _categories(values: np.ndarray, field: Field, absent: np.ndarray | None) -> Any:
+    import pandas
+
+    names = {**field.values, UNKNOWN: "UNKNOWN"}
+    # By a table from numbers to places, whose last entry is for all numbers that are none.
+    table = np.full(max(names) + 2, -1, "i1" if len(names) < 128 else "i2")
+    table[list(names)] = range(len(names))
+    codes = table[np.minimum(values, len(table) - 1)]
+    if absent is not None:
+        codes[absent] = -1
+    return pandas.Categorical.from_codes(codes, list(names.values()))
+
+
+def _free(values: np.ndarray, absent: np.ndarray | None) -> np.ndarray:
     from ._survey import free_value
 
     made = np.full(len(values), None, object)
-    for row in np.flatnonzero(given):
+    for row in range(len(values)) if absent is None else np.flatnonzero(~absent):
         made[row] = free_value(values[row])
     return made
 
 
-def _given(records: Records, field: Field) -> np.ndarray:
-    """Presence; of a member without a column, and of records that keep none, where it is not 0."""
+def _absent(records: Records, field: Field, everywhere: int) -> np.ndarray | None:
+    """Where a field is not given; of a member without a column, where it is 0."""
+    assert records.block is not None
     if field.hidden:
-        return np.asarray(records[field.name] != np.zeros((), records.dtype[field.name]))
-    return records.given(field.name)
+        return np.asarray(records[field.name] == np.zeros((), records.dtype[field.name]))
+    return None if everywhere >> records.block.place(field.name) & 1 else ~records.given(field.name)
 
 
 def _wanted(records: Records, columns: Any) -> list[Field]:
@@ -120,7 +141,7 @@ def _wanted(records: Records, columns: Any) -> list[Field]:
         declared = int(np.bitwise_or.reduce(records.presence)) if len(records) else -1
         return [field for field in fields
                 if (declared >> records.block.place(field.name) & 1 if not field.hidden
-                    else bool(_given(records, field).any()))]
+                    else bool(records[field.name].any()))]
     if isinstance(columns, str):
         if columns != "all":
             raise refusal("columns", 'they are None, "all" or names')
@@ -170,8 +191,12 @@ def _columns(survey: Survey, path: str, units: str, columns: Any, theminfo: bool
         made = _operations(survey, records)
     elif block.data_type == 57:
         raise refusal(path, "the points of operations are columns of OPERATIONS")
-    for field in _wanted(records, columns):
-        made[field.name] = _column(records, field, runs, units)
+    fields = _wanted(records, columns)
+    everywhere = int(np.bitwise_and.reduce(records.presence)) if len(records) else -1
+    members = _members(records, fields)
+    for field in fields:
+        made[field.name] = _column(members.pop(field.name), field,
+                                   _absent(records, field, everywhere), runs, units)
     if theminfo:
         for name, values in _theminfo(survey, path).items():
             made[_free_name(f"a_{name}", made)] = values

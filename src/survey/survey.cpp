@@ -24,8 +24,9 @@ struct Sink {
     const Sink& sink = *static_cast<const Sink*>(context);
     if (sink.data != nullptr) sink.data->append(record);
     if (sink.options.on_record == nullptr) return TVO_OK;
-    const tavo_record view = {record.type, schema::recordDef(record.type).size, record.bytes,
-                              record.line, record.given};
+    const tavo_record view = {record.type,  schema::recordDef(record.type).size,
+                              record.bytes, record.line,
+                              record.given, record.block};
     return sink.options.on_record(&view, sink.options.record_user);
   }
 };

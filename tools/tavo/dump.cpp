@@ -30,9 +30,7 @@ struct HeaderUnits {
   // False for a record that belongs to no HEADER.
   bool take(const tavo_record& record) {
     const tavo_schema_block* const block = tavo_schema_block_of(record.type);
-    const bool header =
-        std::string_view(block->parent) == "HEADER" || std::string_view(block->keyword) == "HEADER";
-    if (!header) return false;
+    if (!isHeader(record.type)) return false;
     if (record.type == block->columns_type) std::memcpy(&columns, record.bytes, sizeof columns);
     tavo_units_follow(&units, &columns, record.type, record.bytes);
     return true;
@@ -74,19 +72,20 @@ class UnitsLine {
   Json said_;
 };
 
-int dumpText(const DumpOptions& options) {
+// head: what was read of the standard input already.
+int dumpText(const DumpOptions& options, const std::string& head) {
   InputText text;
-  if (const std::string problem = text.open(options.file); !problem.empty()) {
+  if (const std::string problem = text.open(options.file, head); !problem.empty()) {
     complain(problem);
     return kFailed;
   }
   const tavo_units first = firstUnits(text);
-  UnitsLine head(jsonOf(kShape, text), options, first);
+  UnitsLine units(jsonOf(kShape, text), options, first);
   RecordPrinter printer(RecordPrinter::Order::kText, valuesOf(options), options.allFields);
   const auto print = [&](const tavo_record& record) -> uint32_t {
     const bool printed = printLine(printer.print(record.type, record.bytes));
     // What the first HEADER sets stands in the head.
-    const bool later = record.type == TVO_RECORD_UNITS && head.follow(printer.units());
+    const bool later = record.type == TVO_RECORD_UNITS && units.follow(printer.units());
     return printed || later ? uint32_t{TAVO_OK} : uint32_t{TVO_ERR_ABORTED};
   };
   const Analysis analysis = analyse(text, print);
@@ -101,19 +100,23 @@ int dumpText(const DumpOptions& options) {
   return analysis.counts.errors > 0 ? kFindings : kSound;
 }
 
-int dumpDataFile(const DumpOptions& options) {
-  Json head = jsonOf(kShape);
-  head["file"] = toUtf8(options.file);
+int dumpDataFile(const DumpOptions& options, const std::string& streamed) {
+  DataFileInput file;
+  if (const std::string problem = file.open(options.file, streamed); !problem.empty()) {
+    complain(problem);
+    return kFailed;
+  }
   // Before the file is open, since nobody else reads it then.
-  if (std::string hash = InputText::hashOf(options.file); !hash.empty()) head["sha256"] = hash;
+  Json head = jsonOf(kShape, file);
   StoredRecords records;
-  if (const ExitStatus opened =
-          records.open(options.file, StoredRecords::Use::kPrint, options.force);
+  if (const ExitStatus opened = records.open(file, StoredRecords::Use::kPrint, options.force);
       opened != kSound) {
     return opened;
   }
-  // A data file keeps one HEADER, in front of everything else.
-  RecordPrinter printer(RecordPrinter::Order::kDataFile, valuesOf(options), options.allFields);
+  // A compatible one keeps one HEADER, in front of everything else.
+  const auto order =
+      records.complete() ? RecordPrinter::Order::kText : RecordPrinter::Order::kDataFile;
+  RecordPrinter printer(order, valuesOf(options), options.allFields);
   tavo_record record{};
   HeaderUnits first;
   uint32_t move = TVO_FIRST;
@@ -121,6 +124,8 @@ int dumpDataFile(const DumpOptions& options) {
   UnitsLine units(std::move(head), options, first.units);
   for (move = TVO_FIRST; records.fetch(move, &record) == TAVO_OK; move = TVO_NEXT) {
     if (!printLine(printer.print(record.type, record.bytes))) break;
+    if (record.type == TVO_RECORD_UNITS && !units.follow(printer.units())) break;
+    if (interrupted()) return kFailed;
   }
   if (!flushOutput()) return kFailed;
   return records.complainOfLosses() ? kFindings : kSound;
@@ -129,7 +134,9 @@ int dumpDataFile(const DumpOptions& options) {
 }  // namespace
 
 int dump(const DumpOptions& options) {
-  return isDataFile(options.file) ? dumpDataFile(options) : dumpText(options);
+  const std::string head = isStream(options.file) ? streamHead() : std::string();
+  const bool stored = isDataFile(options.file) || tavo_is_data_file(head.data(), head.size()) != 0;
+  return stored ? dumpDataFile(options, head) : dumpText(options, head);
 }
 
 }  // namespace tavo::tool

@@ -3,8 +3,10 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <filesystem>
 #include <iterator>
-#include <string_view>
+#include <random>
+#include <system_error>
 #include <utility>
 
 #include "console.h"
@@ -13,7 +15,10 @@ namespace tavo::tool {
 
 namespace {
 
-constexpr const char* kNoStream = "a data file is no stream, it needs a name";
+namespace fs = std::filesystem;
+
+constexpr size_t kBlock = 1U << 16;
+constexpr int kFolderTries = 100;
 
 // Calls a function with each line of a text until that returns true; whether it did.
 template <class Function>
@@ -90,7 +95,7 @@ std::string openProblem(const std::string& path, uint32_t reason) {
 
 std::string targetProblem(const std::string& target, const std::string& input, OutputKind kind,
                           bool overwrite) {
-  if (isStream(target)) return kind == OutputKind::kDataFile ? kNoStream : "";
+  if (isStream(target)) return {};
   if (!input.empty() && tavo_same_file(target.c_str(), input.c_str()) != 0) {
     return "'" + target + "' is the input itself; it is not overwritten";
   }
@@ -99,16 +104,73 @@ std::string targetProblem(const std::string& target, const std::string& input, O
   if (found != TAVO_PATH_FILE) return "'" + target + "' is not a regular file";
   const ReadFile file(target);
   if (!file.isOpen()) return "cannot replace " + file.problem();
-  std::string head(1U << 16, '\0');
+  std::string head(kBlock, '\0');
   head.resize(static_cast<size_t>(std::max<int64_t>(file.read(head.data(), head.size()), 0)));
   const KindTraits& traits = traitsOf(kind);
   if (overwrite || head.empty() || traits.matches(head)) return {};
   return "'" + target + "' is there and is no " + traits.name + "; use --overwrite to replace it";
 }
 
+// A new folder has nothing in it that somebody else could have put there.
+bool TemporaryFile::make() {
+  std::error_code error;
+  const fs::path base = fs::temp_directory_path(error);
+  std::random_device random;
+  for (int i = 0; i < kFolderTries && !error; ++i) {
+    const fs::path folder = base / ("tavo-" + std::to_string(random()) + ".tmp");
+    if (!fs::create_directory(folder, error)) continue;
+    fs::permissions(folder, fs::perms::owner_all, error);
+    const auto utf8 = [](const fs::path& path) {
+      const std::u8string text = path.u8string();
+      return std::string(text.begin(), text.end());
+    };
+    folder_ = utf8(folder);
+    path_ = utf8(folder / "stream.dat");
+    return true;
+  }
+  return false;
+}
+
+TemporaryFile::~TemporaryFile() {
+  if (folder_.empty()) return;
+  std::error_code ignored;
+  fs::remove_all(fs::path(std::u8string(folder_.begin(), folder_.end())), ignored);
+}
+
+std::string streamHead() {
+  std::string head(kBlock, '\0');
+  head.resize(std::fread(head.data(), 1, head.size(), stdin));
+  return head;
+}
+
+std::string DataFileInput::open(const std::string& path, std::string_view head) {
+  path_ = name_ = path;
+  if (!isStream(path)) return {};
+  name_ = "(standard input)";
+  stream_.emplace();
+  tavo_output* copy = nullptr;
+  bool sound = stream_->make() && tavo_output_create(&copy, stream_->path().c_str()) == TAVO_OK &&
+               tavo_output_write(copy, head.data(), head.size()) == TAVO_OK;
+  std::string block(kBlock, '\0');
+  for (size_t read = 1; sound && read > 0 && !interrupted();) {
+    read = std::fread(block.data(), 1, block.size(), stdin);
+    sound = tavo_output_write(copy, block.data(), read) == TAVO_OK;
+  }
+  if (!sound || std::ferror(stdin) != 0 || interrupted()) {
+    tavo_output_abandon(copy);
+    return "keeping the standard input in a temporary file failed";
+  }
+  path_ = stream_->path();
+  const bool kept = tavo_output_commit(copy) == TAVO_OK;
+  return kept ? "" : "keeping the standard input in a temporary file failed";
+}
+
 std::string Output::open(const std::string& target, Writer writer) {
   target_ = target;
-  if (isStream(target)) return {};
+  if (isStream(target)) {
+    const bool made = writer == Writer::kTool || stream_.emplace().make();
+    return made ? "" : "a temporary file for the standard output cannot be made";
+  }
   const size_t slash = target.find_last_of("/\\");
   const std::string folder = slash == target.npos ? "." : target.substr(0, slash + 1);
   if (tavo_path_kind(folder.c_str(), nullptr) == TAVO_PATH_MISSING) {
@@ -136,8 +198,22 @@ tavo_target Output::target() {
   return target;
 }
 
+bool Output::copyStream() {
+  const ReadFile file(stream_->path());
+  std::string block(kBlock, '\0');
+  int64_t read = file.isOpen() ? 1 : -1;
+  while (read > 0 && !interrupted()) {
+    read = file.read(block.data(), block.size());
+    const auto size = static_cast<size_t>(std::max<int64_t>(read, 0));
+    if (std::fwrite(block.data(), 1, size, stdout) != size) break;
+  }
+  if (read < 0) complain("reading a temporary file failed");
+  return read >= 0 && !interrupted();
+}
+
 bool Output::commit() {
   if (interrupted()) return false;
+  if (stream_ && !copyStream()) return false;
   if (output_ == nullptr) return flushOutput();
   if (tavo_output_commit(std::exchange(output_, nullptr)) == TAVO_OK) return true;
   complain("cannot replace '" + target_ +

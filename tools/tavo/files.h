@@ -3,7 +3,9 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
+#include <string_view>
 
 #include "interrupt.h"
 #include "tavo/survey.h"
@@ -46,8 +48,44 @@ enum class OutputKind { kText, kLog, kDataFile };
 std::string targetProblem(const std::string& target, const std::string& input, OutputKind kind,
                           bool overwrite);
 
-// Output under a temporary name beside its target, or to the standard output as it comes. One that
-// was not committed leaves no trace, not even when the program is interrupted.
+// A file in the system's folder for temporary files, for a data file that comes or goes as a
+// stream. It is gone when the object is, also when the program is interrupted.
+class TemporaryFile {
+ public:
+  TemporaryFile() = default;
+  TemporaryFile(const TemporaryFile&) = delete;
+  TemporaryFile& operator=(const TemporaryFile&) = delete;
+  ~TemporaryFile();
+
+  // Chooses a path at which nothing is yet; false when there is no room for one.
+  bool make();
+  const std::string& path() const { return path_; }
+
+ private:
+  Interruptible interruptible_;
+  std::string folder_, path_;
+};
+
+// What can be read of the standard input's beginning, to see of what kind it is.
+std::string streamHead();
+
+// The data file that a verb reads: that of a path, or the standard input in a temporary file.
+class DataFileInput {
+ public:
+  // Why it cannot be had, or an empty text. head: what was read of the standard input already.
+  std::string open(const std::string& path, std::string_view head = {});
+  // Where it is, and what messages call it.
+  const std::string& path() const { return path_; }
+  const std::string& name() const { return name_; }
+
+ private:
+  std::string path_, name_;
+  std::optional<TemporaryFile> stream_;
+};
+
+// Output under a temporary name beside its target, or to the standard output: a text as it comes,
+// what somebody else makes when it is complete. One that was not committed leaves no trace, not
+// even when the program is interrupted.
 class Output {
  public:
   enum class Writer {
@@ -62,7 +100,7 @@ class Output {
 
   // Why no output can be made there, or an empty text when it is.
   std::string open(const std::string& target, Writer writer = Writer::kTool);
-  const char* path() const { return tavo_output_path(output_); }
+  const char* path() const { return stream_ ? stream_->path().c_str() : tavo_output_path(output_); }
   bool write(const void* bytes, size_t size);
   // The output as the layer's target of a text.
   tavo_target target();
@@ -70,9 +108,12 @@ class Output {
   bool commit();
 
  private:
+  bool copyStream();
+
   Interruptible interruptible_;
   std::string target_;
-  tavo_output* output_ = nullptr;  // none for the standard output
+  tavo_output* output_ = nullptr;        // none for the standard output
+  std::optional<TemporaryFile> stream_;  // what somebody else makes for it
 };
 
 }  // namespace tavo::tool

@@ -58,10 +58,10 @@ bool isBinary(std::string_view head) {
 
 }  // namespace
 
-std::string InputText::open(const std::string& path) {
+std::string InputText::open(const std::string& path, std::string head) {
   const bool stream = isStream(path);
   name_ = stream ? "(standard input)" : path;
-  memory_.clear();
+  memory_ = std::move(head);
   if (stream) return readStream();
   const ReadFile file(path);
   if (!file.isOpen()) return "cannot read " + file.problem();

@@ -12,8 +12,9 @@ namespace tavo::tool {
 
 class InputText {
  public:
-  // Why it cannot be read as a text, or an empty text when it can.
-  std::string open(const std::string& path);
+  // Why it cannot be read as a text, or an empty text when it can. head: what was read of the
+  // standard input already.
+  std::string open(const std::string& path, std::string head = {});
   // Takes a text that is there already.
   void take(const std::string& name, std::string text);
 

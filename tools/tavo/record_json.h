@@ -20,6 +20,12 @@ T load(const char* bytes) {
 
 // "POINTS", "POINTS columns", "OPERATIONS points".
 std::string recordName(uint32_t type);
+// The same, with the block around it where several blocks have one keyword: "LINES/EDGES".
+std::string uniqueName(uint32_t type);
+// What is wrong in a data file, with the record and block that it is about.
+Json findingJson(const tavo_store_finding& finding);
+// Whether it belongs to a HEADER or a block in one.
+bool isHeader(uint32_t type);
 
 // "2024-09-17T07:42:29.60"; a date that no calendar has as text, "2024-02-30/10:00:00.0"; null for
 // an empty one.

@@ -233,7 +233,7 @@ void Salvager::settleGroup(std::size_t begin, std::size_t end) {
   std::vector<Bytes> taken;
   for (std::size_t first = begin; first < end && pieces_[first].piece == 0; ++first) {
     if (!assemble(begin, end, first)) continue;
-    if (!taken.empty() && hooks_.twice) hooks_.twice(packed_[kRecordType]);
+    if (!taken.empty() && hooks_.twice) hooks_.twice(pieces_[first].record, packed_[kRecordType]);
     if (std::ranges::find(taken, packed_) != taken.end()) continue;
     taken.push_back(packed_);
     // Behind all pieces, so that those of the group stay what they are.

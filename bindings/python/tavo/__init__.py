@@ -18,10 +18,10 @@ from ._error import Error
 from ._places import Remark, System
 from ._records import Records
 from ._schema import Block, Field, Schema, schema
-from ._store import Store, StoredRecord, verify
+from ._store import Repair, Store, StoredRecord, StoreFinding, repair, verify
 from ._survey import Check, Finding, Survey, Units, check, read
 
 __version__ = _tavo.version()
-__all__ = ["Block", "Check", "Edit", "Error", "Field", "Finding", "Records", "Remark", "Schema",
-           "Store", "StoredRecord", "Survey", "System", "Units", "build", "check", "read", "schema",
-           "verify"]
+__all__ = ["Block", "Check", "Edit", "Error", "Field", "Finding", "Records", "Remark", "Repair",
+           "Schema", "Store", "StoreFinding", "StoredRecord", "Survey", "System", "Units", "build",
+           "check", "read", "repair", "schema", "verify"]

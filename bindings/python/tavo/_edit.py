@@ -11,11 +11,10 @@ import numpy as np
 from . import _cells, _tavo
 from ._error import refusal, unfit
 from ._records import Records
-from ._schema import (BITS, COLUMNS_RECORD, DOUBLE, END_OF_COLUMNS, ENTRY, FLOAT, INT16, ITEMS,
-                      OPERATIONS, TIME_TAGGED, UINT16, UINT32, UINT8, Block, schema)
+from ._schema import (BITS, DOUBLE, ENTRY, FLOAT, INT16, ITEMS, OPERATIONS, TIME_TAGGED, UINT16,
+                      UINT32, UINT8, Block, columns_record, schema)
 from ._survey import Survey, Units, read
 
-_MOST_COLUMNS = 40
 # An empty one would be written as 0.
 _NUMBERS = {UINT8, UINT16, INT16, UINT32, FLOAT, DOUBLE, BITS}
 
@@ -95,7 +94,7 @@ class Edit:
             if section.block.path in ("UNITS", "OFFSETS"):
                 records = self[section.block.path]
                 for at in range(section.first, section.first + section.count):
-                    columns = _columns_record(_item_columns(records, at))
+                    columns = columns_record(section.block, _item_columns(records, at))
                     rows.append((columns, section.block.data_type, records[at].tobytes()))
         return _tavo.units_behind(rows)
 
@@ -193,7 +192,7 @@ class Edit:
             opens = place == 0 and not section.continued
             columns = None
             if opens or listed != declared.get(block.data_type):
-                columns = _columns_record(listed)
+                columns = columns_record(block, listed)
                 declared[block.data_type] = listed
             made.append((block.columns_type, columns, block.data_type, count,
                          _bytes(records[first:first + count]), None))
@@ -207,7 +206,7 @@ class Edit:
             return []
         goes_on = before and before[-1][2] == block.data_type
         part = slice(section.first, section.first + section.count)
-        return [(block.columns_type, None if goes_on else _columns_record(section.columns),
+        return [(block.columns_type, None if goes_on else columns_record(block, section.columns),
                  block.data_type, section.count, _bytes(records[part]),
                  self._beside(block, records, part))]
 
@@ -246,13 +245,6 @@ def _known(columns: Iterable[int]) -> list[int]:
     return list(dict.fromkeys(one for one in columns if one))
 
 
-def _columns_record(columns: list[int]) -> bytes:
-    record = np.zeros((), COLUMNS_RECORD)
-    record["fields"][:len(columns)] = columns
-    record["fields"][len(columns)] = END_OF_COLUMNS
-    return record.tobytes()
-
-
 def _item_columns(records: Records, at: int) -> list[int]:
     assert records.block is not None
     return [field.id for field in records.block.kept
@@ -272,8 +264,6 @@ def _runs(section: _Section, records: Records) -> Iterable[tuple[int, int, list[
     kept = {field.id: field for field in block.kept}
     columns = _known(section.columns)
     columns += [field for field, rows in given.items() if field not in columns and rows.any()]
-    if len(columns) > _MOST_COLUMNS:
-        raise refusal(block.path, f"a block has at most {_MOST_COLUMNS} columns")
     numbers = [one for one in columns if one in kept and kept[one].type in _NUMBERS]
     mask = np.zeros(len(part), "u8")
     for place, one in enumerate(numbers):

@@ -18,6 +18,7 @@ NO_UNIT, ANGULAR, LINEAR, GEOGRAPHIC = range(4)
 UNKNOWN = 1009
 COLUMNS_RECORD = np.dtype([("comment", "S250"), ("fields", "<u4", 41)])
 END_OF_COLUMNS = 131
+_MOST_COLUMNS = 40
 
 DATE = np.dtype([(name, "<i2") for name in
                  ("year", "month", "day", "hour", "minute", "second", "hundredths")])
@@ -192,6 +193,16 @@ def _group(group: int) -> dict[int, str]:
 def enumeration() -> dict[int, str]:
     """Names of all enumeration numbers."""
     return _tavo.schema_values()
+
+
+def columns_record(block: Block, columns: list[int]) -> bytes:
+    """The columns record that declares fields of a block."""
+    if len(columns) > _MOST_COLUMNS:
+        raise refusal(block.path, f"a block has at most {_MOST_COLUMNS} columns")
+    record = np.zeros((), COLUMNS_RECORD)
+    record["fields"][:len(columns)] = columns
+    record["fields"][len(columns)] = END_OF_COLUMNS
+    return record.tobytes()
 
 
 schema = Schema()

@@ -3,19 +3,20 @@
 from __future__ import annotations
 
 import os
-from typing import Any, Iterator, NamedTuple
+from typing import Any, Callable, Iterable, Iterator, NamedTuple
 
 import numpy as np
 
 from . import _cells, _tavo
 from ._error import refusal
 from ._records import Records
-from ._schema import COLUMNS_RECORD, END_OF_COLUMNS, Block, schema
+from ._schema import COLUMNS_RECORD, END_OF_COLUMNS, ENTRY, Block, columns_record, schema
 from ._survey import value_of
 
 _MODES = {"open": 0, "read": 1, "create": 2}
 _BY_TYPE, _BY_LIST, _BY_NUMBER, _BY_ID = 1, 2, 3, 4
-_FIRST, _NEXT = 3, 1
+_CURRENT, _NEXT, _FIRST = 0, 1, 3
+_NOT_KNOWN = 2**64 - 1
 _LISTS = ("SubjectNo", "LayerNo", "ListNo", "CodeNo", "JobNo", "CfgNo")
 _NUMBERS = ("PointNo", "LineNo", "PolygonNo", "StnNo", "STN_NO", "TgtNo")
 _IDS = ("PointID", "LineID", "PolygonID", "StnID", "STN_ID", "TgtID")
@@ -23,11 +24,15 @@ _IDS = ("PointID", "LineID", "PolygonID", "StnID", "STN_ID", "TgtID")
 
 class StoredRecord:
     """A record of a data file: ``record["East"]`` is a field as a plain value, ``array`` all of it
-    as a structured scalar; of a columns record ``columns`` are the declared names.
+    as a structured scalar, ``line`` its line in the text that it comes from, 0: not known; of a columns record ``columns`` are the declared names.
     """
 
-    def __init__(self, type_: int, data: bytes) -> None:
+    def __init__(self, type_: int, data: bytes, line: int, presence: int, entries: bytes) -> None:
         self.type = type_
+        self.line = line
+        self.presence = presence
+        #: Named values of a time-tagged code.
+        self.entries = np.frombuffer(entries, ENTRY)
         self.block: Block = schema.by_type[type_]
         self.is_columns = type_ == self.block.columns_type
         dtype = COLUMNS_RECORD if self.is_columns else self.block.dtype
@@ -50,14 +55,21 @@ class StoredRecord:
         field = self.block.field(name)
         return value_of(field, self.array[field.name])
 
+    def given(self, name: str) -> bool:
+        """Whether the record gave a field; of a compatible file, which does not know, True."""
+        return bool(self.presence >> self.block.place(name) & 1)
+
     def values(self) -> dict[str, Any]:
-        """All fields as plain values."""
+        """All fields as plain values; of time-tagged codes and operations the array's."""
+        if not self.block.kept:
+            return {name: self.array[name] for name in self.array.dtype.names or ()}
         return {field.name: self[field.name] for field in self.block.kept}
 
     def __repr__(self) -> str:
         if self.is_columns:
             return f"<{self.block.path} columns {', '.join(map(str, self.columns))}>"
-        shown = {name: value for name, value in self.values().items() if value not in (0, "", None)}
+        shown = {name: value for name, value in self.values().items()
+                 if self.array[name] != np.zeros((), self.array.dtype[name])}
         return f"<{self.block.path} {', '.join(f'{name}={value!r}' for name, value in shown.items())}>"
 
 
@@ -77,8 +89,45 @@ def verify(path: str | os.PathLike[str]) -> list[StoreFinding]:
     Raises:
         Error: it cannot be read as a data file.
     """
-    findings, _ = _tavo.verify(os.fsdecode(path))
-    return [StoreFinding(("note", "warning", "error")[row[0]], *row[1:]) for row in findings]
+    return _findings(_tavo.verify(os.fsdecode(path)))
+
+
+def _findings(rows: list[tuple[Any, ...]]) -> list[StoreFinding]:
+    return [StoreFinding(("note", "warning", "error")[row[0]], *row[1:]) for row in rows]
+
+
+class Repair(NamedTuple):
+    """What :func:`repair` saved: records by the path of their block ("columns" behind it for
+    columns records, "" for those that cannot be told), and how many are gone without a trace."""
+
+    found: dict[str, int]
+    damaged: dict[str, int]
+    twice: dict[str, int]
+    untraced: int
+    findings: list[StoreFinding]
+
+    @property
+    def complete(self) -> bool:
+        """Whether nothing is missing."""
+        return not self.damaged and not self.untraced
+
+
+def repair(path: str | os.PathLike[str], target: str | os.PathLike[str]) -> Repair:
+    """Saves every record of a closed data file that is whole into a new one; the old one stays.
+
+    Raises:
+        Error: no record is there, or the new file cannot be written; the target is as it was.
+    """
+    findings, *counts, untraced = _tavo.repair(os.fsdecode(path), os.fsdecode(target))
+    return Repair(*({_named(type_): count for type_, count in one.items()} for one in counts),
+                  untraced, _findings(findings))
+
+
+def _named(type_: int) -> str:
+    block = schema.by_type.get(type_)
+    if block is None:
+        return ""
+    return block.path + (" columns" if type_ == block.columns_type else "")
 
 
 class Store:
@@ -90,6 +139,8 @@ class Store:
         cache_pages: pages of 1024 bytes kept in memory.
         journal: path of a journal. With one every change is on the medium when its call returns;
             all who open the file must name the same one.
+        kind: of a new file: ``"compatible"`` with the functions of ``tavo.h``, which keeps records
+            by type, each point once, or ``"complete"``, which keeps all of a text in its order.
 
     ``len(store)`` counts its records, iterating gives them in the file's order. One thread at a
     time may use a store.
@@ -108,11 +159,15 @@ class Store:
     """
 
     def __init__(self, path: str | os.PathLike[str], mode: str = "open", *, cache_pages: int = 10,
-                 journal: str | os.PathLike[str] | None = None) -> None:
+                 journal: str | os.PathLike[str] | None = None,
+                 kind: str = "compatible") -> None:
+        if kind not in ("compatible", "complete"):
+            raise refusal("kind", 'it is "compatible" or "complete"')
         if mode not in _MODES:
             raise refusal("mode", f"it is one of {', '.join(_MODES)}")
         self.path = os.fsdecode(path)
-        self._opening = cache_pages, "" if journal is None else os.fsdecode(journal)
+        self._opening = (cache_pages, "" if journal is None else os.fsdecode(journal),
+                         kind == "complete")
         self._mode = mode
         self._handle = self._open(mode)
         self._current: StoredRecord | None = None
@@ -141,7 +196,12 @@ class Store:
                 raise refusal(self.path, "the store was moved while it was iterated")
             record = self._take(self._handle.read(_NEXT))
 
-    def _take(self, row: tuple[int, bytes] | None) -> StoredRecord | None:
+    @property
+    def kind(self) -> str:
+        """``"compatible"`` or ``"complete"``."""
+        return "complete" if self._handle.is_complete() else "compatible"
+
+    def _take(self, row: tuple[int, bytes, int, int, bytes] | None) -> StoredRecord | None:
         self._current = None if row is None else StoredRecord(*row)
         return self._current
 
@@ -169,16 +229,32 @@ class Store:
                 raise refusal(made.path, "its records have no such key")
             record = _cells.records_of(made, {own[0]: [value]}, _cells.AS_RECORDS, {})
         found = self._handle.find(made.data_type, lookup, record.tobytes())
-        return self._take(found)
+        return self._take(self._handle.read(_CURRENT) if found else None)
 
-    def write(self, block: str, rows: Any) -> None:
-        """Stores records: rows as :meth:`tavo.Edit.put` takes them, values as records hold them
-        (metres and radians where the schema says ``converted``, else the file's unit)."""
+    def write(self, block: str, rows: Any, entries: Any = None) -> None:
+        """Stores records behind all others: rows as :meth:`tavo.Edit.put` takes them, values as
+        records hold them (metres and radians where the schema says ``converted``, else the file's
+        unit). ``entries`` are the named values of time-tagged codes, as :attr:`tavo.Edit.entries`
+        has them, which a complete file keeps."""
         made = schema[block]
         records = self._records(made, rows)
-        for at in range(len(records)):
-            self._handle.write(made.data_type, records[at].tobytes())
+        values = np.asarray([] if entries is None else entries, ENTRY)
+        counts = records["EntryCount"] if made.data_type == 91 else np.zeros(len(records), int)
+        ends = np.concatenate([[0], np.cumsum(counts, dtype="i8")])
+        if ends[-1] != len(values):
+            raise refusal(made.path, "EntryCount must add up to the number of entries")
         self._current = None
+        for at, presence in enumerate(records.presence.tolist()):
+            self._handle.append(made.data_type, records[at].tobytes(), presence,
+                                values[ends[at]:ends[at + 1]].tobytes())
+
+    def declare(self, block: str, columns: Iterable[str]) -> None:
+        """Stores the columns record of a block, which a text that is built from the file needs in
+        front of its records: the names of its columns, at most 40."""
+        made = schema[block]
+        fields = [made.field(name).id for name in columns]
+        self._current = None
+        self._handle.append(made.columns_type, columns_record(made, fields), _NOT_KNOWN, b"")
 
     @staticmethod
     def _records(block: Block, rows: Any) -> Records:
@@ -201,8 +277,10 @@ class Store:
         made = np.array([current.array], current.array.dtype)
         for name in values:
             made[name] = changed[name]
-        self._handle.update(current.type, made.tobytes())
-        current.array = made[0]
+        presence = current.presence | int(changed.presence[0])
+        self._handle.replace(current.type, made.tobytes(), current.line, presence,
+                             current.entries.tobytes())
+        current.array, current.presence = made[0], presence
 
     def delete(self, record: StoredRecord | None = None) -> None:
         """Deletes the current record, as ``update`` knows it."""
@@ -211,9 +289,16 @@ class Store:
 
     def verify(self) -> list[StoreFinding]:
         """Closes the file, checks it whole with :func:`tavo.verify` and opens it again."""
+        return self._closed(lambda: verify(self.path))
+
+    def repair(self, target: str | os.PathLike[str]) -> Repair:
+        """Closes the file, saves what is whole with :func:`tavo.repair` and opens it again."""
+        return self._closed(lambda: repair(self.path, target))
+
+    def _closed(self, work: Callable[[], Any]) -> Any:
         self.close()
         try:
-            return verify(self.path)
+            return work()
         finally:
             self._handle = self._open("read" if self._mode == "read" else "open")
             self._current = None

@@ -2,6 +2,7 @@
 import pytest
 
 import tavo
+from conftest import EXAMPLES
 
 
 @pytest.fixture
@@ -53,12 +54,12 @@ def test_change_and_delete(path):
     assert tavo.verify(path) == []
 
 
-def test_columns_records_and_refusals(tmp_path):
+def test_refusals(tmp_path):
     with tavo.Store(tmp_path / "a.dat", "create") as store:
-        with pytest.raises(tavo.Error):
-            store.write("TIME_TAGGED_CODES", {"Code": "a"})
-        with pytest.raises(tavo.Error):
-            store.write("POINTS", {"East": float("nan"), "CLASS": 5})
+        for block, values in (("TIME_TAGGED_CODES", {"Code": "a"}), ("POINTS", {"East": float("nan"), "CLASS": 5}),
+                              ("TIME_TAGGED_CODES", tavo.read(EXAMPLES / "all-sections.tvo").time_tagged_codes)):
+            with pytest.raises(tavo.Error):
+                store.write(block, values)
         with pytest.raises(tavo.Error):
             store.delete()
     with pytest.raises(tavo.Error):
@@ -69,11 +70,36 @@ def test_columns_records_and_refusals(tmp_path):
             call(tmp_path / "b.dat")
 
 
-def test_damage_is_found(path):
+def test_a_complete_file_keeps_all(tmp_path):
+    survey = tavo.read(EXAMPLES / "all-sections.tvo")
+    path = tmp_path / "all.dat"
+    with tavo.Store(path, "create", kind="complete") as store:
+        store.declare("POINTS", ["PointNo", "East", "Longitude"])
+        store.write("POINTS", survey.points)
+        store.write("TIME_TAGGED_CODES", survey.time_tagged_codes, survey.entries)
+        assert store.kind == "complete"
+        columns, *records = store
+        assert columns.columns == ["PointNo", "East", "Longitude"]
+        points = records[:len(survey.points)]
+        assert [record.given("East") for record in points] == survey.points.given("East").tolist()
+        assert b"".join(record.entries.tobytes() for record in records) == survey.entries.tobytes()
+        store.find(number=int(survey.points["PointNo"][0]))
+        store.update({"Color": 5})
+        assert store.find(number=int(survey.points["PointNo"][0])).given("Color")
+        assert store.verify() == []
+    assert len(list(tavo.Store(path, "read"))) == len(records) + 1
+
+
+def test_damage_is_found_and_repaired(path, tmp_path):
     data = bytearray(path.read_bytes())
     data[1024:1064] = b"\xff" * 40
     path.write_bytes(data)
-    try:
-        assert any(finding.kind == "error" for finding in tavo.verify(path))
-    except tavo.Error as error:
-        assert error.status
+    assert any(finding.kind == "error" for finding in tavo.verify(path))
+    report = tavo.repair(path, tmp_path / "new.dat")
+    assert report.found["JOBS"] == 1 and 0 < report.found["POINTS"] <= 100
+    assert tavo.verify(tmp_path / "new.dat") == []
+    with tavo.Store(tmp_path / "new.dat", "read") as store:
+        assert len(store) == sum(report.found.values()) and store.find(id="P99")["East"] == 49.5
+        assert store.repair(tmp_path / "again.dat").complete
+    with pytest.raises(tavo.Error):
+        tavo.repair(tmp_path / "none.dat", tmp_path / "x.dat")

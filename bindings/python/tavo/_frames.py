@@ -86,7 +86,8 @@ def _column(values: np.ndarray, field: Field, absent: np.ndarray | None, runs: A
         return _categories(values, field, absent)
     if field.type == DATE_TIME:
         times = _tavo.times(values)
-        lost = np.count_nonzero((times == _NOT_A_TIME) & ~(False if absent is None else absent))
+        none = times == _NOT_A_TIME
+        lost = np.count_nonzero(none if absent is None else none & ~absent)
         if lost:
             warnings.warn(f"{field.name}: {lost} dates that are none, or outside the years 1678 "
                           "to 2262, are NaT", stacklevel=5)
@@ -118,7 +119,8 @@ def _free(values: np.ndarray, absent: np.ndarray | None) -> np.ndarray:
     from ._survey import free_value
 
     made = np.full(len(values), None, object)
-    for row in range(len(values)) if absent is None else np.flatnonzero(~absent):
+    rows = np.arange(len(values)) if absent is None else np.flatnonzero(~absent)
+    for row in rows:
         made[row] = free_value(values[row])
     return made
 

@@ -118,12 +118,15 @@ def repair(path: str | os.PathLike[str], target: str | os.PathLike[str]) -> Repa
     Raises:
         Error: no record is there, or the new file cannot be written; the target is as it was.
     """
-    findings, *counts, untraced = _tavo.repair(os.fsdecode(path), os.fsdecode(target))
-    return Repair(*({_named(type_): count for type_, count in one.items()} for one in counts),
-                  untraced, _findings(findings))
+    findings, found, damaged, twice, untraced = _tavo.repair(os.fsdecode(path), os.fsdecode(target))
+    return Repair(_by_name(found), _by_name(damaged), _by_name(twice), untraced, _findings(findings))
 
 
-def _named(type_: int) -> str:
+def _by_name(counts: dict[int, int]) -> dict[str, int]:
+    return {_name(type_): count for type_, count in counts.items()}
+
+
+def _name(type_: int) -> str:
     block = schema.by_type.get(type_)
     if block is None:
         return ""

@@ -142,6 +142,9 @@ TAVO_API tavo_status tavo_output_write_text(tavo_output* output, const char* tex
 /* Path under which the output stands until its commit. Nothing is there before the first write, so
  * that another call, tavo_store_open for one, may make the file instead. */
 TAVO_API const char* tavo_output_path(const tavo_output* output);
+/* Ends the writing, so that another call may read the file at tavo_output_path; the output is still
+ * to be committed or abandoned. TVO_ERR_WRITE when something could not be written. */
+TAVO_API tavo_status tavo_output_close(tavo_output* output);
 /* Puts the output in its place and frees the handle; TVO_ERR_WRITE when a write, the closing or the
  * replacing failed, in which case the target is as it was. */
 TAVO_API tavo_status tavo_output_commit(tavo_output* output);

@@ -3,10 +3,8 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <filesystem>
 #include <iterator>
 #include <random>
-#include <system_error>
 #include <utility>
 
 #include "console.h"
@@ -15,10 +13,7 @@ namespace tavo::tool {
 
 namespace {
 
-namespace fs = std::filesystem;
-
 constexpr size_t kBlock = 1U << 16;
-constexpr int kFolderTries = 100;
 
 // Calls a function with each line of a text until that returns true; whether it did.
 template <class Function>
@@ -111,30 +106,10 @@ std::string targetProblem(const std::string& target, const std::string& input, O
   return "'" + target + "' is there and is no " + traits.name + "; use --overwrite to replace it";
 }
 
-// A new folder has nothing in it that somebody else could have put there.
+// The output never takes the place whose name it is made from.
 bool TemporaryFile::make() {
-  std::error_code error;
-  const fs::path base = fs::temp_directory_path(error);
-  std::random_device random;
-  for (int i = 0; i < kFolderTries && !error; ++i) {
-    const fs::path folder = base / ("tavo-" + std::to_string(random()) + ".tmp");
-    if (!fs::create_directory(folder, error)) continue;
-    fs::permissions(folder, fs::perms::owner_all, error);
-    const auto utf8 = [](const fs::path& path) {
-      const std::u8string text = path.u8string();
-      return std::string(text.begin(), text.end());
-    };
-    folder_ = utf8(folder);
-    path_ = utf8(folder / "stream.dat");
-    return true;
-  }
-  return false;
-}
-
-TemporaryFile::~TemporaryFile() {
-  if (folder_.empty()) return;
-  std::error_code ignored;
-  fs::remove_all(fs::path(std::u8string(folder_.begin(), folder_.end())), ignored);
+  const std::string name = "tavo-" + std::to_string(std::random_device()()) + ".dat";
+  return tavo_output_create(&file_, (temporaryFolder() + name).c_str()) == TAVO_OK;
 }
 
 std::string streamHead() {
@@ -148,21 +123,16 @@ std::string DataFileInput::open(const std::string& path, std::string_view head) 
   if (!isStream(path)) return {};
   name_ = "(standard input)";
   stream_.emplace();
-  tavo_output* copy = nullptr;
-  bool sound = stream_->make() && tavo_output_create(&copy, stream_->path().c_str()) == TAVO_OK &&
-               tavo_output_write(copy, head.data(), head.size()) == TAVO_OK;
+  bool kept = stream_->make() && stream_->write(head);
   std::string block(kBlock, '\0');
-  for (size_t read = 1; sound && read > 0 && !interrupted();) {
+  for (size_t read = 1; kept && read > 0 && !interrupted();) {
     read = std::fread(block.data(), 1, block.size(), stdin);
-    sound = tavo_output_write(copy, block.data(), read) == TAVO_OK;
+    kept = stream_->write(std::string_view(block).substr(0, read));
   }
-  if (!sound || std::ferror(stdin) != 0 || interrupted()) {
-    tavo_output_abandon(copy);
-    return "keeping the standard input in a temporary file failed";
-  }
+  kept = kept && stream_->close() && std::ferror(stdin) == 0 && !interrupted();
+  if (!kept) return "keeping the standard input in a temporary file failed";
   path_ = stream_->path();
-  const bool kept = tavo_output_commit(copy) == TAVO_OK;
-  return kept ? "" : "keeping the standard input in a temporary file failed";
+  return {};
 }
 
 std::string Output::open(const std::string& target, Writer writer) {

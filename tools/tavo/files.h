@@ -55,15 +55,19 @@ class TemporaryFile {
   TemporaryFile() = default;
   TemporaryFile(const TemporaryFile&) = delete;
   TemporaryFile& operator=(const TemporaryFile&) = delete;
-  ~TemporaryFile();
+  ~TemporaryFile() { tavo_output_abandon(file_); }
 
-  // Chooses a path at which nothing is yet; false when there is no room for one.
+  // False when no file can be made there. Until the first write somebody else may make it.
   bool make();
-  const std::string& path() const { return path_; }
+  bool write(std::string_view bytes) {
+    return tavo_output_write(file_, bytes.data(), bytes.size()) == TAVO_OK;
+  }
+  bool close() { return tavo_output_close(file_) == TAVO_OK; }
+  const char* path() const { return tavo_output_path(file_); }
 
  private:
   Interruptible interruptible_;
-  std::string folder_, path_;
+  tavo_output* file_ = nullptr;
 };
 
 // What can be read of the standard input's beginning, to see of what kind it is.
@@ -100,7 +104,7 @@ class Output {
 
   // Why no output can be made there, or an empty text when it is.
   std::string open(const std::string& target, Writer writer = Writer::kTool);
-  const char* path() const { return stream_ ? stream_->path().c_str() : tavo_output_path(output_); }
+  const char* path() const { return stream_ ? stream_->path() : tavo_output_path(output_); }
   bool write(const void* bytes, size_t size);
   // The output as the layer's target of a text.
   tavo_target target();

@@ -12,7 +12,7 @@ function(tavo_python_serves result candidate)
 endfunction()
 
 set(TAVO_PYTHON_FOUND FALSE)
-if(NOT WIN32 AND NOT TAVO_FUZZING AND NOT TAVO_SANITIZE STREQUAL "thread")
+if(NOT CMAKE_CROSSCOMPILING AND NOT TAVO_FUZZING AND NOT TAVO_SANITIZE STREQUAL "thread")
   if(NOT Python_EXECUTABLE)
     find_program(TAVO_PYTHON_PROGRAM NAMES python3 VALIDATOR tavo_python_serves)
     if(TAVO_PYTHON_PROGRAM)

@@ -18,7 +18,7 @@ class BuildByCMake(build_ext):
     def build_extension(self, ext):
         tree = pathlib.Path(self.build_temp).resolve()
         target = pathlib.Path(self.get_ext_fullpath(ext.name)).resolve()
-        parts = ("TOOLS", "TESTS", "BENCH", "FUZZ")
+        parts = ("TOOLS", "TESTS", "GDAL", "BENCH", "FUZZ")
         wanted = shlex.split(os.environ.get("CMAKE_ARGS", ""))
         subprocess.run(["cmake", "-S", ROOT, "-B", tree, "-DCMAKE_BUILD_TYPE=Release",
                         "-DTAVO_BUILD_PYTHON=ON", f"-DPython_EXECUTABLE={sys.executable}",

@@ -20,14 +20,17 @@ if TYPE_CHECKING:
 
 _NOT_A_TIME = np.iinfo("i8").min
 _AT_ONCE = 4096
+_FLAT_POINT = b"\x01\x01\x00\x00\x00"  # what stands in front of x and y
 
 
 class _Layer:
-    """What a layer takes its rows from, and whether its shapes are single lines."""
+    """What a layer takes its rows from, whether its shapes are single lines, and whether they are
+    places of labels, which have heights all or not at all."""
 
-    def __init__(self, *paths: str, single: bool = False) -> None:
+    def __init__(self, *paths: str, single: bool = False, labels: bool = False) -> None:
         self.paths = paths
         self.single = single
+        self.labels = labels
 
 
 LAYERS = {
@@ -35,8 +38,9 @@ LAYERS = {
     "lines": _Layer("LINES"),
     "polygons": _Layer("POLYGONS"),
     "edges": _Layer("LINES/EDGES", "POLYGONS/EDGES", single=True),
-    "annotations": _Layer("POINTS/ANNOTATIONS", "LINES/ANNOTATIONS", "POLYGONS/ANNOTATIONS"),
-    "texts": _Layer("BOX_ON_POINT"),
+    "annotations": _Layer("POINTS/ANNOTATIONS", "LINES/ANNOTATIONS", "POLYGONS/ANNOTATIONS",
+                          labels=True),
+    "texts": _Layer("BOX_ON_POINT", labels=True),
     "setups": _Layer("SETUP"),
     "observations": _Layer("SLOPE", single=True),
 }
@@ -129,8 +133,12 @@ def _absent(records: Records, field: Field, everywhere: int) -> np.ndarray | Non
     """Where a field is not given; of a member without a column, where it is 0."""
     assert records.block is not None
     if field.hidden:
-        return np.asarray(records[field.name] == np.zeros((), records.dtype[field.name]))
+        return _zero(records, field)
     return None if everywhere >> records.block.place(field.name) & 1 else ~records.given(field.name)
+
+
+def _zero(records: Records, field: Field) -> np.ndarray:
+    return np.asarray(records[field.name] == np.zeros((), records.dtype[field.name]))
 
 
 def _wanted(records: Records, columns: Any) -> list[Field]:
@@ -143,7 +151,7 @@ def _wanted(records: Records, columns: Any) -> list[Field]:
         declared = int(np.bitwise_or.reduce(records.presence)) if len(records) else -1
         return [field for field in fields
                 if (declared >> records.block.place(field.name) & 1 if not field.hidden
-                    else bool(records[field.name].any()))]
+                    else not bool(_zero(records, field).all()))]
     if isinstance(columns, str):
         if columns != "all":
             raise refusal("columns", 'they are None, "all" or names')
@@ -341,6 +349,8 @@ def to_geopandas(survey: Survey, name: str, crs: Any, system: int | None, themin
              else frames[0].reset_index(drop=True) if frames
              else _attributes(survey, places, layer.paths[0], theminfo))
     wkbs = np.concatenate(shapes) if shapes else np.array([], object)
+    if layer.labels and len({len(one) for one in wkbs if one is not None}) > 1:
+        wkbs = np.array([None if one is None else _FLAT_POINT + one[5:21] for one in wkbs], object)
     if crs is None and used and places.systems[system].wkt:
         crs = places.systems[system].wkt
     return geopandas.GeoDataFrame(table, geometry=geopandas.GeoSeries.from_wkb(wkbs), crs=crs)

@@ -137,26 +137,30 @@ std::string DataFileInput::open(const std::string& path, std::string_view head) 
 
 std::string Output::open(const std::string& target, Writer writer) {
   target_ = target;
+  std::string path = target;
   if (isStream(target)) {
-    const bool made = writer == Writer::kTool || stream_.emplace().make();
-    return made ? "" : "a temporary file for the standard output cannot be made";
+    if (writer == Writer::kTool) return {};
+    if (!stream_.emplace().make()) return "a temporary file for the standard output cannot be made";
+    if (writer == Writer::kOther) return {};
+    path = stream_->path();
   }
-  const size_t slash = target.find_last_of("/\\");
-  const std::string folder = slash == target.npos ? "." : target.substr(0, slash + 1);
+  const size_t slash = path.find_last_of("/\\");
+  const std::string folder = slash == path.npos ? "." : path.substr(0, slash + 1);
   if (tavo_path_kind(folder.c_str(), nullptr) == TAVO_PATH_MISSING) {
-    return "cannot write " + openProblem(target, TAVO_REASON_MISSING);
+    return "cannot write " + openProblem(path, TAVO_REASON_MISSING);
   }
   // The first write, of nothing here, makes the file.
-  const bool made = tavo_output_create(&output_, target.c_str()) == TAVO_OK &&
+  const bool made = tavo_output_create(&output_, path.c_str()) == TAVO_OK &&
                     (writer == Writer::kOther || tavo_output_write(output_, "", 0) == TAVO_OK);
-  return made ? "" : "cannot write " + openProblem(target, TAVO_REASON_DENIED);
+  return made ? "" : "cannot write " + openProblem(path, TAVO_REASON_DENIED);
 }
 
 bool Output::write(const void* bytes, size_t size) {
   if (interrupted()) return false;
-  return output_ == nullptr
-             ? std::fwrite(bytes, 1, size, stdout) == size
-             : tavo_output_write_text(output_, static_cast<const char*>(bytes), size) == TAVO_OK;
+  if (output_ == nullptr) return std::fwrite(bytes, 1, size, stdout) == size;
+  const auto* const text = static_cast<const char*>(bytes);
+  return (isStream(target_) ? tavo_output_write(output_, text, size)
+                            : tavo_output_write_text(output_, text, size)) == TAVO_OK;
 }
 
 tavo_target Output::target() {
@@ -183,12 +187,13 @@ bool Output::copyStream() {
 
 bool Output::commit() {
   if (interrupted()) return false;
+  if (output_ != nullptr && tavo_output_commit(std::exchange(output_, nullptr)) != TAVO_OK) {
+    complain("cannot replace '" + target_ +
+             "'; another program may hold it open, or the disk is full");
+    return false;
+  }
   if (stream_ && !copyStream()) return false;
-  if (output_ == nullptr) return flushOutput();
-  if (tavo_output_commit(std::exchange(output_, nullptr)) == TAVO_OK) return true;
-  complain("cannot replace '" + target_ +
-           "'; another program may hold it open, or the disk is full");
-  return false;
+  return !isStream(target_) || flushOutput();
 }
 
 }  // namespace tavo::tool

@@ -60,6 +60,7 @@ struct Observer {
     tavo_analysis_options options = TAVO_ANALYSIS_OPTIONS_INIT;
     options.max_errors = wanted.maxErrors;
     options.log = wanted.log;
+    options.plain_records = wanted.plainRecords ? 1 : 0;
     if (take != nullptr) options.on_record = &Observer::record;
     options.on_finding = &Observer::finding;
     options.on_progress = &Observer::progress;

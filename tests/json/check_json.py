@@ -37,6 +37,15 @@ def main():
             count += 1
 
     hold("tavo-check", lines(tool, "check", "--format", "json", "none.tvo", *surveys))
+    hold("tavo-info", lines(tool, "info", "--format", "json", *surveys))
+    hold("tavo-explain", lines(tool, "explain", "--all", "--format", "json"))
+    hold("tavo-schema", lines(tool, "schema", "--format", "json"))
+    sarif = lines(tool, "check", "--deep", "--format", "sarif", "none.tvo", *surveys)
+    hold("sarif-2", sarif)
+    run = sarif[0]["runs"][0]
+    rules = [rule["id"] for rule in run["tool"]["driver"]["rules"]]
+    assert run["results"] and len(set(rules)) == len(rules)
+    assert all(rules[result["ruleIndex"]] == result["ruleId"] for result in run["results"])
     for survey in surveys:
         hold("tavo-dump", lines(tool, "dump", survey))
         hold("tavo-timeline", lines(tool, "timeline", "--format", "json", survey))

@@ -37,6 +37,8 @@ void addCheck(CLI::App& app, Action* action) {
       "of the file under it with the text marked, and how many lines and records were read.\n"
       "Several files are checked side by side and shown in their order.\n"
       "A number that does not fit its field, and so is read as another one, gets a note.\n"
+      "With --deep the rules T101 and on look for doubled numbers, references to nothing, open\n"
+      "rings, outliers and the like ('tavo explain T101').\n"
       "Exit status: 0 no errors (warnings do not count), 1 errors, or what --fail-on names,\n"
       "2 a file cannot be read.\n\n"
       "Example: tavo check --fail-on warning --log survey.log survey.tvo");
@@ -48,7 +50,10 @@ void addCheck(CLI::App& app, Action* action) {
       ->check(CLI::Range(1, int{UINT16_MAX}).description(""))
       ->type_name("N")
       ->capture_default_str();
-  addForm(verb, &options->json, "text for people, or json, one line per file");
+  verb->add_flag("--deep", options->deep, "Check what the records mean together, too");
+  addRules(verb, &options->rules);
+  addForms(verb, &options->form, {"text", "json", "csv", "sarif"},
+           "text for people, json (a line per file), csv or sarif");
   verb->add_option("--fail-on", *failOn,
                    "Exit with 1 also on warnings, or on a file without any record")
       ->delimiter(',')

@@ -23,16 +23,6 @@ std::string textOf(const char* bytes, size_t room) {
   return toUtf8({bytes, size});
 }
 
-// The double with the shortest decimal form that still names the float, so that 1.31 shows as such.
-double shortest(float value) {
-  char digits[32];
-  for (int count = 6; count <= 9; ++count) {
-    std::snprintf(digits, sizeof digits, "%.*g", count, double{value});
-    if (std::strtof(digits, nullptr) == value) break;
-  }
-  return std::strtod(digits, nullptr);
-}
-
 // Converting to a unit and back costs the last digits of a double.
 double withoutNoise(double value) {
   char digits[40];
@@ -112,21 +102,41 @@ bool isColumns(uint32_t type) {
   return block != nullptr && block->columns_type == type;
 }
 
-// "DATABASE/POINTS/THEMINFO"
-std::string blockPath(uint32_t type) {
-  std::string path;
-  const tavo_schema_block* block = tavo_schema_block_of(type);
-  for (; block != nullptr; block = tavo_schema_block_named(block->parent)) {
-    path = block->keyword + (path.empty() ? "" : "/" + path);
-  }
-  return path;
-}
-
 bool isZero(const tavo_schema_field& field, const char* at) {
   return std::all_of(at, at + field.size, [](char c) { return c == '\0'; });
 }
 
 }  // namespace
+
+double shortest(float value) {
+  char digits[32];
+  for (int count = 6; count <= 9; ++count) {
+    std::snprintf(digits, sizeof digits, "%.*g", count, double{value});
+    if (std::strtof(digits, nullptr) == value) break;
+  }
+  return std::strtod(digits, nullptr);
+}
+
+bool isNone(const DateTime& date) {
+  constexpr DateTime kNone{};
+  return std::memcmp(&date, &kNone, sizeof date) == 0;
+}
+
+bool isPossible(const DateTime& date) {
+  using namespace std::chrono;
+  const auto part = [](int16_t value) { return static_cast<unsigned>(value); };
+  return (year{date.year} / month{part(date.month)} / day{part(date.day)}).ok() && date.year >= 0 &&
+         date.hour >= 0 && date.hour < 24 && date.minute >= 0 && date.minute < 60 &&
+         date.second >= 0 && date.second < 60 && date.hundredths >= 0 && date.hundredths < 100;
+}
+
+std::string blockPath(const tavo_schema_block* block) {
+  std::string path;
+  for (; block != nullptr; block = tavo_schema_block_named(block->parent)) {
+    path = block->keyword + (path.empty() ? "" : "/" + path);
+  }
+  return path;
+}
 
 std::string recordName(uint32_t type) {
   const tavo_schema_block* const block = tavo_schema_block_of(type);
@@ -137,20 +147,14 @@ std::string recordName(uint32_t type) {
 }
 
 Json dateJson(const DateTime& date) {
-  constexpr DateTime kNone{};
-  if (std::memcmp(&date, &kNone, sizeof date) == 0) return nullptr;
-  using namespace std::chrono;
-  const auto part = [](int16_t value) { return static_cast<unsigned>(value); };
-  const bool possible = (year{date.year} / month{part(date.month)} / day{part(date.day)}).ok() &&
-                        date.year >= 0 && date.hour >= 0 && date.hour < 24 && date.minute >= 0 &&
-                        date.minute < 60 && date.second >= 0 && date.second < 60 &&
-                        date.hundredths >= 0 && date.hundredths < 100;
+  if (isNone(date)) return nullptr;
   char text[64];
   // What no calendar has keeps the form of the format, which nobody takes for a date.
-  std::snprintf(
-      text, sizeof text,
-      possible ? "%04d-%02d-%02dT%02d:%02d:%02d.%02d" : "%04d-%02d-%02d/%02d:%02d:%02d.%02d",
-      date.year, date.month, date.day, date.hour, date.minute, date.second, date.hundredths);
+  std::snprintf(text, sizeof text,
+                isPossible(date) ? "%04d-%02d-%02dT%02d:%02d:%02d.%02d"
+                                 : "%04d-%02d-%02d/%02d:%02d:%02d.%02d",
+                date.year, date.month, date.day, date.hour, date.minute, date.second,
+                date.hundredths);
   return text;
 }
 
@@ -214,7 +218,8 @@ Json RecordPrinter::value(const tavo_schema_field& field, const char* at) const 
 
 Json RecordPrinter::print(uint32_t type, const void* record) {
   const char* const bytes = static_cast<const char*>(record);
-  Json line{{"type", type}, {"name", recordName(type)}, {"block", blockPath(type)}};
+  Json line{
+      {"type", type}, {"name", recordName(type)}, {"block", blockPath(tavo_schema_block_of(type))}};
   if (isColumns(type)) {
     if (type == TVO_RECORD_UNITS_COLUMNS || type == TVO_RECORD_OFFSETS_COLUMNS) {
       headerColumns_ = load<ColumnsRecord>(bytes);

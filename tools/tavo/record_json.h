@@ -18,9 +18,18 @@ T load(const char* bytes) {
   return value;
 }
 
+// "DATABASE/POINTS/THEMINFO"; "" for null.
+std::string blockPath(const tavo_schema_block* block);
+
 // "POINTS", "POINTS columns", "OPERATIONS points".
 std::string recordName(uint32_t type);
 
+// The double with the shortest decimal form that still names the float, so that 1.31 shows as such.
+double shortest(float value);
+
+// Whether a date is none at all, and whether a calendar has it.
+bool isNone(const DateTime& date);
+bool isPossible(const DateTime& date);
 // "2024-09-17T07:42:29.60"; a date that no calendar has as text, "2024-02-30/10:00:00.0"; null for
 // an empty one.
 Json dateJson(const DateTime& date);

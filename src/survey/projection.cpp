@@ -329,7 +329,7 @@ std::optional<Plane> Projector::forward(double lat, double lon) const {
 // which is exact to the tenth of a millimetre.
 std::optional<Geographic> Projector::inverse(const Plane& at) const {
   constexpr int kSteps = 40;
-  constexpr double kClose = 1e-4, kDelta = 1e-7, kStride = 0.3, kLast = kPi / 2 - 1e-6;
+  constexpr double kClose = 1e-4, kDelta = 1e-7, kStride = 1, kLast = kPi / 2 - 1e-6;
   Geographic now{std::clamp(projection_.lat, -1.4, 1.4), projection_.lon, 0};
   for (int i = 0; i < kSteps; ++i) {
     const auto here = forward(now.lat, now.lon);

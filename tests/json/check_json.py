@@ -49,12 +49,17 @@ def main():
     for survey in surveys:
         hold("tavo-dump", lines(tool, "dump", survey))
         hold("tavo-timeline", lines(tool, "timeline", "--format", "json", survey))
+    hold("tavo-check", lines(tool, "check", "--deep", "--format", "json", *surveys))
+    first, second, *_ = sorted(examples.glob("*.tvo"))
+    hold("tavo-diff", lines(tool, "diff", "--format", "json", first, second))
     for survey in sorted(examples.glob("*.tvo")):
         hold("tavo-dump", lines(tool, "dump", "--units", "si", survey))
         with tempfile.TemporaryDirectory() as folder:
             data = pathlib.Path(folder) / "survey.dat"
             subprocess.run([tool, "import", survey, "-o", data], capture_output=True, check=False)
             hold("tavo-dump", lines(tool, "dump", data))
+            hold("tavo-info", lines(tool, "info", "--format", "json", data))
+            hold("tavo-diff", lines(tool, "diff", "--format", "json", survey, data))
             hold("tavo-verify", lines(tool, "verify", "--format", "json", data))
             data.write_bytes(data.read_bytes()[:9216])
             hold("tavo-verify", lines(tool, "verify", "--format", "json", data))

@@ -45,6 +45,12 @@ constexpr Kind kKinds[] = {
     {TVO_FIELD_TextPropertyNo, "text property", kUnknownOther},
 };
 
+std::string pluralOf(std::string name) {
+  if (!name.ends_with('y')) return name + "s";
+  name.pop_back();
+  return name + "ies";
+}
+
 const Kind& kindOf(FieldId key) {
   static constexpr Kind kOther{0, "definition", kUnknownOther};
   const auto* const at = std::ranges::find(kKinds, key, &Kind::key);
@@ -259,8 +265,8 @@ void References::tellCounts() {
   }
   for (const auto& [type, missed] : undefined_) {
     if (missed.draft == SIZE_MAX) continue;
-    survey_.drafts()[missed.draft].detail = std::string("the file defines no ") + missed.kind +
-                                            "s, which " + counted(missed.count, "record") +
+    survey_.drafts()[missed.draft].detail = "the file defines no " + pluralOf(missed.kind) +
+                                            ", which " + counted(missed.count, "record") +
                                             (missed.count == 1 ? " names" : " name") +
                                             "; the first is " + missed.first;
   }

@@ -1,11 +1,12 @@
 // tavo info: what a survey is, told in one pass over its records, of which none is kept.
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <limits>
-#include <map>
 #include <numbers>
+#include <optional>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -40,7 +41,9 @@ struct Extent {
   const char* name;
   const char* unit;
   const char* axes[3];
-  Range ranges[3];
+  FieldId ids[3];
+  Range ranges[3] = {};
+  PlacedField fields[3] = {};
   uint64_t points = 0;
 };
 
@@ -63,12 +66,19 @@ class Summary {
   Json json() const;
 
  private:
+  struct Kind {
+    const tavo_schema_block* block;
+    std::string path;
+    bool header, definition;
+    std::optional<size_t> date;  // offset of the time of a measurement
+  };
+
+  const Kind& kindOf(uint32_t type);
   void takeHeader(const tavo_record& record);
   void takeDefinition(const tavo_schema_block& block, const tavo_record& record);
   void takePoint(const tavo_record& record);
-  void takeTimes(const tavo_schema_block& block, const tavo_record& record);
-  void addCoordinates(Extent& extent, const tavo_record& record, const FieldId (&ids)[3],
-                      const double (&offsets)[3]);
+  void takeTime(const char* at);
+  void addCoordinates(Extent& extent, const tavo_record& record, const double (&offsets)[3]);
   Json setsJson() const;
   const Named* find(const std::vector<Named>& all, uint32_t number) const;
 
@@ -78,40 +88,68 @@ class Summary {
   ColumnsRecord columns_{};
   bool data_ = false;  // records behind the first HEADER have come
   uint64_t unitChanges_ = 0;
-  std::map<std::string, uint64_t> counts_;
-  std::vector<std::string> order_;
+  std::array<std::optional<Kind>, 256> kinds_;
+  std::array<uint64_t, 256> counts_{};
+  std::vector<uint32_t> order_;  // types as they came first
   std::vector<Named> ellipsoids_, projections_;
   Json sets_ = Json::array();
-  Extent extents_[3] = {{"grid", "metre", {"east", "north", "elevation"}, {}},
-                        {"geographic", "degree", {"longitude", "latitude", "height"}, {}},
-                        {"geocentric", "metre", {"x", "y", "z"}, {}}};
+  Extent extents_[3] = {
+      {"grid",
+       "metre",
+       {"east", "north", "elevation"},
+       {TVO_FIELD_East, TVO_FIELD_North, TVO_FIELD_Elevation}},
+      {"geographic",
+       "degree",
+       {"longitude", "latitude", "height"},
+       {TVO_FIELD_Longitude, TVO_FIELD_Latitude, TVO_FIELD_Height}},
+      {"geocentric", "metre", {"x", "y", "z"}, {TVO_FIELD_X, TVO_FIELD_Y, TVO_FIELD_Z}}};
   DateTime first_{}, last_{};
 };
 
-bool isHeader(const tavo_schema_block& block) {
-  return std::string_view(block.keyword) == "HEADER" || std::string_view(block.parent) == "HEADER";
+// Asked for every record, so it is worked out once for each type.
+const Summary::Kind& Summary::kindOf(uint32_t type) {
+  std::optional<Kind>& known = kinds_[type % kinds_.size()];
+  if (known) return *known;
+  Kind kind;
+  kind.block = tavo_schema_block_of(type);
+  kind.path = blockPath(kind.block);
+  kind.header = kind.path.starts_with("HEADER");
+  kind.definition = kind.path.starts_with("DEFINITIONS");
+  switch (type) {
+    case TVO_RECORD_TIME_TAGGED_CODES:
+      kind.date = offsetof(TimeTaggedRecord, TimeTag);
+      break;
+    case TVO_RECORD_POINTS:
+    case TVO_RECORD_SETUP:
+    case TVO_RECORD_SLOPE:
+    case TVO_RECORD_ELEMENTS:
+      kind.date = fieldOf(kind.block, TVO_FIELD_Date).field->offset;
+      break;
+    default:
+      break;
+  }
+  return known.emplace(std::move(kind));
 }
 
 void Summary::take(const tavo_record& record) {
-  const tavo_schema_block* const block = tavo_schema_block_of(record.type);
-  if (block == nullptr) return;
-  if (record.type == block->columns_type) {
-    if (isHeader(*block)) std::memcpy(&columns_, record.bytes, sizeof columns_);
+  const Kind& kind = kindOf(record.type);
+  if (kind.block == nullptr) return;
+  if (record.type == kind.block->columns_type) {
+    if (kind.header) std::memcpy(&columns_, record.bytes, sizeof columns_);
     return;
   }
-  if (record.type == block->data_type) {
-    const std::string path = blockPath(block);
-    if (counts_[path]++ == 0) order_.push_back(path);
+  if (record.type == kind.block->data_type && counts_[record.type]++ == 0) {
+    order_.push_back(record.type);
   }
-  if (isHeader(*block)) {
+  if (kind.header) {
     takeHeader(record);
     return;
   }
   if (!data_) unitsSaid_ = unitsJson(units_);
   data_ = true;
-  if (blockPath(block).starts_with("DEFINITIONS")) takeDefinition(*block, record);
+  if (kind.definition) takeDefinition(*kind.block, record);
   if (record.type == TVO_RECORD_POINTS) takePoint(record);
-  takeTimes(*block, record);
+  if (kind.date) takeTime(static_cast<const char*>(record.bytes) + *kind.date);
 }
 
 void Summary::takeHeader(const tavo_record& record) {
@@ -159,13 +197,14 @@ void Summary::takeDefinition(const tavo_schema_block& block, const tavo_record& 
 }
 
 // Presence decides; where it is not known, a pair of zeros counts as none.
-void Summary::addCoordinates(Extent& extent, const tavo_record& record, const FieldId (&ids)[3],
+void Summary::addCoordinates(Extent& extent, const tavo_record& record,
                              const double (&offsets)[3]) {
   double values[3];
   bool given[3];
   for (size_t i = 0; i < 3; ++i) {
-    const PlacedField at = fieldOf(record.type, ids[i]);
-    const double value = *realAt(*at.field, record.bytes);
+    PlacedField& at = extent.fields[i];
+    if (at.field == nullptr) at = fieldOf(record.type, extent.ids[i]);
+    const auto value = load<double>(static_cast<const char*>(record.bytes) + at.field->offset);
     given[i] = record.given == TAVO_GIVEN_UNKNOWN ? value != 0 : at.given(record.given);
     // Geocentric coordinates are lengths, too.
     const bool length = at.field->unit == TAVO_UNIT_NONE;
@@ -182,30 +221,15 @@ void Summary::addCoordinates(Extent& extent, const tavo_record& record, const Fi
 }
 
 void Summary::takePoint(const tavo_record& record) {
-  addCoordinates(extents_[0], record, {TVO_FIELD_East, TVO_FIELD_North, TVO_FIELD_Elevation},
+  addCoordinates(extents_[0], record,
                  {units_.offset_east, units_.offset_north, units_.offset_elevation});
-  addCoordinates(extents_[1], record, {TVO_FIELD_Longitude, TVO_FIELD_Latitude, TVO_FIELD_Height},
-                 {});
-  addCoordinates(extents_[2], record, {TVO_FIELD_X, TVO_FIELD_Y, TVO_FIELD_Z}, {});
+  addCoordinates(extents_[1], record, {});
+  addCoordinates(extents_[2], record, {});
 }
 
-// Times of measurements, not those of jobs and definitions.
-void Summary::takeTimes(const tavo_schema_block& block, const tavo_record& record) {
-  DateTime date{};
-  switch (record.type) {
-    case TVO_RECORD_TIME_TAGGED_CODES:
-      date = load<TimeTaggedRecord>(static_cast<const char*>(record.bytes)).TimeTag;
-      break;
-    case TVO_RECORD_POINTS:
-    case TVO_RECORD_SETUP:
-    case TVO_RECORD_SLOPE:
-    case TVO_RECORD_ELEMENTS:
-      date = load<DateTime>(static_cast<const char*>(record.bytes) +
-                            fieldOf(&block, TVO_FIELD_Date).field->offset);
-      break;
-    default:
-      return;
-  }
+// Of a measurement, not of a job or definition.
+void Summary::takeTime(const char* at) {
+  const auto date = load<DateTime>(at);
   if (isNone(date) || !isPossible(date)) return;
   if (isNone(first_) || inOrder(date) < inOrder(first_)) first_ = date;
   if (isNone(last_) || inOrder(date) > inOrder(last_)) last_ = date;
@@ -255,7 +279,7 @@ Json Summary::json() const {
   }
   if (!isNone(first_)) told["time"] = {{"first", dateJson(first_)}, {"last", dateJson(last_)}};
   told["records"] = Json::object();
-  for (const std::string& path : order_) told["records"][path] = counts_.at(path);
+  for (const uint32_t type : order_) told["records"][kinds_[type]->path] = counts_[type];
   return told;
 }
 

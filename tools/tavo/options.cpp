@@ -72,31 +72,6 @@ void addCheck(CLI::App& app, Action* action) {
   });
 }
 
-void addDump(CLI::App& app, Action* action) {
-  const auto options = std::make_shared<DumpOptions>();
-  CLI::App* const verb = addVerb(
-      app, "dump", "Print every record as one JSON line",
-      "FILE is a text, whose records come in the order of their delivery, or a data file,\n"
-      "whose records come in stored order. The first line names the units of lengths and\n"
-      "angles, and so does a further one when a HEADER changes them. Offsets of the HEADER\n"
-      "are not added to coordinates.\n"
-      "Exit status: 0 all records, 1 errors in the text, a data file that is damaged or keeps\n"
-      "records that it cannot give back, 2 a file cannot be read.\n\n"
-      "Example: tavo dump survey.tvo | grep '\"name\":\"POINTS\"'");
-  verb->add_option("FILE", options->file, "Text or data file")->required()->type_name("");
-  const auto units = std::make_shared<std::string>("file");
-  verb->add_option("--units", *units, "the file's own units, or si: metres and radians")
-      ->check(CLI::IsMember({"file", "si"}).description(""))
-      ->type_name("file|si")
-      ->capture_default_str();
-  verb->add_flag("--all", options->allFields, "Show fields that the file does not declare, too");
-  verb->add_flag("--force", options->force, "Print what can be read of a damaged data file");
-  verb->callback([=] {
-    options->si = *units == "si";
-    *action = [=] { return dump(*options); };
-  });
-}
-
 void addImport(CLI::App& app, Action* action) {
   const auto options = std::make_shared<ImportOptions>();
   CLI::App* const verb =

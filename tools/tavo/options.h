@@ -33,6 +33,7 @@ void addFormat(CLI::App& app, Action* action);
 void addTimeline(CLI::App& app, Action* action);
 void addExplain(CLI::App& app, Action* action);
 void addInfo(CLI::App& app, Action* action);
+void addDiff(CLI::App& app, Action* action);
 void addSchema(CLI::App& app, Action* action);
 
 }  // namespace tavo::tool

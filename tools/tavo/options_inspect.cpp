@@ -1,5 +1,5 @@
 // The options and help texts of the verbs that look at surveys and at the format.
-#include <cctype>
+#include <algorithm>
 #include <memory>
 #include <string>
 #include <utility>
@@ -87,6 +87,79 @@ void addInfo(CLI::App& app, Action* action) {
   verb->add_option("FILE", options->files, "Texts or data files")->required()->type_name("");
   addForms(verb, &options->form, {"text", "json"}, "text for people, or json, one line per file");
   verb->callback([=] { *action = [=] { return info(*options); }; });
+}
+
+void addDump(CLI::App& app, Action* action) {
+  const auto options = std::make_shared<DumpOptions>();
+  CLI::App* const verb = addVerb(
+      app, "dump", "Print every record as one JSON line, or as a table",
+      "FILE is a text, whose records come in the order of their delivery, or a data file,\n"
+      "whose records come in stored order. The first line of each names the units of lengths\n"
+      "and angles, and so does a further one when a HEADER changes them. Offsets of the HEADER\n"
+      "are not added to coordinates. A table (csv) holds the blocks of --type, with the columns\n"
+      "that the files declare.\n"
+      "Exit status: 0 all records, 1 errors in the text, a data file that is damaged or keeps\n"
+      "records that it cannot give back, 2 a file cannot be read.\n\n"
+      "Example: tavo dump --type POINTS --format csv survey.tvo");
+  verb->add_option("FILE", options->files, "Texts or data files")->required()->type_name("");
+  verb->add_option("--type", options->types, "Blocks or record types: POINTS,LINES/EDGES,34")
+      ->delimiter(',')
+      ->allow_extra_args(false)
+      ->type_name("BLOCK");
+  verb->add_option_function<std::string>(
+          "--format",
+          [options](const std::string& form) {
+            options->form = form == "csv" ? Form::kCsv : Form::kJson;
+          },
+          "jsonl, one line a record, or csv")
+      ->check(CLI::IsMember({"jsonl", "csv"}).description(""))
+      ->type_name("FORM")
+      ->default_str("jsonl");
+  const auto units = std::make_shared<std::string>("file");
+  verb->add_option("--units", *units, "the file's own units, or si: metres and radians")
+      ->check(CLI::IsMember({"file", "si"}).description(""))
+      ->type_name("file|si")
+      ->capture_default_str();
+  verb->add_flag("--all", options->allFields, "Show fields that the file does not declare, too");
+  verb->add_flag("--force", options->force, "Print what can be read of a damaged data file");
+  verb->callback([=] {
+    options->si = *units == "si";
+    *action = [=] { return dump(*options); };
+  });
+}
+
+void addDiff(CLI::App& app, Action* action) {
+  const auto options = std::make_shared<DiffOptions>();
+  const auto tolerances = std::make_shared<std::vector<std::string>>();
+  CLI::App* const verb = addVerb(
+      app, "diff", "Compare the records of two surveys",
+      "A and B are texts or data files. Records are matched by their keys (tavo schema), those\n"
+      "without one by what they refer to and their order; layout, comments and the order of\n"
+      "records with keys do not count. Prints - for what only A has, + for what only B has, and\n"
+      "for what changed each field. B's values are shown in A's units.\n"
+      "Exit status: 0 the same, 1 different, 2 a file cannot be read whole.\n\n"
+      "Example: tavo diff before.tvo after.tvo --tolerance 0.001 --tolerance Hz=0.0005");
+  verb->add_option("A", options->first, "Text or data file")->required()->type_name("");
+  verb->add_option("B", options->second, "Text or data file")->required()->type_name("");
+  verb->add_option("--tolerance", *tolerances,
+                   "Differences of real numbers up to T do not count, of all or of one field")
+      ->delimiter(',')
+      ->allow_extra_args(false)
+      ->type_name("T|FIELD=T");
+  addForms(verb, &options->form, {"text", "json"}, "text for people, or json, a line a record");
+  verb->callback([=] {
+    for (const std::string& word : *tolerances) {
+      const size_t equals = word.find('=');
+      const bool named = equals != word.npos;
+      double value = -1;
+      if (!CLI::detail::lexical_cast(named ? word.substr(equals + 1) : word, value) ||
+          !(value >= 0)) {
+        throw CLI::ValidationError("--tolerance: '" + word + "' is not a number, or FIELD=NUMBER");
+      }
+      options->tolerances[named ? word.substr(0, equals) : ""] = value;
+    }
+    *action = [=] { return diff(*options); };
+  });
 }
 
 void addSchema(CLI::App& app, Action* action) {

@@ -54,6 +54,8 @@ class RecordPrinter {
   // "fields" or "points". Records are given in the order of their delivery.
   Json print(uint32_t type, const void* record);
 
+  // The value of a field at its place in a record.
+  Json value(const tavo_schema_field& field, const char* at) const;
   // In force behind the records so far.
   const tavo_units& units() const { return units_; }
 
@@ -62,7 +64,6 @@ class RecordPrinter {
 
   Json columns(uint32_t type, const char* record);
   Json fields(uint32_t type, const char* record) const;
-  Json value(const tavo_schema_field& field, const char* at) const;
   double inUnits(const tavo_schema_field& field, double value) const;
 
   Order order_;

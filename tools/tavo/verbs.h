@@ -40,10 +40,12 @@ struct CheckOptions {
 int check(const CheckOptions& options);
 
 struct DumpOptions {
-  std::string file;        // text or data file
-  bool allFields = false;  // also those that the file does not declare
-  bool force = false;      // what can be read of a damaged data file
-  bool si = false;         // lengths in metres and angles in radians, not in the file's units
+  std::vector<std::string> files;  // texts or data files
+  std::vector<std::string> types;  // blocks or record types; empty: all
+  Form form = Form::kJson;         // or kCsv
+  bool allFields = false;          // also those that the file does not declare
+  bool force = false;              // what can be read of a damaged data file
+  bool si = false;  // lengths in metres and angles in radians, not in the file's units
 };
 int dump(const DumpOptions& options);
 

@@ -10,10 +10,15 @@ set(CMAKE_C_EXTENSIONS OFF)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
 add_library(tavo_compile INTERFACE)
-target_compile_options(tavo_compile INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow
-                                              $<$<BOOL:${TAVO_WERROR}>:-Werror>)
-# A contracted multiply-add rounds once where the other platform rounds twice.
-target_compile_options(tavo_compile INTERFACE -ffp-contract=off)
+if(MSVC)
+  target_compile_options(tavo_compile INTERFACE /W4 /permissive- /utf-8 /fp:precise
+                                                $<$<BOOL:${TAVO_WERROR}>:/WX>)
+else()
+  # A contracted multiply-add rounds once where the other platform rounds twice.
+  target_compile_options(
+    tavo_compile INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -ffp-contract=off
+                           $<$<BOOL:${TAVO_WERROR}>:-Werror>)
+endif()
 
 if(TAVO_SANITIZE)
   set(sanitize -fsanitize=${TAVO_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
@@ -26,15 +31,30 @@ if(TAVO_FUZZING)
 endif()
 
 if(WIN32)
-  # Real numbers in SSE registers round as on x86-64. Hosts keep the stack aligned to 4 bytes only,
-  # so every function that needs more aligns its own frame.
-  target_compile_options(tavo_compile INTERFACE -msse2 -mfpmath=sse -mstackrealign)
+  target_compile_definitions(tavo_compile INTERFACE WIN32_LEAN_AND_MEAN NOMINMAX)
+endif()
+if(MINGW)
+  if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+    # Real numbers in SSE registers round as on x86-64. Hosts keep the stack aligned to 4 bytes only,
+    # so every function that needs more aligns its own frame.
+    target_compile_options(tavo_compile INTERFACE -msse2 -mfpmath=sse -mstackrealign)
+  endif()
   # The C library of the compiler prints as on Linux, the system's own does not.
-  target_compile_definitions(tavo_compile INTERFACE WIN32_LEAN_AND_MEAN NOMINMAX
-                                                    __USE_MINGW_ANSI_STDIO=1)
+  target_compile_definitions(tavo_compile INTERFACE __USE_MINGW_ANSI_STDIO=1)
   # No run-time DLL of the compiler is needed beside ours.
   target_link_options(tavo_compile INTERFACE -static)
 endif()
+
+# Gives a program or DLL of Windows its version and name, as the system shows them.
+function(tavo_version_resource target description)
+  if(WIN32)
+    set(resource "${CMAKE_CURRENT_BINARY_DIR}/${target}.rc")
+    string(REPLACE "." "," version "${PROJECT_VERSION}.0")
+    configure_file("${PROJECT_SOURCE_DIR}/cmake/version.rc.in" "${resource}" @ONLY)
+    enable_language(RC)
+    target_sources(${target} PRIVATE "${resource}")
+  endif()
+endfunction()
 
 # Sets `var` to the sources of a folder; an empty or absent folder gives an empty list.
 function(tavo_glob var)

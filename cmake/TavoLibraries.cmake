@@ -28,20 +28,25 @@ function(tavo_library name alias folder)
                                   LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib"
                                   ARCHIVE_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib")
   endforeach()
-  target_link_options(${name} PRIVATE -Wl,--gc-sections)
+  if(NOT MSVC)
+    target_link_options(${name} PRIVATE -Wl,--gc-sections)
+  endif()
   if(WIN32)
-    # Not every toolchain's linker keeps the decorated names in the import library that it writes,
-    # and hosts link by them: dlltool writes it instead.
     set(shows "${folder}/${name}.def")
-    find_program(TAVO_DLLTOOL NAMES i686-w64-mingw32-dlltool dlltool REQUIRED)
+    if(MSVC OR CMAKE_SIZEOF_VOID_P EQUAL 8)
+      # The only calling convention of 64 bits decorates no name, and MSVC's linker finds the
+      # decorated ones by the plain ones.
+      file(READ "${shows}" exports)
+      string(REGEX REPLACE "@[0-9]+" "" exports "${exports}")
+      set(shows "${CMAKE_CURRENT_BINARY_DIR}/${name}.def")
+      file(CONFIGURE OUTPUT "${shows}" CONTENT "${exports}" @ONLY)
+      set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${folder}/${name}.def")
+    endif()
     set_target_properties(${name} PROPERTIES PREFIX "" IMPORT_PREFIX "lib" SOVERSION "")
     target_sources(${name} PRIVATE "${shows}")
-    target_link_options(${name} PRIVATE -Wl,--kill-at)
-    add_custom_command(
-      TARGET ${name} POST_BUILD
-      COMMAND "${TAVO_DLLTOOL}" --kill-at --input-def "${shows}" --dllname
-              $<TARGET_FILE_NAME:${name}> --output-lib $<TARGET_LINKER_FILE:${name}>
-      VERBATIM)
+    if(MINGW)
+      tavo_import_libraries(${name} "${shows}")
+    endif()
   else()
     # No -Bsymbolic: the library compares a callback with TVO_Write, and a host that is not
     # position-independent has an address of its own for that function.
@@ -59,6 +64,35 @@ function(tavo_library name alias folder)
           LIBRARY COMPONENT runtime NAMELINK_COMPONENT development
           ARCHIVE COMPONENT development)
   tavo_pkg_config(${name})
+endfunction()
+
+# The import library, and NAME.lib beside it: the short form that the linkers of MSVC and LLVM take.
+function(tavo_import_libraries name shows)
+  # Not every toolchain's linker keeps the decorated names in the import library that it writes,
+  # and hosts link by them: dlltool writes it instead.
+  find_program(TAVO_DLLTOOL NAMES ${TAVO_MINGW}-dlltool dlltool REQUIRED)
+  target_link_options(${name} PRIVATE -Wl,--kill-at)
+  add_custom_command(
+    TARGET ${name} POST_BUILD
+    COMMAND "${TAVO_DLLTOOL}" --kill-at --input-def "${shows}" --dllname
+            $<TARGET_FILE_NAME:${name}> --output-lib $<TARGET_LINKER_FILE:${name}>
+    VERBATIM)
+  find_program(TAVO_LLVM_DLLTOOL NAMES llvm-dlltool)
+  if(NOT TAVO_LLVM_DLLTOOL)
+    message(STATUS "llvm-dlltool was not found: no ${name}.lib for MSVC's linker")
+    return()
+  endif()
+  set(machine i386)
+  if(CMAKE_SIZEOF_VOID_P EQUAL 8)
+    set(machine i386:x86-64)
+  endif()
+  set(library "${CMAKE_BINARY_DIR}/lib/${name}.lib")
+  add_custom_command(
+    TARGET ${name} POST_BUILD
+    COMMAND "${TAVO_LLVM_DLLTOOL}" -k -m ${machine} -d "${shows}" -D $<TARGET_FILE_NAME:${name}> -l
+            "${library}"
+    VERBATIM)
+  install(FILES "${library}" DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT development)
 endfunction()
 
 # The prefix is found from the file's own place, so an installed tree can be moved; a folder that is

@@ -1,11 +1,13 @@
-# GoogleTest for both platforms, and the function that makes one test program of a folder.
-if(WIN32)
-  # Debian ships no GoogleTest for Windows; its sources are built once into the build tree.
+# GoogleTest for all platforms, and the function that makes one test program of a folder.
+if(CMAKE_CROSSCOMPILING)
+  # Debian ships GoogleTest for the machine itself; its sources are built once into the build tree.
   set(BUILD_GMOCK OFF CACHE BOOL "" FORCE)
   set(INSTALL_GTEST OFF CACHE BOOL "" FORCE)
   add_subdirectory(/usr/src/googletest "${CMAKE_BINARY_DIR}/googletest" EXCLUDE_FROM_ALL SYSTEM)
-  target_compile_options(gtest PRIVATE -O0 -include
-                                       "${CMAKE_CURRENT_LIST_DIR}/gtest_debugger.h")
+  target_compile_options(gtest PRIVATE -O0)
+  if(WIN32)
+    target_compile_options(gtest PRIVATE -include "${CMAKE_CURRENT_LIST_DIR}/gtest_debugger.h")
+  endif()
   set(tavo_gtest gtest gtest_main)
 else()
   find_package(GTest REQUIRED)
@@ -21,9 +23,9 @@ else()
 endif()
 
 # Test code is compiled for a quick build; the library that it tests is optimised as ever. The effort
-# is how much of a randomised test a lane does, in percent: the win32 lane may run under an emulator,
-# ten and more times slower.
-if(WIN32)
+# is how much of a randomised test a lane does, in percent: those of other machines may run under an
+# emulator, ten and more times slower.
+if(CMAKE_CROSSCOMPILING)
   set(tavo_test_effort 5)
   set(tavo_test_options -O1)
 elseif(TAVO_SANITIZE)
@@ -56,6 +58,7 @@ endfunction()
 
 # What all test programs share: options, the helpers in support/ and the precompiled GoogleTest.
 function(tavo_add_test_support)
+  list(JOIN CMAKE_CROSSCOMPILING_EMULATOR " " emulator)
   tavo_glob(sources "${CMAKE_CURRENT_SOURCE_DIR}/support/*.cpp")
   add_library(tavo_test_support STATIC ${sources})
   target_compile_options(tavo_test_support PUBLIC ${tavo_test_options})
@@ -63,7 +66,8 @@ function(tavo_add_test_support)
     tavo_test_support
     PUBLIC TAVO_EXAMPLES_DIR="${tavo_root_prefix}${PROJECT_SOURCE_DIR}/examples"
            TAVO_CASES_DIR="${tavo_root_prefix}${PROJECT_SOURCE_DIR}/tests/cases"
-           TAVO_VERSION="${PROJECT_VERSION}" TAVO_TEST_EFFORT=${tavo_test_effort})
+           TAVO_VERSION="${PROJECT_VERSION}" TAVO_TEST_EFFORT=${tavo_test_effort}
+           TAVO_TEST_EMULATOR="${emulator}")
   target_include_directories(tavo_test_support PUBLIC "${PROJECT_SOURCE_DIR}"
                                                       "${PROJECT_SOURCE_DIR}/tests")
   target_link_libraries(tavo_test_support PUBLIC tavo_core tavo_compile ${tavo_gtest})

@@ -1,14 +1,3 @@
 # Cross build for 32-bit Windows with Debian's mingw-w64 (posix threads); programs run under Wine.
-set(CMAKE_SYSTEM_NAME Windows)
-set(CMAKE_SYSTEM_PROCESSOR i686)
-set(CMAKE_C_COMPILER i686-w64-mingw32-gcc-posix)
-set(CMAKE_CXX_COMPILER i686-w64-mingw32-g++-posix)
-set(CMAKE_RC_COMPILER i686-w64-mingw32-windres)
-list(APPEND CMAKE_FIND_ROOT_PATH /usr/i686-w64-mingw32)
-set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
-set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
-set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
-set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
-# A Wine prefix of the build tree's own: nothing is read from or left in the user's.
-set(CMAKE_CROSSCOMPILING_EMULATOR
-    "env;WINEPREFIX=${CMAKE_BINARY_DIR}/wine;${CMAKE_CURRENT_LIST_DIR}/../scripts/run-win32")
+set(TAVO_MINGW i686-w64-mingw32)
+include("${CMAKE_CURRENT_LIST_DIR}/mingw.toolchain.cmake")

@@ -24,16 +24,19 @@ bool peek(const void* address, void* bytes, size_t count) {
 const void* jumpTarget(const void* address) {
   uint8_t code[6];
   if (!peek(address, code, sizeof code)) return nullptr;
-  uint32_t operand = 0;
-  if (code[0] == 0xFF && code[1] == 0x25) {  // jmp dword ptr [operand]: through an import table
+  const auto place = reinterpret_cast<uintptr_t>(address);
+  int32_t operand = 0;
+  if (code[0] == 0xFF && code[1] == 0x25) {  // jmp [operand]: through an import table
     std::memcpy(&operand, code + 2, sizeof operand);
-    uint32_t target = 0;
-    const bool read = peek(reinterpret_cast<const void*>(operand), &target, sizeof target);
-    return read ? reinterpret_cast<const void*>(target) : nullptr;
+    // 32-bit code names the entry's address, 64-bit code its distance from the next instruction.
+    const uintptr_t entry = sizeof(void*) == 4 ? static_cast<uint32_t>(operand)
+                                               : place + 6 + static_cast<uintptr_t>(operand);
+    const void* target = nullptr;
+    return peek(reinterpret_cast<const void*>(entry), &target, sizeof target) ? target : nullptr;
   }
   if (code[0] == 0xE9) {  // jmp relative to the next instruction: incremental linking
     std::memcpy(&operand, code + 1, sizeof operand);
-    return reinterpret_cast<const void*>(reinterpret_cast<uintptr_t>(address) + 5 + operand);
+    return reinterpret_cast<const void*>(place + 5 + static_cast<uintptr_t>(operand));
   }
   return nullptr;
 }

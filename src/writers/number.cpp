@@ -156,7 +156,7 @@ size_t putFixed(double value, int significant, int decimals, char* out) {
   *out = '-';
   char* p = out + (std::signbit(value) ? 1 : 0);
   // One group of digits on each side of the point.
-  if (split.whole < kEightDigits && significant == decimals && decimals - 1U < kEight) {
+  if (split.whole < kEightDigits && significant == decimals && decimals > 0 && decimals <= kEight) {
     p += putBelow(static_cast<uint32_t>(split.whole), p);
     *p = '.';
     return static_cast<size_t>(putLast(static_cast<uint32_t>(split.rest), decimals, p + 1) - out);

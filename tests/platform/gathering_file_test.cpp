@@ -82,7 +82,7 @@ TEST(GatheringFile, HoldsWhatWasWritten) {
   std::mt19937 random(5);
   std::vector<std::uint8_t> bytes(9000);
   std::vector<std::uint8_t> found(9000);
-  for (int i = 0; i < 60000; ++i) {
+  for (unsigned i = 0; i < 60000; ++i) {
     if (i % 20000 == 10000) {
       ASSERT_TRUE(i == 10000 ? file->gather(false) : file->flush());
       ASSERT_EQ(medium.bytes, expected);
@@ -91,7 +91,7 @@ TEST(GatheringFile, HoldsWhatWasWritten) {
     const auto count = static_cast<std::uint32_t>(i % 10 == 0 ? random() % 9000 : kPage);
     const std::uint64_t end = expected.size();
     const std::uint64_t position =
-        random() % 4 != 0 ? end : random() % (end / kPage) * kPage + (i % 10 == 0 ? i % 7 : 0);
+        random() % 4 != 0 ? end : random() % (end / kPage) * kPage + (i % 10 == 0 ? i % 7U : 0);
     if (random() % 3 == 0) {
       const bool there = position + count <= end;
       ASSERT_EQ(file->readAt(position, found.data(), count),
@@ -118,7 +118,7 @@ TEST(GatheringFile, TransfersLargerPieces) {
   const std::vector<std::uint8_t> zero(kPage);
   const std::vector<std::uint8_t> page(kPage, 0x5A);
   constexpr int kPages = 4096;
-  for (int i = 0; i < kPages; ++i) {
+  for (std::uint64_t i = 0; i < kPages; ++i) {
     ASSERT_EQ(file->writeAt(i * kPage, zero.data(), kPage), Transfer::kDone);
     ASSERT_EQ(file->writeAt(i * kPage, page.data(), kPage), Transfer::kDone);
   }
@@ -129,7 +129,7 @@ TEST(GatheringFile, TransfersLargerPieces) {
   EXPECT_EQ(medium.bytes, std::vector<std::uint8_t>(kPages * kPage, 0x5A));
   file = open(medium, Access::kRead);
   std::vector<std::uint8_t> found(kPage);
-  for (int i = 0; i < kPages; ++i)
+  for (std::uint64_t i = 0; i < kPages; ++i)
     ASSERT_EQ(file->readAt(i * kPage, found.data(), kPage), Transfer::kDone);
   EXPECT_LT(medium.reads, kPages / 50);
   EXPECT_EQ(file->writeAt(0, page.data(), kPage), Transfer::kFailed);

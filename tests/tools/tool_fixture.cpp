@@ -14,6 +14,8 @@
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+#include "support/emulator.h"
 extern char** environ;
 #endif
 
@@ -60,11 +62,8 @@ int start(const std::vector<std::string>& arguments) {
 #else
 
 pid_t spawn(const std::vector<std::string>& arguments) {
-  std::vector<char*> pointers;
-  for (const std::string& argument : arguments) {
-    pointers.push_back(const_cast<char*>(argument.c_str()));
-  }
-  pointers.push_back(nullptr);
+  std::vector<std::string> words = tests::started(arguments);
+  std::vector<char*> pointers = tests::pointersTo(words);
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
   constexpr int kCreate = O_WRONLY | O_CREAT | O_TRUNC;
@@ -79,7 +78,7 @@ pid_t spawn(const std::vector<std::string>& arguments) {
   posix_spawnattr_setsigdefault(&attributes, &all);
   posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
   pid_t process = -1;
-  if (posix_spawn(&process, pointers[0], &actions, &attributes, pointers.data(), environ) != 0) {
+  if (posix_spawnp(&process, pointers[0], &actions, &attributes, pointers.data(), environ) != 0) {
     process = -1;
   }
   posix_spawnattr_destroy(&attributes);

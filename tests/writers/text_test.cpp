@@ -288,7 +288,7 @@ TEST(DataLines, AlignFreeValuesByTheirKind) {
   Replay records;
   records.columns(26, {TVO_FIELD_Value, TVO_FIELD_PointNo});
   ThemInfoRecord record = {};
-  for (const EnumId kind : {0, 100, 101, 102, 7}) {
+  for (const EnumId kind : {0U, 100U, 101U, 102U, 7U}) {
     record.Value = {kind, "abc", 1, -5};
     records.add(36, record);
   }

@@ -9,6 +9,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 #include <csignal>
+
+#include "support/emulator.h"
 #endif
 
 #include <cstdlib>
@@ -34,9 +36,10 @@ class ChildProcess {
     pid_ = fork();
     if (pid_ == 0) {
       setenv(kVariable, argument.c_str(), 1);
-      const std::string filter = "--gtest_filter=" + part;
-      execl("/proc/self/exe", "test", filter.c_str(), "--gtest_also_run_disabled_tests",
-            "--gtest_brief=1", static_cast<char*>(nullptr));
+      std::vector<std::string> words =
+          tests::started({tests::thisProgram(), "--gtest_filter=" + part,
+                          "--gtest_also_run_disabled_tests", "--gtest_brief=1"});
+      execvp(words[0].c_str(), tests::pointersTo(words).data());
       _exit(127);
     }
 #endif

@@ -63,7 +63,7 @@ TEST(Format, EverySignatureWordCounts) {
   ASSERT_EQ(store.create(file.path(), kIndexes), kOk);
   ASSERT_EQ(store.close(), kOk);
   const std::vector<std::uint8_t> good = file.bytes();
-  for (const std::size_t offset : {4, 16, 20, 24, 32, 40, 48, 56}) {
+  for (const std::size_t offset : {4U, 16U, 20U, 24U, 32U, 40U, 48U, 56U}) {
     for (std::size_t byte = 0; byte < 4; ++byte) {
       std::vector<std::uint8_t> bad = good;
       bad[offset + byte] ^= 0x10;

@@ -107,7 +107,7 @@ TEST_F(VerifyTest, EachDamageIsFound) {
 TEST_F(VerifyTest, RoomAllocatedAheadIsNoFinding) {
   make(50);
   Bytes bytes = file_.bytes();
-  for (const std::size_t room : {0, 1, 1024, 3000}) {
+  for (const std::size_t room : {0U, 1U, 1024U, 3000U}) {
     Bytes longer = bytes;
     longer.resize(bytes.size() + room);
     file_.write(longer);

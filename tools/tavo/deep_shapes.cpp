@@ -86,22 +86,22 @@ void findZeroEdges(DeepSurvey& survey, uint32_t type) {
 class Boundary {
  public:
   void add(const tavo_position& from, const tavo_position& to) {
-    const Corner start{from.x, from.y}, end{to.x, to.y};
-    // A run that came back to its start, or does not go on, begins another ring.
-    if (sides_.empty() || sides_.back().to != start || closed_) {
+    // A run that came back to its start, or does not go on, begins another ring. Two points at one
+    // place are two points.
+    if (last_ != &from) {
       ++ring_;
-      start_ = start;
+      start_ = &from;
     }
-    sides_.push_back({start, end, ring_});
-    closed_ = end == start_ && start != end;
+    sides_.push_back({{from.x, from.y}, {to.x, to.y}, ring_});
+    last_ = &to == start_ ? nullptr : &to;
   }
   std::optional<Corner> crossing() { return findCrossing(std::move(sides_)); }
 
  private:
   std::vector<Side> sides_;
   size_t ring_ = 0;
-  Corner start_{};
-  bool closed_ = false;
+  const tavo_position* start_ = nullptr;
+  const tavo_position* last_ = nullptr;  // null where the ring is closed
 };
 
 void findCrossings(DeepSurvey& survey) {

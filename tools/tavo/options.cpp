@@ -1,18 +1,43 @@
 // The options and help texts of the verbs that check, keep and write surveys.
 #include "options.h"
 
+#include <algorithm>
 #include <memory>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
+#include "text.h"
 #include "verbs.h"
 
 namespace tavo::tool {
 
+namespace {
+
+// The lines of a help text as paragraphs for a terminal. Exit status and example begin their own.
+std::string paragraphs(std::string_view text) {
+  std::string shown, paragraph;
+  const auto flush = [&] { shown += wrapped(std::exchange(paragraph, {})); };
+  while (!text.empty()) {
+    const std::string_view line = text.substr(0, text.find('\n'));
+    text.remove_prefix(std::min(line.size() + 1, text.size()));
+    const bool begins = line.starts_with("Exit status:") || line.starts_with("Example:");
+    if (line.empty() || begins) flush();
+    if (line.empty()) shown += '\n';
+    if (!line.empty()) paragraph += (paragraph.empty() ? "" : " ") + std::string(line);
+  }
+  flush();
+  if (shown.ends_with('\n')) shown.pop_back();
+  return shown;
+}
+
+}  // namespace
+
 CLI::App* addVerb(CLI::App& app, const char* name, const char* description, const char* footer) {
   CLI::App* const verb = app.add_subcommand(name, description);
   verb->group("Verbs");
-  verb->footer(footer);
+  verb->footer(paragraphs(footer));
   return verb;
 }
 
@@ -53,9 +78,8 @@ void addCheck(CLI::App& app, Action* action) {
   verb->add_flag("--deep", options->deep, "Check what the records mean together, too");
   addRules(verb, &options->rules);
   addForms(verb, &options->form, {"text", "json", "csv", "sarif"},
-           "text for people, json (a line per file), csv or sarif");
-  verb->add_option("--fail-on", *failOn,
-                   "Exit with 1 also on warnings, or on a file without any record")
+           "text, json (a line for each file), csv or sarif");
+  verb->add_option("--fail-on", *failOn, "Exit with 1 also on warnings, or on no record")
       ->delimiter(',')
       ->allow_extra_args(false)
       ->check(CLI::IsMember({"warning", "empty"}).description(""))

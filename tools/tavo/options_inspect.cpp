@@ -141,8 +141,7 @@ void addDiff(CLI::App& app, Action* action) {
       "Example: tavo diff before.tvo after.tvo --tolerance 0.001 --tolerance Hz=0.0005");
   verb->add_option("A", options->first, "Text or data file")->required()->type_name("");
   verb->add_option("B", options->second, "Text or data file")->required()->type_name("");
-  verb->add_option("--tolerance", *tolerances,
-                   "Differences of real numbers up to T do not count, of all or of one field")
+  verb->add_option("--tolerance", *tolerances, "Reals may differ by T, all or those of a field")
       ->delimiter(',')
       ->allow_extra_args(false)
       ->type_name("T|FIELD=T");

@@ -128,6 +128,8 @@ typedef struct tavo_file tavo_file;
 TAVO_API tavo_status tavo_file_open(tavo_file** out, const char* path, uint32_t* reason);
 /* A tavo_read_fn, whose user is the file. */
 TAVO_API int64_t tavo_file_read(void* bytes, size_t room, void* file);
+/* Goes on `place` bytes behind the beginning; TAVO_ERR_INPUT where that cannot be, as in a pipe. */
+TAVO_API tavo_status tavo_file_seek(tavo_file* file, uint64_t place);
 TAVO_API void tavo_file_close(tavo_file* file);
 
 /* A file that appears under its path only when it is complete: it is written beside it under a name
@@ -142,6 +144,9 @@ TAVO_API tavo_status tavo_output_write_text(tavo_output* output, const char* tex
 /* Path under which the output stands until its commit. Nothing is there before the first write, so
  * that another call, tavo_store_open for one, may make the file instead. */
 TAVO_API const char* tavo_output_path(const tavo_output* output);
+/* Ends the writing, so that another call may read the file at tavo_output_path; the output is still
+ * to be committed or abandoned. TVO_ERR_WRITE when something could not be written. */
+TAVO_API tavo_status tavo_output_close(tavo_output* output);
 /* Puts the output in its place and frees the handle; TVO_ERR_WRITE when a write, the closing or the
  * replacing failed, in which case the target is as it was. */
 TAVO_API tavo_status tavo_output_commit(tavo_output* output);
@@ -175,6 +180,7 @@ typedef struct tavo_record {
   uint64_t line;     /* first physical line in the file, from 1; 0: not known. Of a columns record
                         the line of its block's keyword, of items that of the first one */
   tavo_given given;
+  uint32_t block; /* running number in the file of the block that it stands in; 0: not known */
 } tavo_record;
 
 /* Receives a record, which is valid during the call. A result whose low 16 bits are TVO_ERR_ABORTED
@@ -221,9 +227,12 @@ typedef struct tavo_analysis_options {
   void* finding_user;
   tavo_progress_fn on_progress;
   void* progress_user;
+  /* 1: line and presence of points, lines and polygons may be 0, which saves the memory that they
+   * take while their block is read; since version 2. */
+  uint32_t plain_records;
 } tavo_analysis_options;
 #define TAVO_ANALYSIS_OPTIONS_INIT \
-  { 1, UINT16_MAX, TAVO_TARGET_INIT, NULL, NULL, NULL, NULL, NULL, NULL }
+  { 2, UINT16_MAX, TAVO_TARGET_INIT, NULL, NULL, NULL, NULL, NULL, NULL, 0 }
 
 /* What an analysis counted. Start from TAVO_ANALYSIS_COUNTS_INIT. */
 typedef struct tavo_analysis_counts {
@@ -331,7 +340,13 @@ typedef struct tavo_build_options {
 
 /* Delivers the record that a move (TVO_FIRST, TVO_NEXT, TVO_PREVIOUS) leads to: 0 with type and
  * bytes set, which stay valid until the next call; another status when there is none. The source
- * must be able to step back over the records of a block. */
+ * must be able to step back over the records of a block.
+ *
+ * Records that name their block come as an analysis or a complete data file delivers them: the
+ * columns records that begin a section of OPERATIONS or TIME_TAGGED_CODES, which an analysis does
+ * not always deliver, are put in front of its records and left out where there are none, and
+ * columns that the format does not know, which have no values, are not written. Records without a
+ * block are taken as they come. */
 typedef uint32_t (*tavo_source_fn)(uint32_t move, tavo_record* record, void* user);
 
 /* Writes a text. Status: TAVO_OK, TVO_ERR_OPEN, TVO_ERR_WRITE, TVO_ERR_ABORTED (from the source),
@@ -349,6 +364,16 @@ TAVO_API tavo_status tavo_survey_build(const tavo_survey* survey, const tavo_tar
 
 typedef struct tavo_store tavo_store;
 
+/* Kinds of data file. An existing file is of the kind that it was made as. */
+enum {
+  /* Of the functions of tavo.h, which read and write it: the record types that are storable there,
+   * ordered by type, each point, line and polygon once. */
+  TAVO_STORE_COMPATIBLE = 0,
+  /* Every record in the order in which it was stored, with line, presence and block, and the values
+   * of time-tagged codes. A text comes back from it whole. */
+  TAVO_STORE_COMPLETE = 1
+};
+
 enum {
   TAVO_STORE_OPEN = 0,      /* an existing file, exclusively */
   TAVO_STORE_READ_ONLY = 1, /* an existing file, exclusively, changes are refused */
@@ -363,13 +388,14 @@ typedef struct tavo_store_options {
    * the medium when its call returns, and one that was cut off is taken back by the next opener.
    * All who open the file must name the same one. */
   const char* journal;
+  uint32_t kind; /* of a new file; since version 2, before that TAVO_STORE_COMPATIBLE */
 } tavo_store_options;
 #define TAVO_STORE_OPTIONS_INIT \
-  { 1, TAVO_STORE_OPEN, 10, NULL }
+  { 2, TAVO_STORE_OPEN, 10, NULL, TAVO_STORE_COMPATIBLE }
 
 /* Lookups of tavo_store_find. */
 enum {
-  TAVO_BY_TYPE = 1,   /* the first record of the type */
+  TAVO_BY_TYPE = 1,   /* the first record of the type; in a complete file by a walk */
   TAVO_BY_LIST = 2,   /* the number of a subject, layer, list, code, job or configuration */
   TAVO_BY_NUMBER = 3, /* the number of a point, line, polygon, station or target */
   TAVO_BY_ID = 4      /* the identifier text beside that number */
@@ -384,20 +410,35 @@ TAVO_API tavo_status tavo_store_close(tavo_store* store);
 #define TAVO_ENGINE_NONE (-1)
 TAVO_API int32_t tavo_store_engine_code(const tavo_store* store);
 
+/* The kind of the file; of null TAVO_STORE_COMPATIBLE. */
+TAVO_API uint32_t tavo_store_kind(const tavo_store* store);
+
 /* Stores a record as the current one: 0, 5 (type not storable), TVO_ERR_RECORD_TYPE,
- * TVO_ERR_DUPLICATE, TVO_ERR_WRITE, TVO_ERR_STORE with an engine code. */
+ * TVO_ERR_DUPLICATE, TVO_ERR_WRITE, TVO_ERR_STORE with an engine code. In a complete file it is
+ * tavo_store_append of a record whose line, presence and block are not known; there every type is
+ * storable and nothing a duplicate. */
 TAVO_API tavo_status tavo_store_write(tavo_store* store, uint32_t type, const void* record);
+/* The same with line, presence and block, which a complete file keeps: the record as an analysis or
+ * another store delivers it, put behind all others. One of block 0 stands in the block of the
+ * record before it, and a columns record or one of another kind of block begins the next one. The
+ * size does not matter. */
+TAVO_API tavo_status tavo_store_append(tavo_store* store, const tavo_record* record);
 /* Moves (TVO_CURRENT to TVO_LAST) and delivers the record, valid until the next call on the store:
  * 0, TVO_ERR_STORE (engine code TAVO_ENGINE_NONE: no record there), TVO_ERR_RECORD_TYPE,
- * TVO_ERR_NO_RECORD (unreadable). */
+ * TVO_ERR_NO_RECORD (unreadable). Of a compatible file line and block are 0 and the presence is
+ * TAVO_GIVEN_UNKNOWN. */
 TAVO_API tavo_status tavo_store_read(tavo_store* store, uint32_t move, tavo_record* record);
 /* Finds the first record of the type whose key equals that of `record` and makes it the current
  * one; `record` receives it. 0, 5, TVO_ERR_RECORD_TYPE, TVO_ERR_LOOKUP (not offered for the type),
- * TVO_ERR_NOT_FOUND, TVO_ERR_NO_RECORD. */
+ * TVO_ERR_NOT_FOUND, TVO_ERR_NO_RECORD. tavo_store_read of TVO_CURRENT tells line and presence. */
 TAVO_API tavo_status tavo_store_find(tavo_store* store, uint32_t type, uint32_t lookup,
                                      void* record);
-/* Replaces the current record by one of its type. */
+/* Replaces the current record by one of its type. Its place in the file stays, and in a complete
+ * file its line and presence, too. */
 TAVO_API tavo_status tavo_store_update(tavo_store* store, const void* record);
+/* The same with another line and presence; TVO_ERR_RECORD_TYPE when the type is another one. The
+ * block stays. */
+TAVO_API tavo_status tavo_store_replace(tavo_store* store, const tavo_record* record);
 /* Deletes the current record; `record`, which may be null, receives it. */
 TAVO_API tavo_status tavo_store_delete(tavo_store* store, void* record);
 TAVO_API uint64_t tavo_store_count(const tavo_store* store);
@@ -424,18 +465,18 @@ typedef struct tavo_store_statistics {
   uint64_t room_ahead;      /* bytes behind the counted pages, allocated ahead and still zero */
   uint32_t findings;        /* notes not counted */
   uint32_t records_by_type[128];
+  uint32_t kind; /* TAVO_STORE_COMPATIBLE or _COMPLETE; since version 2 */
 } tavo_store_statistics;
-#define TAVO_STORE_STATISTICS_INIT                  \
-  {                                                 \
-    1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, { 0 } \
-  }
+#define TAVO_STORE_STATISTICS_INIT \
+  { 2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, {0}, 0 }
 
 typedef struct tavo_store_finding {
   uint32_t kind;        /* TAVO_NOTE or TAVO_ERROR */
   int32_t page;         /* -1: no single page's */
   uint32_t record;      /* its number, 0: no single record's */
   uint32_t record_type; /* 0: not known */
-  const char* text;     /* one sentence, zero-terminated */
+  const char* text;     /* one sentence that names all of these, zero-terminated */
+  uint32_t block;       /* that the record stands in, in a complete file; 0: not known */
 } tavo_store_finding;
 typedef void (*tavo_store_finding_fn)(const tavo_store_finding* finding, void* user);
 
@@ -443,6 +484,31 @@ typedef void (*tavo_store_finding_fn)(const tavo_store_finding* finding, void* u
  * TVO_ERR_DATA_FILE when it cannot be read as one. statistics may be null. */
 TAVO_API tavo_status tavo_store_verify(const char* path, tavo_store_finding_fn on_finding,
                                        void* user, tavo_store_statistics* statistics);
+
+/* What a repair saved. Start from TAVO_STORE_REPAIR_INIT. */
+typedef struct tavo_store_repair_report {
+  uint32_t version;
+  uint32_t kind; /* of both files: that of most of the records */
+  /* By record type; [0]: of a type that cannot be told any more. */
+  uint32_t found[128];   /* and written */
+  uint32_t damaged[128]; /* were there and are not whole */
+  uint32_t twice[128];   /* found again under the same number; written only where they differ */
+  uint32_t untraced;     /* that the header counts and of which nothing is left; it may be wrong */
+} tavo_store_repair_report;
+#define TAVO_STORE_REPAIR_INIT \
+  { 1, TAVO_STORE_COMPATIBLE, {0}, {0}, {0}, 0 }
+
+/* Saves every record of a closed data file that is whole, wherever in the file it stands, into a
+ * new one, in their order and with keys and counts of its own; header and keys of the old file do
+ * not matter, and it stays as it is. Each damaged record is an error for on_finding, each that was
+ * found twice a note. 0 when the new file has taken its place, whatever is missing in it: nothing
+ * is when no record is damaged or untraced. TVO_ERR_DATA_FILE when the old file cannot be read,
+ * TVO_ERR_NO_RECORD when there is no record in it, TVO_ERR_OPEN when it is the target itself,
+ * TVO_ERR_WRITE when the new one cannot be written; what is at the target then stays. report and
+ * on_finding may be null. */
+TAVO_API tavo_status tavo_store_repair(const char* path, const char* target,
+                                       tavo_store_finding_fn on_finding, void* user,
+                                       tavo_store_repair_report* report);
 
 /* --- Units -------------------------------------------------------------------------------------
  */

@@ -389,6 +389,13 @@ class Survey : public SurveyRecords<Survey, Records> {
   std::unique_ptr<tavo_survey, Free> handle_;
 };
 
+// Saves what is whole in a damaged data file into a new one.
+inline tavo_store_repair_report repair(const std::string& path, const std::string& target) {
+  tavo_store_repair_report report = TAVO_STORE_REPAIR_INIT;
+  check(tavo_store_repair(path.c_str(), target.c_str(), nullptr, nullptr, &report));
+  return report;
+}
+
 // Records in a data file. Closed at the latest by the destructor, which cannot tell of a failure.
 class Store {
  public:
@@ -397,6 +404,10 @@ class Store {
     kReadOnly = TAVO_STORE_READ_ONLY,
     kCreate = TAVO_STORE_CREATE
   };
+  enum class Kind {
+    kCompatible = TAVO_STORE_COMPATIBLE,
+    kComplete = TAVO_STORE_COMPLETE,
+  };
   enum class Lookup {
     kType = TAVO_BY_TYPE,
     kList = TAVO_BY_LIST,
@@ -404,10 +415,11 @@ class Store {
     kId = TAVO_BY_ID
   };
 
-  // journal: its path, see tavo_store_options; empty: none.
+  // journal: its path, see tavo_store_options; empty: none. newKind: of a new file.
   explicit Store(const std::string& path, Mode mode = Mode::kOpen, uint32_t cachePages = 10,
-                 const std::string& journal = {}) {
+                 const std::string& journal = {}, Kind newKind = Kind::kCompatible) {
     tavo_store_options options = TAVO_STORE_OPTIONS_INIT;
+    options.kind = static_cast<uint32_t>(newKind);
     options.mode = static_cast<uint32_t>(mode);
     options.cache_pages = cachePages;
     if (!journal.empty()) options.journal = journal.c_str();
@@ -417,6 +429,9 @@ class Store {
   }
   void close() { check(tavo_store_close(handle_.release())); }
 
+  Kind kind() const { return static_cast<Kind>(tavo_store_kind(handle_.get())); }
+
+  void append(const tavo_record& record) { must(tavo_store_append(handle_.get(), &record)); }
   void write(uint32_t type, const void* record) {
     must(tavo_store_write(handle_.get(), type, record));
   }
@@ -439,6 +454,7 @@ class Store {
     must(status);
     return true;
   }
+  void replace(const tavo_record& record) { must(tavo_store_replace(handle_.get(), &record)); }
   void update(const void* record) { must(tavo_store_update(handle_.get(), record)); }
   void remove(void* record = nullptr) { must(tavo_store_delete(handle_.get(), record)); }
   uint64_t size() const { return tavo_store_count(handle_.get()); }

@@ -1,27 +1,28 @@
 // The operations of the complete data file.
 #include "store/complete_store.h"
 
+#include <algorithm>
+#include <cstring>
+
 #include "schema/catalogue.h"
 
 namespace tavo::store {
 
-namespace {
+CompleteStore::CompleteStore(platform::FileSystem& files, unsigned buffers)
+    : FormStore(FileKind::kComplete, files, buffers) {}
 
-engine::Options options(int access) {
+engine::Options CompleteStore::options(int access) const {
   engine::Options options;
   options.access = access;
   options.workBufferSize = kCompleteRecordLimit;
+  options.journal = journal();
   return options;
 }
 
-}  // namespace
-
-CompleteStore::CompleteStore(platform::FileSystem& files)
-    : FormStore(FileKind::kComplete, files, engine::PageCache::kDefaultBuffers) {}
-
 uint32_t CompleteStore::create(const char* path) {
   if (isOpen()) return TVO_ERR_DATA_FILE_OPEN;
-  run_ = 0;
+  run_ = block_ = highestBlock_ = 0;
+  lastType_ = 0;
   runKnown_ = newRun_ = true;
   return opened(file_.create(path, kCompleteIndexes, options(2)));
 }
@@ -30,6 +31,7 @@ uint32_t CompleteStore::open(const char* path, Access access) {
   if (isOpen()) return TVO_ERR_DATA_FILE_OPEN;
   runKnown_ = false;
   newRun_ = true;
+  highestBlock_ = 0;
   return opened(file_.open(path, kCompleteIndexes, options(access == Access::kReadOnly ? 1 : 2)));
 }
 
@@ -43,17 +45,27 @@ void CompleteStore::load(RecordForm& form, const CompleteRecord& record, const P
 // Appending to an existing file goes on behind its last run.
 uint32_t CompleteStore::findLastRun() {
   if (runKnown_) return TVO_OK;
-  run_ = 0;
+  run_ = block_ = 0;
+  lastType_ = 0;
   const int result = file_.position(kBySortCode, engine::kLast);
   if (result == engine::kOk) {
     CompleteRecord last;
     if (const uint32_t status = deliver(&last); status != TVO_OK) return status;
     run_ = place_.run;
+    block_ = highestBlock_ = last.block;
+    lastType_ = last.type;
   } else if (result != engine::kNotFound || file_.systemFailed()) {
     return coded(result, TVO_ERR_STORE);
   }
   runKnown_ = true;
   return TVO_OK;
+}
+
+// A block number for a record that comes without one.
+uint32_t CompleteStore::blockFor(RecordType type) const {
+  const schema::RecordDef& def = schema::recordDef(type);
+  const bool begins = def.columns || def.block != schema::recordDef(lastType_).block;
+  return begins || block_ == 0 ? highestBlock_ + 1 : block_;
 }
 
 uint32_t CompleteStore::write(const CompleteRecord& record) {
@@ -62,10 +74,13 @@ uint32_t CompleteStore::write(const CompleteRecord& record) {
   RecordForm* const form = forms_.of(record.type);
   if (form == nullptr) return TVO_ERR_RECORD_TYPE;
   if (const uint32_t status = findLastRun(); status != TVO_OK) return status;
-  if (newRun_ || record.block != block_) ++run_;
+  const uint32_t block = record.block != 0 ? record.block : blockFor(record.type);
+  if (newRun_ || block != block_) ++run_;
   newRun_ = false;
-  block_ = record.block;
-  load(*form, record, {run_, record.block, record.line, record.given});
+  block_ = block;
+  highestBlock_ = std::max(highestBlock_, block);
+  lastType_ = record.type;
+  load(*form, record, {run_, block, record.line, record.given});
   const uint32_t status = insert(*form, record.type);
   placed_ = status == TVO_OK ? file_.currentRecord() : 0;
   return status;
@@ -114,18 +129,30 @@ uint32_t CompleteStore::find(RecordType type, const void* key, Lookup lookup,
 }
 
 uint32_t CompleteStore::update(const CompleteRecord& record) {
-  if (record.bytes == nullptr) return static_cast<uint32_t>(engine::kBadArgument);
-  if (!isOpen()) return coded(engine::kNotOpen, TVO_ERR_DATA_FILE);
-  RecordType type = 0;
-  RecordForm* form = nullptr;
-  if (const uint32_t status = currentForm(&type, &form); status != TVO_OK) return status;
-  if (type != record.type) return TVO_ERR_RECORD_TYPE;
-  if (placed_ != file_.currentRecord()) return TVO_ERR_NO_RECORD;
-  load(*form, record, {place_.run, place_.block, record.line, record.given});
-  return static_cast<uint32_t>(file_.replace(form->fields()));
+  return change(record.bytes, record.type, record.line, record.given);
 }
 
-uint32_t CompleteStore::remove() {
+uint32_t CompleteStore::update(const void* bytes) {
+  return change(bytes, 0, place_.line, place_.given);
+}
+
+// A type of 0 is the record's own.
+uint32_t CompleteStore::change(const void* bytes, RecordType type, uint64_t line, uint64_t given) {
+  if (bytes == nullptr) return static_cast<uint32_t>(engine::kBadArgument);
+  if (!isOpen()) return coded(engine::kNotOpen, TVO_ERR_DATA_FILE);
+  RecordType stored = 0;
+  RecordForm* form = nullptr;
+  if (const uint32_t status = currentForm(&stored, &form); status != TVO_OK) return status;
+  if (type != 0 && type != stored) return TVO_ERR_RECORD_TYPE;
+  if (placed_ != file_.currentRecord()) return TVO_ERR_NO_RECORD;
+  const Place before = place_;
+  load(*form, {stored, bytes, line, given, before.block}, {before.run, before.block, line, given});
+  const int result = file_.replace(form->fields());
+  if (result != engine::kOk) place_ = before;
+  return static_cast<uint32_t>(result);
+}
+
+uint32_t CompleteStore::remove(void* bytes) {
   if (!isOpen()) return coded(engine::kNotOpen, TVO_ERR_DATA_FILE);
   RecordType type = 0;
   RecordForm* form = nullptr;
@@ -133,7 +160,12 @@ uint32_t CompleteStore::remove() {
   form->clear();
   // The number may be given out again, so that numbers of one run would no longer ascend.
   newRun_ = true;
-  return static_cast<uint32_t>(file_.remove(form->fields()));
+  if (const int result = file_.remove(form->fields()); result != engine::kOk) {
+    return static_cast<uint32_t>(result);
+  }
+  form->finishRead();
+  if (bytes != nullptr) memmove(bytes, form->record(), schema::recordDef(type).size);
+  return TVO_OK;
 }
 
 }  // namespace tavo::store

@@ -17,7 +17,8 @@ struct CompleteRecord {
   const void* bytes;     // the packed structure; of a time-tagged code with its entries
   uint64_t line, given;  // first physical line, and the fields given, a bit for each place in the
                          //   field table of the block
-  uint32_t block;        // running number of its block in the file
+  uint32_t block;        // running number of its block in the file; 0 for write(): that of the
+                         //   record before, or, where this begins a block, the next one
 };
 
 // One complete data file. Nothing is refused as a duplicate: what a text delivers twice is there
@@ -28,14 +29,15 @@ class CompleteStore : public FormStore {
  public:
   enum class Access { kReadWrite, kReadOnly };
 
-  explicit CompleteStore(platform::FileSystem& files = platform::nativeFileSystem());
+  explicit CompleteStore(platform::FileSystem& files = platform::nativeFileSystem(),
+                         unsigned buffers = engine::PageCache::kDefaultBuffers);
 
   // Makes a new, empty file and leaves it open. 0, 2564 (also when one is there), 2565 (one is
   // open).
   uint32_t create(const char* path);
   // 0, 2564 (also for a compatible data file), 2565.
   uint32_t open(const char* path, Access access = Access::kReadWrite);
-  uint32_t count() const { return file_.recordCount(); }
+  uint32_t count() const { return isOpen() ? file_.recordCount() : 0; }
 
   // Appends a record; it becomes the current one. Records of one block may come in several runs,
   // with those of blocks inside it in between. 0, 2561 (type unknown), 2572, or the engine's code.
@@ -54,17 +56,25 @@ class CompleteStore : public FormStore {
   // Gives the current record these values, line and fields given; its place stays. The type must be
   // its own (2561). 0, 2560, 2561, 2564, 2567 (it could not be read), or the engine's code.
   uint32_t update(const CompleteRecord& record);
+  // Gives it values of its type; line and fields given stay, too.
+  uint32_t update(const void* bytes);
 
-  // Deletes the current record. 0, 2560, 2564, or the engine's code.
-  uint32_t remove();
+  // Deletes the current record and copies it to `bytes`, which may be null. 0, 2560, 2564, or the
+  // engine's code.
+  uint32_t remove(void* bytes = nullptr);
 
  private:
   uint32_t findLastRun();
+  uint32_t blockFor(RecordType type) const;
   uint32_t findFirst(RecordType type, CompleteRecord* record);
   uint32_t deliver(CompleteRecord* record);
+  engine::Options options(int access) const;
+  uint32_t change(const void* bytes, RecordType type, uint64_t line, uint64_t given);
   void load(RecordForm& form, const CompleteRecord& record, const Place& place);
 
   uint32_t run_ = 0, block_ = 0;  // of the record last appended
+  RecordType lastType_ = 0;       // its type
+  uint32_t highestBlock_ = 0;     // of those appended
   bool runKnown_ = false;
   bool newRun_ = true;  // the next one begins a run, whatever its block
   Place place_;         // of the current record, if that has the number `placed_`

@@ -11,6 +11,17 @@ namespace tavo::store {
 
 namespace {
 
+// The type of a record and the block that it stands in.
+std::string nameOf(const DataFileFinding& finding) {
+  if (finding.type == 0) return {};
+  std::string name = "(type " + std::to_string(finding.type);
+  if (const schema::BlockDef* block = schema::recordDef(finding.type).block; block != nullptr) {
+    name += ", " + std::string(schema::keywordName(block->keyword));
+  }
+  if (finding.block != 0) name += ", block " + std::to_string(finding.block);
+  return name + ")";
+}
+
 // Collects the findings of one check.
 class Check {
  public:
@@ -40,27 +51,7 @@ class Check {
  private:
   void finding(const engine::VerifyFinding& found) {
     ++statistics_.findings;
-    if (!report_) return;
-    DataFileFinding finding = {found.page, found.record, found.type, found.label, {}};
-    if (found.page >= 0) finding.text = "page " + std::to_string(found.page);
-    if (found.record != 0) {
-      finding.text += finding.text.empty() ? "record " : ", record ";
-      finding.text += std::to_string(found.record);
-      if (const std::string name = nameOf(finding); !name.empty()) finding.text += " " + name;
-    }
-    finding.text += (finding.text.empty() ? "" : ": ") + found.what;
-    report_(finding);
-  }
-
-  // The type of a record and the block that it stands in.
-  static std::string nameOf(const DataFileFinding& finding) {
-    if (finding.type == 0) return {};
-    std::string name = "(type " + std::to_string(finding.type);
-    if (const schema::BlockDef* block = schema::recordDef(finding.type).block; block != nullptr) {
-      name += ", " + std::string(schema::keywordName(block->keyword));
-    }
-    if (finding.block != 0) name += ", block " + std::to_string(finding.block);
-    return name + ")";
+    if (report_) report_(findingOf(found));
   }
 
   void record(int32_t number, uint8_t type, const uint8_t* packed, size_t size) {
@@ -84,6 +75,18 @@ class Check {
 };
 
 }  // namespace
+
+DataFileFinding findingOf(const engine::VerifyFinding& found) {
+  DataFileFinding finding = {found.page, found.record, found.type, found.label, {}, false};
+  if (found.page >= 0) finding.text = "page " + std::to_string(found.page);
+  if (found.record != 0) {
+    finding.text += finding.text.empty() ? "record " : ", record ";
+    finding.text += std::to_string(found.record);
+    if (const std::string name = nameOf(finding); !name.empty()) finding.text += " " + name;
+  }
+  finding.text += (finding.text.empty() ? "" : ": ") + found.what;
+  return finding;
+}
 
 bool hasDataFileSignature(const void* bytes, size_t size) {
   engine::FileHeader header;

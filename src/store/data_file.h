@@ -13,6 +13,10 @@
 #include "schema/limits.h"
 #include "store/record_form.h"
 
+namespace tavo::engine {
+struct VerifyFinding;
+}
+
 namespace tavo::store {
 
 // Whether a file that begins with these bytes carries a data file's signature words.
@@ -46,12 +50,14 @@ struct DataFileStatistics {
 
 // Something that is wrong in a data file, and where.
 struct DataFileFinding {
-  int32_t page;      // -1: no single page's
-  int32_t record;    // number of the record, of a page's finding its first one; 0: none
-  RecordType type;   // of that record; 0: not known
-  uint32_t block;    // of that record, in a complete data file; 0: not known
-  std::string text;  // one sentence that names all of these
+  int32_t page;       // -1: no single page's
+  int32_t record;     // number of the record, of a page's finding its first one; 0: none
+  RecordType type;    // of that record; 0: not known
+  uint32_t block;     // of that record, in a complete data file; 0: not known
+  std::string text;   // one sentence that names all of these
+  bool note = false;  // nothing is wrong
 };
+DataFileFinding findingOf(const engine::VerifyFinding& found);
 using FindingReport = std::function<void(const DataFileFinding& finding)>;
 
 // Checks pages, chains, counts and order, that every record is of a known type, stands under its

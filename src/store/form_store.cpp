@@ -1,6 +1,8 @@
 // The operations that both kinds of data file share.
 #include "store/form_store.h"
 
+#include <cstring>
+
 namespace tavo::store {
 
 namespace {
@@ -11,6 +13,18 @@ constexpr int kWriteMode = 0;  // pages stay in the cache until they are pushed 
 
 FormStore::FormStore(FileKind kind, platform::FileSystem& files, unsigned buffers)
     : cache_(buffers), file_(cache_, files), forms_(kind) {}
+
+bool FormStore::takePath(const char* path, Path& taken) {
+  if (path == nullptr) return false;
+  const void* end = memchr(path, '\0', taken.size());
+  if (end == nullptr) return false;
+  memmove(taken.data(), path, static_cast<size_t>(static_cast<const char*>(end) - path) + 1);
+  return true;
+}
+
+bool FormStore::setJournal(const char* path) {
+  return takePath(path == nullptr ? "" : path, journal_);
+}
 
 // That memory ran out over an open file says nothing of its records, and stays the engine's code.
 uint32_t FormStore::coded(int result, uint16_t code) {

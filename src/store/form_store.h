@@ -2,6 +2,8 @@
 // by key, and the library's codes for what the engine says.
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 
 #include "platform/file.h"
@@ -17,6 +19,14 @@ namespace tavo::store {
 // (std::bad_alloc); no operation throws.
 class FormStore {
  public:
+  // Longest path of a data file of the exports and of a journal, without its end mark.
+  static constexpr size_t kMaxPath = 1023;
+
+  // Names the journal of the data file that is created or opened next: with one, every change is
+  // durable when it returns, and one that was cut off is taken back by the next opener. Null or
+  // empty for none, as at first. False, and nothing changed, when the path is too long.
+  bool setJournal(const char* path);
+
   bool isOpen() const { return file_.isOpen(); }
   // Whether there is a current record, be it one that cannot be read.
   bool onRecord() const { return file_.currentRecord() != 0; }
@@ -30,6 +40,12 @@ class FormStore {
  protected:
   FormStore(FileKind kind, platform::FileSystem& files, unsigned buffers);
   ~FormStore() = default;
+
+  using Path = std::array<char, kMaxPath + 1>;
+  // False, and the path as it was, when the new one has no room.
+  static bool takePath(const char* path, Path& taken);
+  // Null: none.
+  const char* journal() const { return journal_[0] == '\0' ? nullptr : journal_.data(); }
 
   // The library's code for an engine's result that is none of success.
   uint32_t coded(int result, uint16_t code);
@@ -56,6 +72,7 @@ class FormStore {
   uint32_t scan(RecordType type, Lookup lookup);
 
   int engineCode_ = 0;
+  Path journal_{};  // empty: none
 };
 
 }  // namespace tavo::store

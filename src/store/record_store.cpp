@@ -14,13 +14,13 @@ constexpr char kDefaultPath[] = "C:\\TMPTVODB.DAT";
 }  // namespace
 
 RecordStore::RecordStore(platform::FileSystem& files, unsigned buffers)
-    : FormStore(FileKind::kCompatible, files, buffers), files_(files), path_{}, journal_{} {
+    : FormStore(FileKind::kCompatible, files, buffers), files_(files), path_{} {
   memcpy(path_.data(), kDefaultPath, sizeof(kDefaultPath));
 }
 
 engine::Options RecordStore::options() const {
   engine::Options options;
-  if (journal_[0] != '\0') options.journal = journal_.data();
+  options.journal = journal();
   return options;
 }
 
@@ -42,19 +42,6 @@ uint32_t RecordStore::openOnDemand() { return isOpen() ? uint32_t{TVO_OK} : open
 uint32_t RecordStore::closeDataFile() {
   close();
   return TVO_OK;
-}
-
-// False, and the path as it was, when the new one has no room.
-bool RecordStore::takePath(const char* path, Path& taken) {
-  if (path == nullptr) return false;
-  const void* end = memchr(path, '\0', taken.size());
-  if (end == nullptr) return false;
-  memmove(taken.data(), path, static_cast<size_t>(static_cast<const char*>(end) - path) + 1);
-  return true;
-}
-
-bool RecordStore::setJournal(const char* path) {
-  return takePath(path == nullptr ? "" : path, journal_);
 }
 
 uint32_t RecordStore::setDataFile(const char* path) {

@@ -2,8 +2,6 @@
 // hands them out again section by section.
 #pragma once
 
-#include <array>
-#include <cstddef>
 #include <cstdint>
 
 #include "platform/file.h"
@@ -18,9 +16,6 @@ namespace tavo::store {
 // The current record is the one last written, found or moved to; remove() leaves none.
 class RecordStore : public FormStore {
  public:
-  // Longest path, without its end mark.
-  static constexpr size_t kMaxPath = 1023;
-
   // Page buffers are those of the engine; more of them make a larger file faster.
   explicit RecordStore(platform::FileSystem& files = platform::nativeFileSystem(),
                        unsigned buffers = engine::PageCache::kDefaultBuffers);
@@ -45,11 +40,6 @@ class RecordStore : public FormStore {
   // Deletes the current record and copies it to `record`, which may be null. 0, 2560, 2561, 2564,
   // or the engine's code.
   uint32_t remove(void* record);
-
-  // Names the journal of the data file that is created or opened next: with one, every change is
-  // durable when it returns, and one that was cut off is taken back by the next opener. Null or
-  // empty for none, as at first. False, and nothing changed, when the path is too long.
-  bool setJournal(const char* path);
 
   // Takes the path and creates a new, empty data file there. 0, 2565 (a file is open), 2571.
   uint32_t setDataFile(const char* path);
@@ -77,11 +67,7 @@ class RecordStore : public FormStore {
   engine::Options options() const;
 
   platform::FileSystem& files_;
-  using Path = std::array<char, kMaxPath + 1>;
-  static bool takePath(const char* path, Path& taken);
-
   Path path_;
-  Path journal_;  // empty: none
 };
 
 }  // namespace tavo::store

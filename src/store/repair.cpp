@@ -1,12 +1,15 @@
 // Repairing: the engine finds packed records, here they are told apart and stored anew.
 #include "store/repair.h"
 
-#include <cstring>
+#include <algorithm>
+#include <iterator>
 #include <new>
 #include <numeric>
+#include <vector>
 
 #include "schema/catalogue.h"
 #include "store/engine/salvage.h"
+#include "store/engine/verify.h"
 #include "store/packed_forms.h"
 
 namespace tavo::store {
@@ -16,11 +19,12 @@ namespace {
 // Both kinds of packed record look alike; their field lists tell them apart.
 class Repair {
  public:
-  Repair(platform::FileSystem& files, RepairReport* report)
-      : file_(cache_, files), report_(*report), files_(files) {}
+  Repair(platform::FileSystem& files, const FindingReport& findings, RepairReport* report)
+      : file_(cache_, files), findings_(findings), report_(*report), files_(files) {}
 
   int run(const char* from, const char* to) {
     if (const int code = findKind(from); code != engine::kOk) return code;
+    report_.read = true;
     engine::Options options;
     options.workBufferSize = kCompleteRecordLimit;
     int code = file_.create(to, indexesOf(report_.kind), options);
@@ -61,19 +65,36 @@ class Repair {
       *order = kind == FileKind::kComplete ? formsOf(kind).unpacked(packed, size)->place().run : 0;
       return true;
     };
-    hooks.record = [&](int32_t, const uint8_t* packed, size_t size) {
+    hooks.record = [&](int32_t number, const uint8_t* packed, size_t size) {
       const uint8_t type = packed[engine::kRecordType];
       ++report_.found[type];
+      if (kind == FileKind::kComplete) {
+        note(formsOf(kind).unpacked(packed, size)->place().run, number, type);
+      }
       return file_.insert(formsOf(kind).unpacked(packed, size)->fields(), type);
     };
-    hooks.twice = [this](uint8_t type) { ++report_.twice[type]; };
-    hooks.lost = [this](int32_t, const uint8_t* piece, size_t size, const uint8_t* key,
-                        size_t keySize) { ++report_.damaged[typeOf(piece, size, key, keySize)]; };
+    hooks.twice = [this](int32_t number, uint8_t type) {
+      ++report_.twice[type];
+      tell(number, type, "was found twice", true);
+    };
+    hooks.lost = [this](int32_t number, const uint8_t* piece, size_t size, const uint8_t* key,
+                        size_t keySize) {
+      const RecordType type = typeOf(number, piece, size, key, keySize);
+      ++report_.damaged[type];
+      tell(number, type, "is damaged", false);
+    };
     engine::SalvageReport report;
     const int code = engine::salvage(from, hooks, report, files_);
     const uint32_t known = report.records + report.lost;
     if (!report.whole && report.recordCount > known) report_.untraced = report.recordCount - known;
     return code;
+  }
+
+  void tell(int32_t number, RecordType type, const char* what, bool note) {
+    if (!findings_) return;
+    DataFileFinding finding = findingOf({-1, number, static_cast<uint8_t>(type), 0, what});
+    finding.note = note;
+    findings_(finding);
   }
 
   PackedForms& formsOf(FileKind kind) {
@@ -87,14 +108,37 @@ class Repair {
                schema::recordDef(packed[engine::kRecordType]).sortCode;
   }
 
+  // Runs are found one after the other. OPERATIONS are of two types in turn, so theirs say nothing.
+  void note(uint32_t run, int32_t number, RecordType type) {
+    const bool pairs = type == TVO_RECORD_OPERATIONS || type == TVO_RECORD_OPERATION_POINTS;
+    if (runs_.empty() || runs_.back().run != run) runs_.push_back({run, number, number, type});
+    runs_.back().last = number;
+    runs_.back().type = pairs ? RecordType{0} : type;
+  }
+
+  // The type of a run's records but the first, which may be a columns record. Without its key a
+  // record belongs to the run between whose numbers its own is: numbers ascend with the runs where
+  // nothing was deleted.
+  RecordType typeInRun(int32_t number, const uint8_t* key, size_t keySize) const {
+    const bool known = keySize == sizeof(uint32_t);
+    const auto behind = known ? std::ranges::upper_bound(runs_, engine::loadU32(key), {}, &Run::run)
+                              : std::ranges::upper_bound(runs_, number, {}, &Run::first);
+    if (behind == runs_.begin()) return 0;
+    const Run& run = *std::prev(behind);
+    const bool inside = known ? run.run == engine::loadU32(key) : number < run.last;
+    return inside && number > run.first ? run.type : RecordType{0};
+  }
+
   // What the remains of a record tell of its type: its type byte, else its sort code where that
-  // belongs to one type.
-  RecordType typeOf(const uint8_t* piece, size_t size, const uint8_t* key, size_t keySize) {
+  // belongs to one type, or its run.
+  RecordType typeOf(int32_t number, const uint8_t* piece, size_t size, const uint8_t* key,
+                    size_t keySize) const {
     if (size > engine::kRecordType) {
       const RecordType type = piece[engine::kRecordType];
       return schema::recordDef(type).type == 0 ? RecordType{0} : type;
     }
-    if (report_.kind == FileKind::kComplete || keySize != sizeof(uint16_t)) return 0;
+    if (report_.kind == FileKind::kComplete) return typeInRun(number, key, keySize);
+    if (keySize != sizeof(uint16_t)) return 0;
     RecordType only = 0;
     for (RecordType type = 1; type <= schema::kLastRecordType; ++type) {
       if (schema::recordDef(type).sortCode != engine::loadU16(key)) continue;
@@ -108,6 +152,14 @@ class Repair {
   engine::Store file_;
   PackedForms compatible_{FileKind::kCompatible};
   PackedForms complete_{FileKind::kComplete};
+  // The sound records of a run, of a complete file.
+  struct Run {
+    uint32_t run;
+    int32_t first, last;  // numbers
+    RecordType type;
+  };
+  std::vector<Run> runs_;
+  const FindingReport& findings_;
   RepairReport& report_;
   platform::FileSystem& files_;
 };
@@ -118,10 +170,10 @@ uint32_t RepairReport::total(const Counts& counts) const {
   return std::accumulate(counts.begin(), counts.end(), 0u);
 }
 
-int repairDataFile(const char* from, const char* to, RepairReport* report,
-                   platform::FileSystem& files) try {
-  *report = {};
-  return Repair(files, report).run(from, to);
+int repairDataFile(const char* from, const char* to, const FindingReport& report,
+                   RepairReport* counts, platform::FileSystem& files) try {
+  *counts = {};
+  return Repair(files, report, counts).run(from, to);
 } catch (const std::bad_alloc&) {
   return engine::kNoMemory;
 }

@@ -6,7 +6,7 @@
 
 #include "platform/file.h"
 #include "schema/limits.h"
-#include "store/record_form.h"
+#include "store/data_file.h"
 
 namespace tavo::store {
 
@@ -20,6 +20,7 @@ struct RepairReport {
   Counts twice{};    // found again under the same number; written only if they differ
   // Records that the file's header counts and nothing else tells of. The header may be wrong.
   uint32_t untraced = 0;
+  bool read = false;  // there is something to save; what fails then is the new file
 
   uint32_t total(const Counts& counts) const;
   bool complete() const { return total(damaged) == 0 && untraced == 0; }
@@ -31,8 +32,9 @@ struct RepairReport {
 // 0 when the new file is written, whatever is missing in it; else the engine's code: the old file
 // cannot be read or holds no record at all (engine::kBadSignature), or the new one, where there
 // must be none, cannot be written (then it may be there in part). std::bad_alloc gives
-// engine::kNoMemory.
-int repairDataFile(const char* from, const char* to, RepairReport* report,
+// engine::kNoMemory. Each damaged record and each that was found twice is reported.
+int repairDataFile(const char* from, const char* to, const FindingReport& report,
+                   RepairReport* counts,
                    platform::FileSystem& files = platform::nativeFileSystem());
 
 }  // namespace tavo::store

@@ -60,7 +60,7 @@ Points::Points(const SurveyView& view, const ReferenceSystems& systems, Geometry
     crs_[i].name = texts_[i].name.c_str();
     crs_[i].wkt = texts_[i].wkt.c_str();
   }
-  findTwins();
+  tellTwins();
 }
 
 void Points::place(size_t index, const schema::Units& units) {
@@ -233,7 +233,7 @@ void Points::settleHeights() {
   }
 }
 
-void Points::findTwins() {
+void Points::tellTwins() {
   numbers_.eachTwin([this](size_t index, size_t first) {
     const auto record = recordAt<PointRecord>(view_.of(TVO_RECORD_POINTS), first);
     findings_.warn(TVO_RECORD_POINTS, index,
@@ -241,6 +241,9 @@ void Points::findTwins() {
                        " is given before; lines and polygons use the first one",
                    TAVO_GEOMETRY_TWIN);
   });
+}
+
+void Points::sortById() const {
   const tavo_records& points = view_.of(TVO_RECORD_POINTS);
   for (size_t i = 0; i < points.count; ++i) {
     if (!idAt(points, i).empty()) byId_.push_back(i);
@@ -263,6 +266,7 @@ std::optional<Geographic> Points::geographic(uint32_t crs, double x, double y) c
 size_t Points::find(const PointKey& key) const {
   if (key.number != 0) return numbers_.find(key.number);
   if (key.id.empty()) return kNowhere;
+  if (byId_.empty()) sortById();
   const tavo_records& points = view_.of(TVO_RECORD_POINTS);
   const auto at =
       std::lower_bound(byId_.begin(), byId_.end(), key.id,

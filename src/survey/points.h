@@ -55,7 +55,7 @@ class Points {
   const std::vector<tavo_crs>& systems() const { return crs_; }
   // Radians of a place in a system of geographic or projected coordinates; nothing in others.
   std::optional<Geographic> geographic(uint32_t crs, double x, double y) const;
-  // Place of the point among POINTS, or kNowhere.
+  // Place of the point among POINTS, or kNowhere. For one thread at a time.
   size_t find(const PointKey& key) const;
   // Whether the point of that place has coordinates.
   bool located(size_t index) const { return index != kNowhere && positions_[index].dimension != 0; }
@@ -66,6 +66,7 @@ class Points {
   struct Bits {
     tavo_given east, north, elevation, lon, lat, height, x, y, z, set;
   };
+  void sortById() const;
   struct CrsTexts {
     std::string name, wkt;
     const Projector* projector = nullptr;
@@ -81,7 +82,7 @@ class Points {
   const ProjectionSet* setOf(size_t index, const PointRecord& record, tavo_given given);
   uint32_t crsOf(const ProjectionSet* set, int zone, uint32_t coordinates);
   void settleHeights();
-  void findTwins();
+  void tellTwins();
 
   SurveyView view_;
   const ReferenceSystems& systems_;
@@ -95,7 +96,9 @@ class Points {
   std::map<uint16_t, size_t> unknownSets_;
   size_t withoutSystem_ = 0;
   NumberIndex numbers_;
-  std::vector<size_t> byId_;  // of points with an identifier, by it, then place
+  // Of points with an identifier, by it, then place; there from the first search on, since most
+  // surveys name their points by number.
+  mutable std::vector<size_t> byId_;
 };
 
 }  // namespace tavo::survey

@@ -197,6 +197,11 @@ const char* tavo_output_path(const tavo_output* output) {
   return output == nullptr ? nullptr : output->file.path();
 }
 
+tavo_status tavo_output_close(tavo_output* output) {
+  if (output == nullptr) return TAVO_ERR_ARGUMENT;
+  return output->file.close() ? tavo_status{TAVO_OK} : tavo_status{TVO_ERR_WRITE};
+}
+
 tavo_status tavo_output_commit(tavo_output* output) {
   if (output == nullptr) return TAVO_ERR_ARGUMENT;
   const std::unique_ptr<tavo_output> owned(output);

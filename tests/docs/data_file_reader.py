@@ -11,10 +11,15 @@ import subprocess
 import sys
 
 SIGNATURE = {4: 86, 16: 65, 20: 76, 24: 73, 32: 68, 40: 65, 48: 84, 56: 49}
-NUMBERS = {"H": "B", "U": "<H", "L": "<I", "F": "<f", "D": "<d"}
+NUMBERS = {"H": "B", "U": "<H", "L": "<I", "X": "<Q", "F": "<f", "D": "<d"}
 # "41 PointNo = 72 LineNo L4 #3", "132 LAMPRJ_TYPE -": names, letters, kind.
 FIELD = r"((?:[\w-]+ \w+(?: = )?)+)(?: -|((?: [A-Z]\d+(?: #\d)?)+)(?: (\w+))?)"
 COLUMNS = [("S", 250, 0), ("B", 164, 0)]
+# What stands in front of the fields, by kind of data file.
+HEADS = {"compatible": [("U", 2, 1)],
+         "complete": [("L", 4, 1), ("L", 4, 0), ("X", 8, 0), ("X", 8, 0)]}
+TIME_TAGGED = 91
+ENTRY = struct.Struct("<31sI31sdi")
 
 
 class Document:
@@ -25,14 +30,20 @@ class Document:
         self.shown = {}  # record type: column numbers and names, kind and number of letters
         self.sort_codes = {}
         self.columns = {}  # columns record type: name by column number
-        blocks = re.findall(r"^(\S.*): columns (\d+) at (\d+), data (\d+) (.*)\n((?:  .*\n)+)",
+        blocks = re.findall(r"^(\S.*): columns (\d+) (.*), data (\d+) (.*)\n((?:  .*\n)+)",
                             self.block(text, "records"), re.M)
-        for _path, columns, code, data, kept, fields in blocks:
-            self.sort_codes[int(columns)] = int(code)
+        columns_of = {}  # record type: its columns record type
+        for _path, columns, columns_kept, data, kept, fields in blocks:
+            for record_type, code in (columns, columns_kept), (data, kept):
+                if code != "not kept":
+                    self.sort_codes[int(record_type)] = int(code.removeprefix("at "))
             self.lists[int(columns)] = COLUMNS
-            if kept != "not kept":
-                self.sort_codes[int(data)] = int(kept.removeprefix("at "))
+            columns_of[int(data)] = int(columns)
             self.add_fields(int(columns), int(data), " ".join(fields.split()).split(", "))
+        given = re.findall(r"^(\d+) .*\n((?:  .*\n)+)", self.block(text, "given"), re.M)
+        # Columns record type: column number by bit, none for a member that is no column.
+        self.given = {columns_of[int(data)]: " ".join(numbers.split()).split(", ")
+                      for data, numbers in given}
         self.names = self.pairs(self.block(text, "names"))
         self.operations = self.pairs(self.block(text, "operations"))
 
@@ -57,9 +68,14 @@ class Document:
             self.lists[data] += [(a, int(n), int(i or 0)) for a, n, i in letters]
             self.shown[data].append(([name for _, name in pairs], kind, len(letters)))
 
-    def mark(self, record_type):
+    def list_of(self, record_type, kind):
+        values = [("B", 1560, 0)] if kind == "complete" and record_type == TIME_TAGGED else []
+        return HEADS[kind] + self.lists[record_type] + values
+
+    @staticmethod
+    def mark(fields):
         mark = 5381
-        for letter, length, index in [("U", 2, 1)] + self.lists[record_type]:
+        for letter, length, index in fields:
             mark = (mark ^ (ord(letter) + 256 * index + 65536 * length)) * 16777619 % 2**32
         return mark >> 16
 
@@ -72,7 +88,8 @@ class DataFile:
         assert all(self.u32(at) == value for at, value in SIGNATURE.items()), "signature"
         self.pages_in_use, self.records = self.u32(36), self.u32(68)
         assert len(data) >= 1024 + 1024 * max(1, self.u32(52))
-        assert data[192:213] == bytes([0, 10, 10, 5, 0] + [0] * 15 + [2])
+        self.kind = {10: "compatible", 5: "complete"}[data[193]]
+        assert data[192:213] == bytes([0, data[193], 10, 5, 0] + [0] * 15 + [2])
         self.little = data[8] == 1
         self.entries = list(self.leaves(0))
         assert self.entries == sorted(self.entries, key=self.order), "order of the entries"
@@ -191,33 +208,57 @@ def compare_data(document, record_type, values, line, other):
     assert seen == set(expected), (set(expected) - seen, line)
 
 
+def compare_entries(entries, count, line):
+    """The values of a time-tagged code, of which the dump has the live ones."""
+    entries = entries.ljust(ENTRY.size * count, b"\0")
+    found = [ENTRY.unpack_from(entries, i * ENTRY.size) for i in range(count)]
+    values = [(value["name"], value["value"]) for value in line["fields"].pop("values")]
+    assert values == [(text(name), {100: text(string), 101: real, 102: number}[kind])
+                      for name, kind, string, real, number in found]
+    line["fields"]["EntryCount"] = count
+
+
+def compare_place(document, record_type, head, values, line):
+    """What stands in front of a record's fields; of a columns record its presence, too."""
+    if len(head) == 1:
+        assert head[0] == document.sort_codes[record_type]
+        return
+    run, block, first_line, given = head
+    assert run > 0 and block > 0 and first_line > 0
+    if "columns" in line and record_type in document.given:
+        ids = {str(n) for (n,) in struct.iter_unpack("<I", values[1].ljust(164, b"\0"))}
+        assert given == sum(1 << bit for bit, n in enumerate(document.given[record_type]) if n in ids)
+
+
 def compare(document, data_file, lines):
     records = data_file.packed()
     types = {number: packed[4] for number, packed in records.items()}
     assert len(records) == data_file.records
     places = list(data_file.index(1))
     assert sorted(records) == sorted(number for number, _, _ in places)
-    compared = set()
+    compared, count = set(), len(HEADS[data_file.kind])
     for number, _, key in places:
         record_type = types[number]
-        assert int.from_bytes(key, "little") == document.sort_codes[record_type]
-        packed = records[number]
-        assert struct.unpack_from("<H", packed)[0] == document.mark(record_type), record_type
-        code, *values = unpack([("U", 2, 1)] + document.lists[record_type], packed)
-        assert code == document.sort_codes[record_type]
-        if record_type == 91:  # the tool leaves these out, since their entries are not kept
-            continue
+        packed, fields = records[number], document.list_of(record_type, data_file.kind)
+        assert struct.unpack_from("<H", packed)[0] == document.mark(fields), record_type
+        values = unpack(fields, packed)
+        head, own = values[:count], values[count:]
+        assert int.from_bytes(key, "little") == head[0]
+        if record_type == TIME_TAGGED and data_file.kind == "compatible":
+            continue  # the tool leaves these out, since their entries are not kept
         # A value is stored as the file has it or in metres and radians: one of the two dumps shows it.
         line, other = next(lines)
         assert line["type"] == record_type
+        compare_place(document, record_type, head, own, line)
+        if record_type == TIME_TAGGED:
+            compare_entries(own.pop(), own[-1], line)
         if "columns" in line:
-            compare_columns(document, record_type, values, line)
+            compare_columns(document, record_type, own, line)
         else:
-            compare_data(document, record_type, values, line, other)
+            compare_data(document, record_type, own, line, other)
         compared.add(record_type)
-        for place, (letter, _, index) in enumerate(document.lists[record_type]):
+        for value, (letter, _, index) in list(zip(values, fields))[count:]:
             if index:
-                value = values[place]
                 key = value + b"\0" if letter == "S" else struct.pack(NUMBERS[letter], value)
                 assert (number, 128, key) in data_file.index(index), (number, index)
     assert next(lines, None) is None
@@ -227,19 +268,24 @@ def compare(document, data_file, lines):
 def main(tool, tables, document, examples, scratch):
     page = pathlib.Path(document).read_text()
     printed = subprocess.run([tables], check=True, capture_output=True, text=True).stdout
-    assert page.endswith(printed), f"the tables of {document} are not those that {tables} prints"
+    for table in re.findall("```.*?```\n", printed, re.S):
+        assert table in page, f"the tables of {document} are not those that {tables} prints"
     description = Document(page)
     path = pathlib.Path(scratch) / "document.dat"
-    path.unlink(missing_ok=True)
     survey = pathlib.Path(examples) / "all-sections.tvo"
-    subprocess.run([tool, "import", survey, "-o", path], check=True, capture_output=True)
-    dumps = [subprocess.run([tool, "dump", "--all", "--units", units, path], capture_output=True,
-                            text=True).stdout.splitlines()[1:] for units in ("file", "si")]
-    compared = compare(description, DataFile(path.read_bytes()),
-                       zip(*(map(json.loads, dump) for dump in dumps)))
-    missing = set(description.sort_codes) - compared - {90, 91}
-    assert not missing, f"no record of the types {missing} was compared"
-    print(f"{len(dumps[0])} records of {len(compared)} types agree")
+    for kind, options, types in (
+            ("compatible", ["--compatible"], set(description.sort_codes) - {90, TIME_TAGGED}),
+            ("complete", [], set(description.lists) - {90})):
+        path.unlink(missing_ok=True)
+        subprocess.run([tool, "import", *options, survey, "-o", path], check=True,
+                       capture_output=True)
+        dumps = [subprocess.run([tool, "dump", "--all", "--units", units, path], capture_output=True,
+                                text=True).stdout.splitlines()[1:] for units in ("file", "si")]
+        data_file = DataFile(path.read_bytes())
+        assert data_file.kind == kind
+        compared = compare(description, data_file, zip(*(map(json.loads, dump) for dump in dumps)))
+        assert types <= compared, f"no record of the types {types - compared} was compared"
+        print(f"{kind}: {len(dumps[0])} records of {len(compared)} types agree")
 
 
 if __name__ == "__main__":

@@ -112,31 +112,45 @@ void printMembers(RecordType type, const std::vector<const char*>& names, const 
     const size_t round = i / names.size() + 1;
     const std::string number = members.size() > names.size() ? std::to_string(round) : "";
     const std::string letters = lettersOf(members[i]);
-    list.add("- " + (names[i % names.size()] + number) + letters +
+    list.add(std::string("- ") + names[i % names.size()] + number + letters +
              (members[i].letter == 'B' ? " date" : kind));
   }
 }
 
-void printData(RecordType type, unsigned sortCode) {
-  if (sortCode == 0) std::printf(", data %u not kept\n", type);
-  if (sortCode != 0) std::printf(", data %u at %u\n", type, sortCode);
+// A record type with the sort code that it has in a compatible data file.
+void printType(const char* what, RecordType type, unsigned sortCode, const char* behind) {
+  std::printf("%s %u ", what, type);
+  if (sortCode == 0) std::printf("not kept%s", behind);
+  if (sortCode != 0) std::printf("at %u%s", sortCode, behind);
 }
 
 void printBlock(const schema::BlockDef& block) {
   const unsigned columnsCode = block.columnsKept.sortCode;
   const unsigned dataCode = block.dataKept.sortCode;
-  if (columnsCode == 0) return;
-  std::printf("%s: columns %u at %u", path(block).c_str(), block.columns, columnsCode);
-  printData(block.data, dataCode);
+  if (block.columns == 0 || block.data == 0) return;
+  std::printf("%s: ", path(block).c_str());
+  printType("columns", block.columns, columnsCode, ", ");
+  printType("data", block.data, dataCode, "\n");
   if (block.kind == schema::BlockKind::kOperationLines) {
     printMembers(block.data, {"Operation"}, " operation");
-    std::printf("%s points: columns %u at %u", path(block).c_str(), block.columns, columnsCode);
-    printData(block.odd.extraData, dataCode);
+    std::printf("%s points: ", path(block).c_str());
+    printType("columns", block.columns, columnsCode, ", ");
+    printType("data", block.odd.extraData, dataCode, "\n");
     printMembers(block.odd.extraData, {"PointNo", "PointID"});
   } else if (block.kind == schema::BlockKind::kTimeTaggedLines) {
     printMembers(block.data, {"Code", "TimeTag", "Number", "EntryCount"});
   } else {
     printFields(block);
+  }
+}
+
+// Column numbers in the order of their bits.
+void printGiven(const schema::BlockDef& block) {
+  if (block.data == 0 || block.layout.fields == nullptr) return;
+  std::printf("%u %s\n", block.data, path(block).c_str());
+  List list("  ");
+  for (const FieldDef& field : schema::rows(block.layout.fields)) {
+    list.add(field.name[0] == '\0' ? "-" : std::to_string(field.id));
   }
 }
 
@@ -157,6 +171,8 @@ void printNames(const char* title, const Row* row) {
 int main() {
   std::printf("```records\n");
   for (const schema::BlockDef& block : schema::blocks()) printBlock(block);
+  std::printf("```\n\n```given\n");
+  for (const schema::BlockDef& block : schema::blocks()) printGiven(block);
   std::printf("```\n");
   printNames("names", schema::EnumTable);
   printNames("operations", schema::OperationTable);

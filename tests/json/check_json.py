@@ -56,13 +56,17 @@ def main():
         hold("tavo-dump", lines(tool, "dump", "--units", "si", survey))
         with tempfile.TemporaryDirectory() as folder:
             data = pathlib.Path(folder) / "survey.dat"
-            subprocess.run([tool, "import", survey, "-o", data], capture_output=True, check=False)
-            hold("tavo-dump", lines(tool, "dump", data))
-            hold("tavo-info", lines(tool, "info", "--format", "json", data))
-            hold("tavo-diff", lines(tool, "diff", "--format", "json", survey, data))
-            hold("tavo-verify", lines(tool, "verify", "--format", "json", data))
-            data.write_bytes(data.read_bytes()[:9216])
-            hold("tavo-verify", lines(tool, "verify", "--format", "json", data))
+            for kind in ["--compatible"], []:
+                subprocess.run([tool, "import", *kind, survey, "-o", data], capture_output=True,
+                               check=False)
+                hold("tavo-dump", lines(tool, "dump", data))
+                hold("tavo-info", lines(tool, "info", "--format", "json", data))
+                hold("tavo-diff", lines(tool, "diff", "--format", "json", survey, data))
+                hold("tavo-verify", lines(tool, "verify", "--format", "json", data))
+                cut = pathlib.Path(folder) / "cut.dat"
+                cut.write_bytes(data.read_bytes()[:9216])
+                hold("tavo-verify", lines(tool, "verify", "--format", "json", cut))
+                hold("tavo-repair", lines(tool, "repair", "--format", "json", cut, "-o", data))
     print(f"{count} objects keep their shape")
 
 

@@ -19,10 +19,6 @@ namespace tavo::store {
 namespace {
 
 namespace fs = std::filesystem;
-using tests::Dice;
-using tests::RecordGenerator;
-using tests::TextCase;
-using tests::TextKeeper;
 
 constexpr char kPath[] = "complete_store_test.dat";
 constexpr char kRepaired[] = "complete_store_test_new.dat";
@@ -111,25 +107,6 @@ void setContents(const char* path, const std::string& bytes) {
   std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
 }
 
-// A text of every block, in other units and delimiters for every part.
-std::string generatedText(uint32_t seed, int parts) {
-  const TextCase cases[] = {
-      {false, ',', ';', TVO_ENUM_GRADS, TVO_ENUM_METRE, TVO_ENUM_DEGS, TVO_ENUM_DMY, {8, 8, 12}},
-      {true, '|', '#', TVO_ENUM_DMS, TVO_ENUM_LINKS, TVO_ENUM_RADS, TVO_ENUM_MJD, {9, 7, 10}},
-  };
-  std::string text;
-  for (int part = 0; part < parts; ++part) {
-    Dice dice(seed + static_cast<uint32_t>(part));
-    tests::Replay records = RecordGenerator(cases[part % 2], dice).generate();
-    TextKeeper keeper;
-    EXPECT_EQ(
-        writers::writeText(keeper, records, {cases[part % 2].align, cases[part % 2].decimals}),
-        TVO_OK);
-    text += keeper.text;
-  }
-  return text;
-}
-
 class CompleteStoreTest : public testing::Test {
  protected:
   ~CompleteStoreTest() override {
@@ -155,7 +132,7 @@ class CompleteStoreTest : public testing::Test {
 
 TEST_F(CompleteStoreTest, TextsComeBackWithEveryRecord) {
   for (uint32_t seed = 0; seed < 10 * TAVO_TEST_EFFORT / 100 + 1; ++seed) {
-    std::ofstream("complete_store_test.tvo", std::ios::binary) << generatedText(seed, 3);
+    std::ofstream("complete_store_test.tvo", std::ios::binary) << tests::generatedText(seed, 3);
     roundTrip("complete_store_test.tvo");
   }
   remove("complete_store_test.tvo");
@@ -360,7 +337,7 @@ TEST_F(CompleteStoreTest, RepairSavesEveryWholeRecord) {
         setContents(kPath, file);
         remove(kRepaired);
         RepairReport report;
-        ASSERT_EQ(repairDataFile(kPath, kRepaired, &report), 0) << round;
+        ASSERT_EQ(repairDataFile(kPath, kRepaired, nullptr, &report), 0) << round;
         EXPECT_EQ(report.kind, kind);
         std::multiset<std::string> saved = formsOf(contents(kRepaired));
         EXPECT_EQ(saved.size(), report.total(report.found));
@@ -382,9 +359,9 @@ TEST_F(CompleteStoreTest, RepairSavesEveryWholeRecord) {
 
 TEST_F(CompleteStoreTest, RepairNeedsADataFile) {
   RepairReport report;
-  EXPECT_NE(repairDataFile("no such file", kRepaired, &report), 0);
+  EXPECT_NE(repairDataFile("no such file", kRepaired, nullptr, &report), 0);
   setContents(kPath, std::string(5000, 'x'));
-  EXPECT_EQ(repairDataFile(kPath, kRepaired, &report), engine::kBadSignature);
+  EXPECT_EQ(repairDataFile(kPath, kRepaired, nullptr, &report), engine::kBadSignature);
   EXPECT_FALSE(fs::exists(kRepaired));
 }
 

@@ -364,4 +364,21 @@ class RecordGenerator {
   std::map<RecordType, std::vector<FieldId>> last_;
 };
 
+// A text of every block, in other units and delimiters for every part.
+inline std::string generatedText(uint32_t seed, int parts) {
+  const TextCase cases[] = {
+      {false, ',', ';', TVO_ENUM_GRADS, TVO_ENUM_METRE, TVO_ENUM_DEGS, TVO_ENUM_DMY, {8, 8, 12}},
+      {true, '|', '#', TVO_ENUM_DMS, TVO_ENUM_LINKS, TVO_ENUM_RADS, TVO_ENUM_MJD, {9, 7, 10}},
+  };
+  std::string text;
+  for (int part = 0; part < parts; ++part) {
+    Dice dice(seed + static_cast<uint32_t>(part));
+    Replay records = RecordGenerator(cases[part % 2], dice).generate();
+    TextKeeper keeper;
+    writers::writeText(keeper, records, {cases[part % 2].align, cases[part % 2].decimals});
+    text += keeper.text;
+  }
+  return text;
+}
+
 }  // namespace tavo::tests

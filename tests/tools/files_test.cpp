@@ -59,6 +59,21 @@ TEST_F(FilesTest, DashIsTheStandardStream) {
   }
   EXPECT_EQ(expectOutput(0, {"format", "-", "-o", "-"}, text_),
             expectOutput(0, {"format", "survey.tvo", "-o", "-"}));
+  // Data files, too, by way of a temporary file, with the report on the standard error.
+  const std::string data = read("survey.dat");
+  ToolResult stored = run({"import", "-", "-o", "-"}, text_);
+  EXPECT_EQ(stored.status, 0);
+  EXPECT_EQ(stored.out, data);
+  EXPECT_NE(stored.err.find(summary), std::string::npos) << stored.err;
+  stored = run({"repair", "-", "-o", "-"}, data);
+  EXPECT_EQ(stored.status, 0);
+  EXPECT_EQ(stored.out, data);
+  EXPECT_EQ(expectOutput(0, {"build", "-", "-o", "-"}, data),
+            expectOutput(0, {"build", "survey.dat", "-o", "-"}));
+  EXPECT_EQ(behindHead(expectOutput(0, {"dump", "-"}, data)),
+            behindHead(expectOutput(0, {"dump", "survey.dat"})));
+  EXPECT_NE(expectOutput(0, {"verify", "-"}, data).find("(standard input): sound\n"), data.npos);
+  EXPECT_EQ(run({"verify", "-"}, text_).status, 2);
   // Findings with their lines, and the log in place of them.
   const std::string bad = "DATABASE\nJOBS (JobNo)\nABC;\nEND JOBS\nEND DATABASE\n";
   EXPECT_NE(expectOutput(1, {"check", "-"}, bad).find("syntax error: 'ABC'\n    ABC;\n"), bad.npos);
@@ -92,6 +107,9 @@ TEST_F(FilesTest, InterruptionAndFullDiskLeaveTheOldFile) {
   EXPECT_EQ(read("survey.dat"), data);
   expectOutput(0, {"import", "large.tvo", "-o", "large.dat"});
   EXPECT_EQ(runInterrupted({"build", "large.dat", "-o", "old.tvo"}, SIGINT), -SIGINT);
+  setenv("TMPDIR", ".", 1);
+  EXPECT_EQ(runInterrupted({"import", "large.tvo", "-o", "-"}, SIGINT), -SIGINT);
+  unsetenv("TMPDIR");
   EXPECT_EQ(temporaryFiles(), Arguments{});
 
   // A limit on the size of files stands for a full disk.

@@ -216,18 +216,18 @@ TEST_F(InspectTest, DiffMatchesRecordsByTheirKeys) {
       {base, {"--tolerance", "East=x"}, 2, "--tolerance"},
       {base, {"--tolerance", "Weast=1"}, 2, "'Weast' is no field"},
   };
-  write("base.tvo", base);
+  write("before.tvo", base);
   for (const auto& row : rows) {
-    write("other.tvo", row.other);
-    std::vector<std::string> call{"diff", "base.tvo", "other.tvo"};
+    write("after.tvo", row.other);
+    std::vector<std::string> call{"diff", "before.tvo", "after.tvo"};
     call.insert(call.end(), row.options.begin(), row.options.end());
     const ToolResult result = run(call);
     EXPECT_EQ(result.status, row.status) << row.shown << result.out;
     EXPECT_NE((result.out + result.err).find(row.shown), std::string::npos)
         << row.shown << result.out << result.err;
   }
-  run({"import", "base.tvo", "-o", "base.dat", "--overwrite"});
-  EXPECT_EQ(run({"diff", "base.tvo", "base.dat"}).status, 0);
+  run({"import", "before.tvo", "-o", "before.dat", "--overwrite"});
+  EXPECT_EQ(run({"diff", "before.tvo", "before.dat"}).status, 0);
 }
 
 TEST_F(InspectTest, DumpMakesTablesOfBlocks) {

@@ -7,16 +7,17 @@
 namespace tavo::tool {
 
 int build(const BuildOptions& options) {
+  DataFileInput file;
   StoredRecords records;
   Output output;
   std::string problem =
       targetProblem(options.output, options.file, OutputKind::kText, options.overwrite);
+  if (problem.empty()) problem = file.open(options.file);
   if (!problem.empty()) {
     complain(problem);
     return kFailed;
   }
-  if (const ExitStatus opened =
-          records.open(options.file, StoredRecords::Use::kText, options.force);
+  if (const ExitStatus opened = records.open(file, StoredRecords::Use::kText, options.force);
       opened != kSound) {
     return opened;
   }
@@ -30,7 +31,8 @@ int build(const BuildOptions& options) {
   const tavo_target target = output.target();
   const tavo_status status = tavo_build(&target, fetch, &records, &options.layout);
   if (status == TVO_ERR_NO_RECORD) {
-    complain("'" + options.file + "' holds records that begin no section (see 'tavo dump')");
+    complain("'" + file.name() + "' holds records that begin no section (see 'tavo dump'); use " +
+             "--force to leave them out");
     return kFindings;
   }
   if (status != TAVO_OK) {

@@ -68,6 +68,21 @@ void prepareConsole() {
 #endif
 }
 
+std::string temporaryFolder() {
+#ifdef _WIN32
+  wchar_t folder[MAX_PATH + 1];
+  const DWORD size = GetTempPathW(MAX_PATH + 1, folder);
+  std::string utf8(3 * size_t{size}, '\0');
+  const int bytes = WideCharToMultiByte(CP_UTF8, 0, folder, static_cast<int>(size), utf8.data(),
+                                        static_cast<int>(utf8.size()), nullptr, nullptr);
+  utf8.resize(static_cast<size_t>(std::max(bytes, 0)));
+  return utf8;
+#else
+  const char* const folder = std::getenv("TMPDIR");
+  return std::string(folder == nullptr || *folder == '\0' ? "/tmp" : folder) + "/";
+#endif
+}
+
 bool isTerminal(std::FILE* stream) {
 #ifdef _WIN32
   return _isatty(_fileno(stream)) != 0;

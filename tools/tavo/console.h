@@ -15,6 +15,9 @@ std::vector<std::string> arguments(int argc, char** argv);
 // Makes the standard output the same bytes on every platform. Called once, first of all.
 void prepareConsole();
 
+// The system's folder for temporary files, with a slash at its end.
+std::string temporaryFolder();
+
 bool isTerminal(std::FILE* stream);
 
 // Whether findings are printed in colour: on a terminal, unless NO_COLOR asks for none.

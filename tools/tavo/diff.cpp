@@ -95,7 +95,8 @@ class Side {
  public:
   // kFindings: it is there, but some of it could not be read.
   ExitStatus read(const std::string& path) {
-    return isDataFile(path) ? readDataFile(path) : readText(path);
+    const InputKind kind = inputKind(path);
+    return kind.stored ? readDataFile(path, kind.head) : readText(path, kind.head);
   }
 
   const std::string& name() const { return name_; }
@@ -107,8 +108,8 @@ class Side {
 
  private:
   void take(const tavo_record& record);
-  ExitStatus readText(const std::string& path);
-  ExitStatus readDataFile(const std::string& path);
+  ExitStatus readText(const std::string& path, const std::string& head);
+  ExitStatus readDataFile(const std::string& path, const std::string& head);
 
   std::string name_, hash_;
   std::map<uint32_t, Records> types_;
@@ -145,9 +146,9 @@ void Side::take(const tavo_record& record) {
   records.units.push_back(units_.size() - 1);
 }
 
-ExitStatus Side::readText(const std::string& path) {
+ExitStatus Side::readText(const std::string& path, const std::string& head) {
   InputText text;
-  if (const std::string problem = text.open(path); !problem.empty()) {
+  if (const std::string problem = text.open(path, head); !problem.empty()) {
     complain(problem);
     return kFailed;
   }
@@ -167,11 +168,17 @@ ExitStatus Side::readText(const std::string& path) {
   return kFindings;
 }
 
-ExitStatus Side::readDataFile(const std::string& path) {
-  name_ = path;
-  hash_ = InputText::hashOf(path);
+ExitStatus Side::readDataFile(const std::string& path, const std::string& head) {
+  DataFileInput file;
+  if (const std::string problem = file.open(path, head); !problem.empty()) {
+    complain(problem);
+    return kFailed;
+  }
+  const Json told = jsonOf("", file);
+  name_ = file.name();
+  if (told.contains("sha256")) hash_ = told["sha256"];
   StoredRecords records;
-  if (records.open(path, StoredRecords::Use::kPrint, false) != kSound) return kFailed;
+  if (records.open(file, StoredRecords::Use::kPrint, false) != kSound) return kFailed;
   tavo_record record{};
   for (uint32_t move = TVO_FIRST; records.fetch(move, &record) == TAVO_OK; move = TVO_NEXT) {
     take(record);

@@ -35,9 +35,7 @@ struct HeaderUnits {
   // False for a record that belongs to no HEADER.
   bool take(const tavo_record& record) {
     const tavo_schema_block* const block = tavo_schema_block_of(record.type);
-    const bool header =
-        std::string_view(block->parent) == "HEADER" || std::string_view(block->keyword) == "HEADER";
-    if (!header) return false;
+    if (!isHeader(record.type)) return false;
     if (record.type == block->columns_type) std::memcpy(&columns, record.bytes, sizeof columns);
     tavo_units_follow(&units, &columns, record.type, record.bytes);
     return true;
@@ -241,19 +239,23 @@ ExitStatus dumpText(const Dump& dump, const InputText& text) {
   return analysis.counts.errors > 0 ? kFindings : kSound;
 }
 
-ExitStatus dumpDataFile(const Dump& dump, const std::string& path) {
-  Json head = jsonOf(kShape);
-  head["file"] = toUtf8(path);
+ExitStatus dumpDataFile(const Dump& dump, const std::string& path, const std::string& streamed) {
+  DataFileInput file;
+  if (const std::string problem = file.open(path, streamed); !problem.empty()) {
+    complain(problem);
+    return kFailed;
+  }
   // Before the file is open, since nobody else reads it then.
-  if (std::string hash = InputText::hashOf(path); !hash.empty()) head["sha256"] = hash;
+  Json head = jsonOf(kShape, file);
   StoredRecords records;
-  if (const ExitStatus opened = records.open(path, StoredRecords::Use::kPrint, dump.options.force);
+  if (const ExitStatus opened = records.open(file, StoredRecords::Use::kPrint, dump.options.force);
       opened != kSound) {
     return opened;
   }
-  // A data file keeps one HEADER, in front of everything else.
-  RecordPrinter printer(RecordPrinter::Order::kDataFile, valuesOf(dump.options),
-                        dump.options.allFields);
+  // A compatible one keeps one HEADER, in front of everything else.
+  const auto order =
+      records.complete() ? RecordPrinter::Order::kText : RecordPrinter::Order::kDataFile;
+  RecordPrinter printer(order, valuesOf(dump.options), dump.options.allFields);
   tavo_record record{};
   HeaderUnits first;
   uint32_t move = TVO_FIRST;
@@ -262,6 +264,8 @@ ExitStatus dumpDataFile(const Dump& dump, const std::string& path) {
   const std::string name = toUtf8(path);
   for (move = TVO_FIRST; records.fetch(move, &record) == TAVO_OK; move = TVO_NEXT) {
     if (!printRecord(dump, name, record, &printer)) break;
+    if (record.type == TVO_RECORD_UNITS && !units.follow(printer.units())) break;
+    if (interrupted()) return kFailed;
   }
   if (!flushOutput()) return kFailed;
   return records.complainOfLosses() ? kFindings : kSound;
@@ -280,8 +284,10 @@ void prepareTable(Dump* dump) {
       if (text.open(path).empty()) eachRecord(text, take, false);
       continue;
     }
+    DataFileInput file;
     StoredRecords records;
-    if (records.open(path, StoredRecords::Use::kPrint, dump->options.force) != kSound) continue;
+    if (!file.open(path).empty()) continue;
+    if (records.open(file, StoredRecords::Use::kPrint, dump->options.force) != kSound) continue;
     tavo_record record{};
     for (uint32_t move = TVO_FIRST; records.fetch(move, &record) == TAVO_OK; move = TVO_NEXT) {
       take(record);
@@ -310,11 +316,12 @@ int dump(const DumpOptions& options) {
   int status = kSound;
   for (const std::string& path : options.files) {
     ExitStatus result = kFailed;
-    if (isDataFile(path)) {
-      result = dumpDataFile(dump, path);
+    const InputKind kind = inputKind(path);
+    if (kind.stored) {
+      result = dumpDataFile(dump, path, kind.head);
     } else {
       InputText text;
-      if (const std::string problem = text.open(path); !problem.empty()) {
+      if (const std::string problem = text.open(path, kind.head); !problem.empty()) {
         complain(problem);
       } else {
         result = dumpText(dump, text);

@@ -179,7 +179,7 @@ std::string csvLines(const InputText& text, const Analysis& analysis) {
     lines += csvLine({toUtf8(text.name()), found.line > 0 ? std::to_string(found.line) : "",
                       placed ? std::to_string(found.column) : "",
                       placed ? std::to_string(found.length) : "", found.code(),
-                      kindName(found.kind), toUtf8(found.message()), toUtf8(found.detail),
+                      findingKind(found.kind), toUtf8(found.message()), toUtf8(found.detail),
                       found.message() == found.text ? "" : toUtf8(found.text), toUtf8(found.source),
                       owner.block, owner.number != 0 ? std::to_string(owner.number) : "",
                       toUtf8(owner.id), at ? number(at->x) : "", at ? number(at->y) : "",

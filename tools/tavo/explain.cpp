@@ -85,7 +85,7 @@ void printMarkdown(const Topic& topic) {
 
 Json topicJson(const Topic& topic) {
   Json json{{"code", topic.code()},
-            {"kind", topic.letter == 'T' ? "rule" : kindName(topic.severity)},
+            {"kind", topic.letter == 'T' ? "rule" : findingKind(topic.severity)},
             {"severity", severityName(topic.severity)},
             {"name", topic.name},
             {"meaning", topic.meaning},

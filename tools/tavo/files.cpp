@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <iterator>
-#include <string_view>
+#include <random>
 #include <utility>
 
 #include "console.h"
@@ -13,7 +13,7 @@ namespace tavo::tool {
 
 namespace {
 
-constexpr const char* kNoStream = "a data file is no stream, it needs a name";
+constexpr size_t kBlock = 1U << 16;
 
 // Calls a function with each line of a text until that returns true; whether it did.
 template <class Function>
@@ -90,7 +90,7 @@ std::string openProblem(const std::string& path, uint32_t reason) {
 
 std::string targetProblem(const std::string& target, const std::string& input, OutputKind kind,
                           bool overwrite) {
-  if (isStream(target)) return kind == OutputKind::kDataFile ? kNoStream : "";
+  if (isStream(target)) return {};
   if (!input.empty() && tavo_same_file(target.c_str(), input.c_str()) != 0) {
     return "'" + target + "' is the input itself; it is not overwritten";
   }
@@ -99,32 +99,68 @@ std::string targetProblem(const std::string& target, const std::string& input, O
   if (found != TAVO_PATH_FILE) return "'" + target + "' is not a regular file";
   const ReadFile file(target);
   if (!file.isOpen()) return "cannot replace " + file.problem();
-  std::string head(1U << 16, '\0');
+  std::string head(kBlock, '\0');
   head.resize(static_cast<size_t>(std::max<int64_t>(file.read(head.data(), head.size()), 0)));
   const KindTraits& traits = traitsOf(kind);
   if (overwrite || head.empty() || traits.matches(head)) return {};
   return "'" + target + "' is there and is no " + traits.name + "; use --overwrite to replace it";
 }
 
+// The output never takes the place whose name it is made from.
+bool TemporaryFile::make() {
+  const std::string name = "tavo-" + std::to_string(std::random_device()()) + ".dat";
+  return tavo_output_create(&file_, (temporaryFolder() + name).c_str()) == TAVO_OK;
+}
+
+std::string streamHead() {
+  std::string head(kBlock, '\0');
+  head.resize(std::fread(head.data(), 1, head.size(), stdin));
+  return head;
+}
+
+std::string DataFileInput::open(const std::string& path, std::string_view head) {
+  path_ = name_ = path;
+  if (!isStream(path)) return {};
+  name_ = "(standard input)";
+  stream_.emplace();
+  bool kept = stream_->make() && stream_->write(head);
+  std::string block(kBlock, '\0');
+  for (size_t read = 1; kept && read > 0 && !interrupted();) {
+    read = std::fread(block.data(), 1, block.size(), stdin);
+    kept = stream_->write(std::string_view(block).substr(0, read));
+  }
+  kept = kept && stream_->close() && std::ferror(stdin) == 0 && !interrupted();
+  if (!kept) return "keeping the standard input in a temporary file failed";
+  path_ = stream_->path();
+  return {};
+}
+
 std::string Output::open(const std::string& target, Writer writer) {
   target_ = target;
-  if (isStream(target)) return {};
-  const size_t slash = target.find_last_of("/\\");
-  const std::string folder = slash == target.npos ? "." : target.substr(0, slash + 1);
+  std::string path = target;
+  if (isStream(target)) {
+    if (writer == Writer::kTool) return {};
+    if (!stream_.emplace().make()) return "a temporary file for the standard output cannot be made";
+    if (writer == Writer::kOther) return {};
+    path = stream_->path();
+  }
+  const size_t slash = path.find_last_of("/\\");
+  const std::string folder = slash == path.npos ? "." : path.substr(0, slash + 1);
   if (tavo_path_kind(folder.c_str(), nullptr) == TAVO_PATH_MISSING) {
-    return "cannot write " + openProblem(target, TAVO_REASON_MISSING);
+    return "cannot write " + openProblem(path, TAVO_REASON_MISSING);
   }
   // The first write, of nothing here, makes the file.
-  const bool made = tavo_output_create(&output_, target.c_str()) == TAVO_OK &&
+  const bool made = tavo_output_create(&output_, path.c_str()) == TAVO_OK &&
                     (writer == Writer::kOther || tavo_output_write(output_, "", 0) == TAVO_OK);
-  return made ? "" : "cannot write " + openProblem(target, TAVO_REASON_DENIED);
+  return made ? "" : "cannot write " + openProblem(path, TAVO_REASON_DENIED);
 }
 
 bool Output::write(const void* bytes, size_t size) {
   if (interrupted()) return false;
-  return output_ == nullptr
-             ? std::fwrite(bytes, 1, size, stdout) == size
-             : tavo_output_write_text(output_, static_cast<const char*>(bytes), size) == TAVO_OK;
+  if (output_ == nullptr) return std::fwrite(bytes, 1, size, stdout) == size;
+  const auto* const text = static_cast<const char*>(bytes);
+  return (isStream(target_) ? tavo_output_write(output_, text, size)
+                            : tavo_output_write_text(output_, text, size)) == TAVO_OK;
 }
 
 tavo_target Output::target() {
@@ -136,13 +172,28 @@ tavo_target Output::target() {
   return target;
 }
 
+bool Output::copyStream() {
+  const ReadFile file(stream_->path());
+  std::string block(kBlock, '\0');
+  int64_t read = file.isOpen() ? 1 : -1;
+  while (read > 0 && !interrupted()) {
+    read = file.read(block.data(), block.size());
+    const auto size = static_cast<size_t>(std::max<int64_t>(read, 0));
+    if (std::fwrite(block.data(), 1, size, stdout) != size) break;
+  }
+  if (read < 0) complain("reading a temporary file failed");
+  return read >= 0 && !interrupted();
+}
+
 bool Output::commit() {
   if (interrupted()) return false;
-  if (output_ == nullptr) return flushOutput();
-  if (tavo_output_commit(std::exchange(output_, nullptr)) == TAVO_OK) return true;
-  complain("cannot replace '" + target_ +
-           "'; another program may hold it open, or the disk is full");
-  return false;
+  if (output_ != nullptr && tavo_output_commit(std::exchange(output_, nullptr)) != TAVO_OK) {
+    complain("cannot replace '" + target_ +
+             "'; another program may hold it open, or the disk is full");
+    return false;
+  }
+  if (stream_ && !copyStream()) return false;
+  return !isStream(target_) || flushOutput();
 }
 
 }  // namespace tavo::tool

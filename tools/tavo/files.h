@@ -3,7 +3,9 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
+#include <string_view>
 
 #include "interrupt.h"
 #include "tavo/survey.h"
@@ -32,6 +34,7 @@ class ReadFile {
   uint32_t reason() const { return reason_; }
   // Bytes read, 0 at the end, -1 on failure.
   int64_t read(char* bytes, size_t room) const { return tavo_file_read(bytes, room, file_); }
+  bool seek(uint64_t place) const { return tavo_file_seek(file_, place) == TAVO_OK; }
 
  private:
   std::string path_;
@@ -46,13 +49,54 @@ enum class OutputKind { kText, kLog, kDataFile };
 std::string targetProblem(const std::string& target, const std::string& input, OutputKind kind,
                           bool overwrite);
 
-// Output under a temporary name beside its target, or to the standard output as it comes. One that
-// was not committed leaves no trace, not even when the program is interrupted.
+// A file in the system's folder for temporary files, for a data file that comes or goes as a
+// stream. It is gone when the object is, also when the program is interrupted.
+class TemporaryFile {
+ public:
+  TemporaryFile() = default;
+  TemporaryFile(const TemporaryFile&) = delete;
+  TemporaryFile& operator=(const TemporaryFile&) = delete;
+  ~TemporaryFile() { tavo_output_abandon(file_); }
+
+  // False when no file can be made there. Until the first write somebody else may make it.
+  bool make();
+  bool write(std::string_view bytes) {
+    return tavo_output_write(file_, bytes.data(), bytes.size()) == TAVO_OK;
+  }
+  bool close() { return tavo_output_close(file_) == TAVO_OK; }
+  const char* path() const { return tavo_output_path(file_); }
+
+ private:
+  Interruptible interruptible_;
+  tavo_output* file_ = nullptr;
+};
+
+// What can be read of the standard input's beginning, to see of what kind it is.
+std::string streamHead();
+
+// The data file that a verb reads: that of a path, or the standard input in a temporary file.
+class DataFileInput {
+ public:
+  // Why it cannot be had, or an empty text. head: what was read of the standard input already.
+  std::string open(const std::string& path, std::string_view head = {});
+  // Where it is, and what messages call it.
+  const std::string& path() const { return path_; }
+  const std::string& name() const { return name_; }
+
+ private:
+  std::string path_, name_;
+  std::optional<TemporaryFile> stream_;
+};
+
+// Output under a temporary name beside its target, or to the standard output: a text as it comes,
+// what somebody else makes when it is complete. One that was not committed leaves no trace, not
+// even when the program is interrupted.
 class Output {
  public:
   enum class Writer {
-    kTool,  // write() below
-    kOther  // somebody else makes the file at path()
+    kTool,   // write() below
+    kHeld,   // the same; the standard output gets it at commit, until then it is at path(), too
+    kOther,  // somebody else makes the file at path()
   };
 
   Output() = default;
@@ -62,7 +106,9 @@ class Output {
 
   // Why no output can be made there, or an empty text when it is.
   std::string open(const std::string& target, Writer writer = Writer::kTool);
-  const char* path() const { return tavo_output_path(output_); }
+  const char* path() const {
+    return output_ == nullptr ? stream_->path() : tavo_output_path(output_);
+  }
   bool write(const void* bytes, size_t size);
   // The output as the layer's target of a text.
   tavo_target target();
@@ -70,9 +116,12 @@ class Output {
   bool commit();
 
  private:
+  bool copyStream();
+
   Interruptible interruptible_;
   std::string target_;
-  tavo_output* output_ = nullptr;  // none for the standard output
+  tavo_output* output_ = nullptr;        // none for the standard output that is not held
+  std::optional<TemporaryFile> stream_;  // what comes to it at commit
 };
 
 }  // namespace tavo::tool

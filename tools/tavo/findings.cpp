@@ -62,6 +62,7 @@ struct Observer {
     tavo_analysis_options options = TAVO_ANALYSIS_OPTIONS_INIT;
     options.max_errors = wanted.maxErrors;
     options.log = wanted.log;
+    options.plain_records = wanted.plainRecords ? 1 : 0;
     if (take != nullptr) options.on_record = &Observer::record;
     options.on_finding = &Observer::finding;
     options.on_progress = &Observer::progress;
@@ -127,7 +128,7 @@ Found::Found(const tavo_finding& finding)
   }
 }
 
-const char* kindName(uint32_t kind) { return kStyles[kind].name; }
+const char* findingKind(uint32_t kind) { return kStyles[kind].name; }
 
 std::string Found::code() const {
   return (deep ? 'T' : kStyles[kind].letter) + std::to_string(number);
@@ -226,7 +227,7 @@ void complainOfNotes(const InputText& text, const Analysis& analysis) {
 }
 
 Json findingJson(const Found& found) {
-  Json json{{"code", found.code()}, {"kind", kindName(found.kind)}};
+  Json json{{"code", found.code()}, {"kind", findingKind(found.kind)}};
   if (found.line > 0) json["line"] = found.line;
   if (found.column > 0) json["column"] = found.column;
   if (found.column > 0) json["length"] = found.length;

@@ -55,7 +55,7 @@ struct Found {
 };
 
 // "error", "warning", "note".
-const char* kindName(uint32_t kind);
+const char* findingKind(uint32_t kind);
 
 // Result of reading a text.
 struct Analysis {
@@ -79,7 +79,8 @@ struct Analysis {
 struct AnalysisOptions {
   tavo_target log = TAVO_TARGET_INIT;  // nowhere: no log is kept
   uint16_t maxErrors = UINT16_MAX;
-  bool progress = true;  // a bar on the terminal
+  bool progress = true;       // a bar on the terminal
+  bool plainRecords = false;  // line and presence of records are not needed
 };
 
 // Runs the analysis of a text and hands each record to take, if there is one. An interruption of

@@ -383,9 +383,9 @@ void printForPerson(const Json& json) {
 }
 
 // Both give the members that are told, or nothing behind a complaint.
-ExitStatus readText(const std::string& path, Json* json) {
+ExitStatus readText(const std::string& path, const std::string& head, Json* json) {
   InputText text;
-  if (const std::string problem = text.open(path); !problem.empty()) {
+  if (const std::string problem = text.open(path, head); !problem.empty()) {
     complain(problem);
     return kFailed;
   }
@@ -410,17 +410,20 @@ ExitStatus readText(const std::string& path, Json* json) {
   return analysis.counts.errors > 0 ? kFindings : kSound;
 }
 
-ExitStatus readDataFile(const std::string& path, Json* json) {
-  *json = jsonOf("tavo-info/1");
-  (*json)["file"] = toUtf8(path);
+ExitStatus readDataFile(const std::string& path, const std::string& head, Json* json) {
+  DataFileInput file;
+  if (const std::string problem = file.open(path, head); !problem.empty()) {
+    complain(problem);
+    return kFailed;
+  }
   // Before the file is open, since nobody else reads it then.
-  if (std::string hash = InputText::hashOf(path); !hash.empty()) (*json)["sha256"] = hash;
+  *json = jsonOf("tavo-info/1", file);
   uint64_t size = 0;
-  tavo_path_kind(path.c_str(), &size);
+  tavo_path_kind(file.path().c_str(), &size);
   (*json)["kind"] = "data file";
   (*json)["size"] = size;
   StoredRecords records;
-  const ExitStatus opened = records.open(path, StoredRecords::Use::kPrint, false);
+  const ExitStatus opened = records.open(file, StoredRecords::Use::kPrint, false);
   if (opened != kSound) return opened;
   Summary summary;
   tavo_record record{};
@@ -437,7 +440,9 @@ int info(const InfoOptions& options) {
   int status = kSound;
   for (const std::string& path : options.files) {
     Json json;
-    const ExitStatus result = isDataFile(path) ? readDataFile(path, &json) : readText(path, &json);
+    const InputKind kind = inputKind(path);
+    const ExitStatus result =
+        kind.stored ? readDataFile(path, kind.head, &json) : readText(path, kind.head, &json);
     status = std::max(status, static_cast<int>(result));
     if (!json.contains("records")) continue;
     if (options.form == Form::kJson) {

@@ -52,10 +52,12 @@ const struct {
 } kSignals[] = {
     {SIGINT, note}, {SIGTERM, note}, {SIGHUP, note}, {SIGPIPE, note}, {SIGXFSZ, SIG_IGN}};
 struct sigaction before[std::size(kSignals)];
+int living = 0;
 
 }  // namespace
 
 Interruptible::Interruptible() {
+  if (living++ > 0) return;
   for (size_t i = 0; i < std::size(kSignals); ++i) {
     struct sigaction action = {};
     action.sa_handler = kSignals[i].handler;
@@ -66,6 +68,7 @@ Interruptible::Interruptible() {
 }
 
 Interruptible::~Interruptible() {
+  if (--living > 0) return;
   for (size_t i = 0; i < std::size(kSignals); ++i) {
     sigaction(kSignals[i].number, &before[i], nullptr);
   }

@@ -4,7 +4,7 @@
 
 namespace tavo::tool {
 
-// While one of these lives a request to end the program is only noted.
+// While at least one of these lives a request to end the program is only noted.
 class Interruptible {
  public:
   Interruptible();

@@ -3,6 +3,7 @@
 
 #include <cstdio>
 
+#include "files.h"
 #include "input_text.h"
 #include "tavo/survey.h"
 #include "text.h"
@@ -13,11 +14,23 @@ Json jsonOf(const char* schema) {
   return {{"schema", schema}, {"tool", std::string("tavo ") + tavo_version()}};
 }
 
-Json jsonOf(const char* schema, const InputText& text) {
+namespace {
+
+Json withInput(const char* schema, const std::string& name, std::string hash) {
   Json json = jsonOf(schema);
-  json["file"] = toUtf8(text.name());
-  if (std::string hash = text.hash(); !hash.empty()) json["sha256"] = std::move(hash);
+  json["file"] = toUtf8(name);
+  if (!hash.empty()) json["sha256"] = std::move(hash);
   return json;
+}
+
+}  // namespace
+
+Json jsonOf(const char* schema, const InputText& text) {
+  return withInput(schema, text.name(), text.hash());
+}
+
+Json jsonOf(const char* schema, const DataFileInput& file) {
+  return withInput(schema, file.name(), InputText::hashOf(file.path()));
 }
 
 std::string oneLine(const Json& value) {
@@ -35,9 +48,9 @@ std::string oneLine(const Json& value) {
   return line;
 }
 
-bool printLine(const Json& value) {
+bool printLine(const Json& value, std::FILE* out) {
   const std::string line = oneLine(value) + "\n";
-  return std::fwrite(line.data(), 1, line.size(), stdout) == line.size();
+  return std::fwrite(line.data(), 1, line.size(), out) == line.size();
 }
 
 }  // namespace tavo::tool

@@ -2,11 +2,13 @@
 // hash, their input. Members without a value are left out.
 #pragma once
 
+#include <cstdio>
 #include <nlohmann/json.hpp>
 #include <string>
 
 namespace tavo::tool {
 
+class DataFileInput;
 class InputText;
 
 using Json = nlohmann::ordered_json;
@@ -15,11 +17,12 @@ using Json = nlohmann::ordered_json;
 Json jsonOf(const char* schema);
 // The same with "file" and "sha256".
 Json jsonOf(const char* schema, const InputText& text);
+Json jsonOf(const char* schema, const DataFileInput& file);
 
 // On one line, with the control characters that JSON allows raw written as \u00xx, since terminals
 // act on them.
 std::string oneLine(const Json& value);
 // Prints it as a line; false when the standard output takes no more.
-bool printLine(const Json& value);
+bool printLine(const Json& value, std::FILE* out = stdout);
 
 }  // namespace tavo::tool

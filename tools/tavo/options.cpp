@@ -100,17 +100,21 @@ void addImport(CLI::App& app, Action* action) {
   const auto options = std::make_shared<ImportOptions>();
   CLI::App* const verb =
       addVerb(app, "import", "Read a text into a new data file",
-              "A data file of that name is replaced when the new one is complete. Lines with\n"
-              "errors are shown and left out, and so are the record types that a data file does\n"
-              "not keep; both are counted.\n"
-              "Exit status: 0 no errors, 1 errors in the text or no record in it (then nothing\n"
-              "is written), 2 a file cannot be read or written.\n\n"
+              "A data file of that name is replaced when the new one is complete. It keeps every\n"
+              "record in its order; lines with errors are shown and left out. With --compatible\n"
+              "it is of the kind that the library's TVO functions read and write: what that does\n"
+              "not keep is left out and counted, and a text is refused that could not be built\n"
+              "from it again, with a second HEADER or an item twice in one.\n"
+              "Exit status: 0 no errors, 1 errors in the text, or nothing written since there is\n"
+              "no record in it or it is refused, 2 a file cannot be read or written.\n\n"
               "Example: tavo import survey.tvo -o survey.dat");
   verb->add_option("FILE", options->file, "Text")->required()->type_name("");
   verb->add_option("-o,--output", options->dataFile, "Data file to make")
       ->required()
       ->type_name("PATH");
   addOverwrite(verb, &options->overwrite);
+  verb->add_flag("--compatible", options->compatible,
+                 "Make the kind of data file that the TVO functions use");
   verb->callback([=] { *action = [=] { return import(*options); }; });
 }
 
@@ -125,6 +129,25 @@ void addVerify(CLI::App& app, Action* action) {
   verb->add_option("DATAFILE", options->dataFile, "Data file")->required()->type_name("");
   addForm(verb, &options->json);
   verb->callback([=] { *action = [=] { return verify(*options); }; });
+}
+
+void addRepair(CLI::App& app, Action* action) {
+  const auto options = std::make_shared<RepairOptions>();
+  CLI::App* const verb =
+      addVerb(app, "repair", "Save what is whole in a damaged data file into a new one",
+              "Takes every record that is whole, wherever in the file it stands, and makes keys\n"
+              "and counts anew. Tells by record type how many were found, how many are damaged\n"
+              "and how many were found twice. The damaged file stays as it is.\n"
+              "Exit status: 0 nothing is missing, 1 records are missing, 2 a file cannot be read\n"
+              "or written, or has no record at all.\n\n"
+              "Example: tavo repair survey.dat -o survey-new.dat");
+  verb->add_option("DATAFILE", options->file, "Data file")->required()->type_name("");
+  verb->add_option("-o,--output", options->dataFile, "Data file to make")
+      ->required()
+      ->type_name("PATH");
+  addOverwrite(verb, &options->overwrite);
+  addForm(verb, &options->json);
+  verb->callback([=] { *action = [=] { return repair(*options); }; });
 }
 
 namespace {
@@ -159,17 +182,20 @@ void addLayout(CLI::App* verb, const std::shared_ptr<BuildOptions>& options) {
 
 void addBuild(CLI::App& app, Action* action) {
   const auto options = std::make_shared<BuildOptions>();
-  CLI::App* const verb = addVerb(app, "build", "Write the records of a data file as text",
-                                 "Values are rounded to the decimals. Nothing is written from a "
-                                 "data file that 'tavo verify'\n"
-                                 "finds damaged.\n"
-                                 "Exit status: 0 all records written, 1 the data file is damaged "
-                                 "or keeps records that it\n"
-                                 "cannot give back, 2 a file cannot be read or written.\n\n"
-                                 "Example: tavo build survey.dat -o survey.tvo --decimals 4,3,10");
+  CLI::App* const verb = addVerb(
+      app, "build", "Write the records of a data file as text",
+      "Values are rounded to the decimals. Nothing is written from a "
+      "data file that 'tavo verify'\n"
+      "finds damaged.\n"
+      "Exit status: 0 all records written, 1 the data file is damaged "
+      "or a compatible one has\n"
+      "time-tagged codes, which it cannot give back, 2 a file cannot be read or written.\n\n"
+      "Example: tavo build survey.dat -o survey.tvo --decimals 4,3,10");
   verb->add_option("DATAFILE", options->file, "Data file")->required()->type_name("");
   addLayout(verb, options);
-  verb->add_flag("--force", options->force, "Write what can be read of a damaged data file");
+  verb->add_flag("--force", options->force,
+                 "Write what can be read of a damaged data file, without records "
+                 "that begin no section");
   verb->callback([=] { *action = [=] { return build(*options); }; });
 }
 

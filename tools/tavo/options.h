@@ -28,6 +28,7 @@ void addCheck(CLI::App& app, Action* action);
 void addDump(CLI::App& app, Action* action);
 void addImport(CLI::App& app, Action* action);
 void addVerify(CLI::App& app, Action* action);
+void addRepair(CLI::App& app, Action* action);
 void addBuild(CLI::App& app, Action* action);
 void addFormat(CLI::App& app, Action* action);
 void addTimeline(CLI::App& app, Action* action);

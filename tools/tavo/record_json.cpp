@@ -146,6 +146,34 @@ std::string recordName(uint32_t type) {
   return block->data_type == type ? name : name + " points";
 }
 
+bool isHeader(uint32_t type) {
+  const tavo_schema_block* const block = tavo_schema_block_of(type);
+  return block != nullptr && (std::string_view(block->keyword) == "HEADER" ||
+                              std::string_view(block->parent) == "HEADER");
+}
+
+std::string uniqueName(uint32_t type) {
+  const tavo_schema_block* const block = tavo_schema_block_of(type);
+  if (block == nullptr) return recordName(type);
+  int twins = 0;
+  const tavo_schema_block* other = nullptr;
+  for (size_t i = 0; (other = tavo_schema_block_at(i)) != nullptr; ++i) {
+    if (other->columns_type != 0 && std::string_view(other->keyword) == block->keyword) ++twins;
+  }
+  return (twins > 1 ? block->parent + std::string("/") : "") + recordName(type);
+}
+
+Json findingJson(const tavo_store_finding& finding) {
+  Json json{{"kind", finding.kind == TAVO_NOTE ? "note" : "error"}};
+  if (finding.page >= 0) json["page"] = finding.page;
+  if (finding.record != 0) json["record"] = finding.record;
+  if (finding.record_type != 0) json["type"] = finding.record_type;
+  if (finding.record_type != 0) json["block"] = recordName(finding.record_type);
+  if (finding.block != 0) json["blockNo"] = finding.block;
+  json["message"] = toUtf8(finding.text);
+  return json;
+}
+
 Json dateJson(const DateTime& date) {
   if (isNone(date)) return nullptr;
   char text[64];

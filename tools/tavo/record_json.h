@@ -23,6 +23,12 @@ std::string blockPath(const tavo_schema_block* block);
 
 // "POINTS", "POINTS columns", "OPERATIONS points".
 std::string recordName(uint32_t type);
+// The same, with the block around it where several blocks have one keyword: "LINES/EDGES".
+std::string uniqueName(uint32_t type);
+// What is wrong in a data file, with the record and block that it is about.
+Json findingJson(const tavo_store_finding& finding);
+// Whether it belongs to a HEADER or a block in one.
+bool isHeader(uint32_t type);
 
 // The double with the shortest decimal form that still names the float, so that 1.31 shows as such.
 double shortest(float value);

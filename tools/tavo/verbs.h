@@ -52,9 +52,18 @@ int dump(const DumpOptions& options);
 struct ImportOptions {
   std::string file;
   std::string dataFile;
-  bool overwrite = false;  // the data file's, whatever it is
+  bool overwrite = false;   // the data file's, whatever it is
+  bool compatible = false;  // of the kind that the exported functions use
 };
 int import(const ImportOptions& options);
+
+struct RepairOptions {
+  std::string file;
+  std::string dataFile;
+  bool overwrite = false;  // the new data file's, whatever it is
+  bool json = false;
+};
+int repair(const RepairOptions& options);
 
 struct VerifyOptions {
   std::string dataFile;

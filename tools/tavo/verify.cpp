@@ -12,19 +12,10 @@ namespace tavo::tool {
 
 namespace {
 
-Json findingJson(const tavo_store_finding& finding) {
-  Json json{{"kind", finding.kind == TAVO_NOTE ? "note" : "error"}};
-  if (finding.page >= 0) json["page"] = finding.page;
-  if (finding.record != 0) json["record"] = finding.record;
-  if (finding.record_type != 0) json["type"] = finding.record_type;
-  if (finding.record_type != 0) json["block"] = recordName(finding.record_type);
-  json["message"] = toUtf8(finding.text);
-  return json;
-}
-
 // The findings in one of the two forms.
 struct Report {
   const VerifyOptions& options;
+  std::string name;
   Json findings = Json::array();
 
   static void take(const tavo_store_finding* finding, void* user) {
@@ -32,8 +23,7 @@ struct Report {
     if (report->options.json) {
       report->findings.push_back(findingJson(*finding));
     } else {
-      std::printf("%s: %s\n", printable(report->options.dataFile).c_str(),
-                  printable(finding->text).c_str());
+      std::printf("%s: %s\n", report->name.c_str(), printable(finding->text).c_str());
     }
   }
 };
@@ -50,6 +40,9 @@ void printForPerson(const std::string& path, const tavo_store_statistics& file) 
   if (file.keys_compared == 0) {
     std::printf("  note: keys are not compared with records, since not all of them can be read\n");
   }
+  std::printf("  %s data file%s\n", kindName(file.kind),
+              file.kind == TAVO_STORE_COMPLETE ? ", which keeps every record in its order"
+                                               : ", which the TVO functions use");
   std::printf("  height %u, pages filled to %.1f %%\n", file.height, 100 * file.fill_factor);
   std::printf("  %s", counted(file.records, "record").c_str());
   if (file.free_numbers > 0) {
@@ -68,11 +61,10 @@ void printForPerson(const std::string& path, const tavo_store_statistics& file) 
   }
 }
 
-void printJson(const std::string& path, const tavo_store_statistics& file, Json findings) {
-  Json json = jsonOf("tavo-verify/1");
-  json["file"] = toUtf8(path);
-  if (std::string hash = InputText::hashOf(path); !hash.empty()) json["sha256"] = std::move(hash);
+void printJson(const DataFileInput& input, const tavo_store_statistics& file, Json findings) {
+  Json json = jsonOf("tavo-verify/1", input);
   json["status"] = file.findings == 0 ? "sound" : "damaged";
+  json["kind"] = kindName(file.kind);
   json["fileSize"] = file.file_size;
   json["height"] = file.height;
   json["pagesInUse"] = file.pages_in_use;
@@ -84,7 +76,7 @@ void printJson(const std::string& path, const tavo_store_statistics& file, Json 
   json["freeNumbers"] = file.free_numbers;
   Json byType = Json::object();
   for (uint32_t type = 0; type < std::size(file.records_by_type); ++type) {
-    if (file.records_by_type[type] > 0) byType[recordName(type)] = file.records_by_type[type];
+    if (file.records_by_type[type] > 0) byType[uniqueName(type)] = file.records_by_type[type];
   }
   json["recordsByType"] = std::move(byType);
   json["findings"] = std::move(findings);
@@ -94,22 +86,25 @@ void printJson(const std::string& path, const tavo_store_statistics& file, Json 
 }  // namespace
 
 int verify(const VerifyOptions& options) {
-  if (const std::string problem = storedProblem(options.dataFile); !problem.empty()) {
+  DataFileInput input;
+  std::string problem = input.open(options.dataFile);
+  if (problem.empty()) problem = storedProblem(input);
+  if (!problem.empty()) {
     complain(problem);
     return kFailed;
   }
-  Report report{options};
+  Report report{options, printable(input.name())};
   tavo_store_statistics file = TAVO_STORE_STATISTICS_INIT;
-  const tavo_status status =
-      tavo_store_verify(options.dataFile.c_str(), &Report::take, &report, &file);
+  const tavo_status status = tavo_store_verify(input.path().c_str(), &Report::take, &report, &file);
+  if (interrupted()) return kFailed;
   if (status != TAVO_OK) {
-    complain("reading '" + options.dataFile + "' failed: " + tavo_status_text(status));
+    complain("reading '" + input.name() + "' failed: " + tavo_status_text(status));
     return kFailed;
   }
   if (options.json) {
-    printJson(options.dataFile, file, std::move(report.findings));
+    printJson(input, file, std::move(report.findings));
   } else {
-    printForPerson(printable(options.dataFile), file);
+    printForPerson(report.name, file);
   }
   if (!flushOutput()) return kFailed;
   return file.findings == 0 ? kSound : kFindings;

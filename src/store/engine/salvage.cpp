@@ -233,12 +233,12 @@ void Salvager::settleGroup(std::size_t begin, std::size_t end) {
   std::vector<Bytes> taken;
   for (std::size_t first = begin; first < end && pieces_[first].piece == 0; ++first) {
     if (!assemble(begin, end, first)) continue;
-    if (!taken.empty() && hooks_.twice) hooks_.twice(packed_[kRecordType]);
+    if (!taken.empty() && hooks_.twice) hooks_.twice(pieces_[first].record, packed_[kRecordType]);
     if (std::ranges::find(taken, packed_) != taken.end()) continue;
     taken.push_back(packed_);
     // Behind all pieces, so that those of the group stay what they are.
     records_.push_back({order_, pieces_[first].record, pieces_.size()});
-    for (const std::size_t i : chosen_) pieces_.push_back(Piece(pieces_[i]));
+    for (const std::size_t i : chosen_) pieces_.emplace_back(pieces_[i]);
     const auto number = static_cast<std::size_t>(pieces_[first].record);
     if (number < found_.size()) found_[number] = true;
   }
@@ -261,8 +261,7 @@ int Salvager::deliver() {
 
 // Pieces of pages that make no record. What looks like one in rubble need not be one.
 void Salvager::loseGroups() {
-  for (std::size_t i = 0; i < pieces_.size(); ++i) {
-    const Piece& piece = pieces_[i];
+  for (const Piece& piece : pieces_) {
     const auto number = static_cast<std::size_t>(piece.record);
     if (number >= found_.size() || found_[number] || !mentioned_[number]) continue;
     if (piece.piece != 0 || !readPage(piece.page)) continue;

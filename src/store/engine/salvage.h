@@ -17,7 +17,7 @@ struct SalvageHooks {
   // A sound record, in that order. Another result than 0 ends the salvage with it.
   std::function<int(std::int32_t number, const std::uint8_t* packed, std::size_t size)> record;
   // A further sound record of a number, passed over when it is the same as one before.
-  std::function<void(std::uint8_t type)> twice;
+  std::function<void(std::int32_t number, std::uint8_t type)> twice;
   // A record that was there but is not sound, with the bytes of its first piece, or without any,
   // and its key in index 1, or none.
   std::function<void(std::int32_t number, const std::uint8_t* piece, std::size_t size,

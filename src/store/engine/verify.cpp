@@ -1,5 +1,5 @@
 // Checks a whole store file. It reads the pages itself, one at a time, and trusts nothing but the
-// header's signature.
+// header's signature. What it keeps of each record is two bits; a damaged file is walked twice.
 #include "store/engine/verify.h"
 
 #include <algorithm>
@@ -49,6 +49,73 @@ bool isZero(const std::uint8_t* bytes, std::size_t size) {
   return std::all_of(bytes, bytes + size, [](std::uint8_t byte) { return byte == 0; });
 }
 
+// Which record numbers there are: a bit for each that a file can have, a list of all others, which
+// are findings.
+class NumberSet {
+ public:
+  void reserve(std::uint64_t count) { bits_.resize(static_cast<std::size_t>(count)); }
+  void add(std::int32_t number) {
+    if (hasBit(number)) {
+      bits_[static_cast<std::size_t>(number)] = true;
+    } else {
+      others_.push_back(number);
+    }
+  }
+  // Behind the last one: from now on the rest may be called.
+  void finish() { std::ranges::sort(others_); }
+  bool contains(std::int32_t number) const {
+    return hasBit(number) ? bits_[static_cast<std::size_t>(number)]
+                          : std::ranges::binary_search(others_, number);
+  }
+  template <class Function>
+  void each(Function function) const {
+    for (std::size_t number = 0; number < bits_.size(); ++number) {
+      if (bits_[number]) function(static_cast<std::int32_t>(number));
+    }
+    for (const std::int32_t number : others_) function(number);
+  }
+
+ private:
+  bool hasBit(std::int32_t number) const {
+    return number > 0 && static_cast<std::size_t>(number) < bits_.size();
+  }
+
+  std::vector<bool> bits_;
+  std::vector<std::int32_t> others_;
+};
+
+// Keys in the indexes against those that the records make: per group of records the sum of the
+// former less that of the latter. Where it is not zero, they differ.
+class Balance {
+ public:
+  void add(const KeyRef& ref) { sum(ref.record) += mixed(ref); }
+  void take(const KeyRef& ref) { sum(ref.record) -= mixed(ref); }
+  bool differs(std::int32_t record) const { return sums_[group(record)] != 0; }
+  bool differs() const {
+    return std::ranges::any_of(sums_, [](std::uint64_t sum) { return sum != 0; });
+  }
+
+ private:
+  static constexpr std::size_t kGroups = 1 << 16;
+
+  static std::size_t group(std::int32_t record) {
+    return static_cast<std::uint32_t>(record) % kGroups;
+  }
+  std::uint64_t& sum(std::int32_t record) { return sums_[group(record)]; }
+  static std::uint64_t mixed(const KeyRef& ref) {
+    std::uint64_t bits = ref.key + (std::uint64_t{static_cast<std::uint32_t>(ref.record)} << 5) +
+                         static_cast<std::uint64_t>(ref.index);
+    bits = (bits ^ (bits >> 30)) * 0xBF58476D1CE4E5B9u;
+    bits = (bits ^ (bits >> 27)) * 0x94D049BB133111EBu;
+    return bits ^ (bits >> 31);
+  }
+
+  std::vector<std::uint64_t> sums_ = std::vector<std::uint64_t>(kGroups);
+};
+
+// Every record takes more bytes of a file than this.
+constexpr std::uint64_t kBytesPerRecord = 16;
+
 // A record that is there as a whole.
 struct RecordRef {
   std::int32_t number;
@@ -73,6 +140,7 @@ class Verifier {
   };
 
   void find(std::int32_t page, std::int32_t record, std::string what) {
+    if (again_) return;
     ++report_.findings;
     if (hooks_.finding) findings_.push_back({page, record, 0, 0, std::move(what)});
   }
@@ -97,13 +165,15 @@ class Verifier {
   void visitLeaf(const WorkPage& w);
   void visitPiece(std::int32_t page, const std::uint8_t* e);
   void endRecord(std::int32_t page);
+  void checkRecord(std::int32_t page, RecordRef& record);
+  void walkAgain();
+  bool isWanted(std::int32_t record) const;
   void checkKeys();
   void checkNumbers();
   void checkLevels();
   void checkReached();
   void checkReserve();
   void checkBehind();
-  const RecordRef* recordOf(std::int32_t number) const;
   void reportFindings();
   int order(const std::uint8_t* a, const Bytes& b, bool aLeaf, bool bLeaf) const;
 
@@ -113,9 +183,14 @@ class Verifier {
   std::vector<bool> reached_;
   Level levels_[kMaxHeight];
   Bytes lastEntry_;  // of the leaves so far
-  std::vector<std::int32_t> free_;
-  std::vector<RecordRef> records_;  // sorted when the walk is done
+  NumberSet free_, found_;
   std::vector<VerifyFinding> findings_;
+  Balance balance_;
+  // What a second walk is for: types and labels of the records that findings name, and the keys of
+  // which some differ.
+  bool again_ = false;
+  std::vector<std::int32_t> named_;
+  std::vector<RecordRef> records_;
   std::vector<KeyRef> present_;
   std::vector<KeyRef> expected_;
   bool complete_ = true;  // every page in use was read, every record's field list was to be had
@@ -279,10 +354,15 @@ void Verifier::visitLeaf(const WorkPage& w) {
     }
     if (e[2] != kLastPiece)
       find(w.number, entry::record(e), "entry " + text(i) + " is a piece of an entry without data");
-    if (index == kFreeNumbers) free_.push_back(entry::record(e));
-    if (index < kFreeNumbers)
-      present_.push_back(
-          {hashBytes(entry::key(e), entry::keyLength(e, true)), entry::record(e), index});
+    if (index == kFreeNumbers && !again_) {
+      free_.add(entry::record(e));
+      ++report_.freeNumbers;
+    }
+    if (index >= kFreeNumbers) continue;
+    const KeyRef ref = {hashBytes(entry::key(e), entry::keyLength(e, true)), entry::record(e),
+                        index};
+    if (!again_) balance_.add(ref);
+    if (again_ && isWanted(ref.record)) present_.push_back(ref);
   }
 }
 
@@ -310,43 +390,69 @@ void Verifier::visitPiece(std::int32_t page, const std::uint8_t* e) {
 }
 
 void Verifier::endRecord(std::int32_t page) {
+  RecordRef record = {record_, 0, 0};
+  checkRecord(page, record);
+  if (!again_) {
+    ++report_.records;
+    found_.add(record_);
+  } else if (isWanted(record_) || std::ranges::binary_search(named_, record_)) {
+    records_.push_back(record);
+  }
+}
+
+void Verifier::checkRecord(std::int32_t page, RecordRef& record) {
   const auto size = static_cast<std::uint32_t>(packed_.size());
-  RecordRef& record = records_.emplace_back(RecordRef{record_, 0, 0});
   if (size < kRecordHead + 2) return lose(page, record_, "is too short");
   record.type = packed_[kRecordType];
-  if (hooks_.record) hooks_.record(record_, record.type, packed_.data(), packed_.size());
+  if (hooks_.record && !again_) hooks_.record(record_, record.type, packed_.data(), packed_.size());
   if (!hooks_.fields) return;
   const Field* const fields = hooks_.fields(record.type);
   const RecordPlan* const plan = fields == nullptr ? nullptr : file_.planOf(fields);
   if (plan == nullptr || checkPacked(*plan, packed_.data(), size) != kOk) {
     return lose(page, record_, "does not fit the field list of type " + text(record.type));
   }
-  if (hooks_.label) record.label = hooks_.label(record.type, packed_.data(), packed_.size());
+  if (again_ && hooks_.label)
+    record.label = hooks_.label(record.type, packed_.data(), packed_.size());
   const RecordValues values(*plan, packed_.data(), size);
   for (std::uint32_t n = 0; n < plan->keys(); ++n) {
     const std::uint32_t field = plan->keyField(n);
     Key key;
     if (makeKey(file_, values, field, key) != kOk) continue;
-    expected_.push_back({hashBytes(key.bytes, key.length), record_, plan->field(field).index});
+    const KeyRef ref = {hashBytes(key.bytes, key.length), record_, plan->field(field).index};
+    if (!again_) balance_.take(ref);
+    if (again_ && isWanted(record_)) expected_.push_back(ref);
   }
+}
+
+// Whether the keys of a record are looked at one by one.
+bool Verifier::isWanted(std::int32_t record) const {
+  if (!complete_) return false;
+  return hooks_.fields ? balance_.differs(record) : !found_.contains(record);
+}
+
+void Verifier::walkAgain() {
+  for (const VerifyFinding& finding : findings_) named_.push_back(finding.record);
+  std::ranges::sort(named_);
+  again_ = true;
+  reached_.assign(reached_.size(), false);
+  std::ranges::fill(levels_, Level());
+  lastEntry_.clear();
+  open_ = false;
+  const VerifyReport kept = report_;
+  walk(0, -1, {}, {});
+  report_ = kept;
+  again_ = false;
 }
 
 // The keys that are there against those that the records make. Where some are missing for a known
 // reason, the rest of them would only repeat it.
 void Verifier::checkKeys() {
   if (!complete_) return;
-  if (!hooks_.fields) {
-    for (const KeyRef& ref : present_) {
-      if (recordOf(ref.record) == nullptr)
-        find(-1, ref.record, "is missing, but has a key in index " + text(ref.index));
-    }
-    return;
-  }
-  report_.keysCompared = true;
+  report_.keysCompared = static_cast<bool>(hooks_.fields);
   std::sort(present_.begin(), present_.end());
   std::sort(expected_.begin(), expected_.end());
   const auto report = [this](const KeyRef& ref, const char* what) {
-    if (recordOf(ref.record) == nullptr) what = "is missing, but has a key in index ";
+    if (!found_.contains(ref.record)) what = "is missing, but has a key in index ";
     find(-1, ref.record, what + text(ref.index));
   };
   std::size_t p = 0;
@@ -365,36 +471,31 @@ void Verifier::checkKeys() {
 
 void Verifier::checkNumbers() {
   const FileHeader& h = file_.header;
-  report_.records = static_cast<std::uint32_t>(records_.size());
-  report_.freeNumbers = static_cast<std::uint32_t>(free_.size());
   if (report_.records != h.recordCount)
     find(-1,
          "header counts " + text(h.recordCount) + " records, there are " + text(report_.records));
   if (report_.freeNumbers != h.freeCount)
     find(-1, "header counts " + text(h.freeCount) + " free numbers, there are " +
                  text(report_.freeNumbers));
-  std::ranges::sort(records_, {}, &RecordRef::number);
   const auto checkGiven = [&](std::int32_t number) {
     if (number < 1 || static_cast<std::uint32_t>(number) >= h.nextRecord)
       find(-1, number, "record number " + text(number) + " was never given out");
   };
-  for (const RecordRef& record : records_) checkGiven(record.number);
-  for (const std::int32_t number : free_) {
-    if (recordOf(number) != nullptr) find(-1, number, "is stored under a free number");
+  found_.each(checkGiven);
+  free_.each([&](std::int32_t number) {
+    if (found_.contains(number)) find(-1, number, "is stored under a free number");
     checkGiven(number);
-  }
-}
-
-const RecordRef* Verifier::recordOf(std::int32_t number) const {
-  const auto found = std::ranges::lower_bound(records_, number, {}, &RecordRef::number);
-  return found != records_.end() && found->number == number ? &*found : nullptr;
+  });
 }
 
 void Verifier::reportFindings() {
+  if (!hooks_.finding) return;
+  std::ranges::sort(records_, {}, &RecordRef::number);
   for (VerifyFinding& finding : findings_) {
-    if (const RecordRef* const record = recordOf(finding.record); record != nullptr) {
-      finding.type = record->type;
-      finding.label = record->label;
+    const auto found = std::ranges::lower_bound(records_, finding.record, {}, &RecordRef::number);
+    if (found != records_.end() && found->number == finding.record) {
+      finding.type = found->type;
+      finding.label = found->label;
     }
     hooks_.finding(finding);
   }
@@ -473,13 +574,21 @@ int Verifier::run(const char* path, const IndexDef* indexes) {
   report_.fileSize = measure(*file_.file);
   checkHeader(indexes);
   reached_.resize(std::clamp<std::uint32_t>(h.pagesInUse, 1, kMaxPages));
+  const std::uint64_t numbers =
+      std::min<std::uint64_t>(h.nextRecord, report_.fileSize / kBytesPerRecord);
+  free_.reserve(numbers);
+  found_.reserve(numbers);
   walk(0, -1, {}, {});
   if (open_) lose(-1, record_, "lacks piece " + text(pieces_));
   checkLevels();
   checkReached();
   checkReserve();
   checkBehind();
+  found_.finish();
+  free_.finish();
   checkNumbers();
+  const bool keysDiffer = complete_ && (!hooks_.fields || balance_.differs());
+  if (keysDiffer || !findings_.empty()) walkAgain();
   checkKeys();
   reportFindings();
   return kOk;

@@ -549,6 +549,15 @@ enum {
  * where `converted` is 1, else as the file has them. */
 enum { TAVO_UNIT_NONE = 0, TAVO_UNIT_ANGULAR = 1, TAVO_UNIT_LINEAR = 2, TAVO_UNIT_GEOGRAPHIC = 3 };
 
+/* What a field is for telling the records of a block apart. Several parts make one key together. A
+ * key that refers to another one (the point of an accuracy) defines nothing; blocks that define the
+ * same field (MapPrjNo) share its values. */
+enum {
+  TAVO_KEY_NONE = 0,
+  TAVO_KEY_PART = 1,
+  TAVO_KEY_IDENTIFIER = 2 /* a second name beside the key */
+};
+
 /* What a block holds. */
 enum {
   TAVO_BLOCK_CONTAINER = 0,   /* sub-sections only */
@@ -582,6 +591,10 @@ typedef struct tavo_schema_field {
   uint32_t group;     /* of an enumeration: index for tavo_schema_group_value; else 0 */
   uint32_t hidden;    /* 1: a member that no column or item reaches by a name of its own */
   uint32_t alias;     /* 1: a further name of an earlier field's member, not this block's own */
+  uint32_t key;       /* TAVO_KEY_... */
+  TVO_FieldId refers; /* of the key field whose values it repeats; 0: it is no reference. A number
+                         of 0 and an empty text refer to nothing. An identifier that refers counts
+                         where the number in front of it is not given */
 } tavo_schema_field;
 
 /* One enumeration keyword and its number. */
@@ -706,6 +719,17 @@ typedef struct tavo_observation {
   double red_distance, red_height; /* horizontal; from the station's mark to the target's */
 } tavo_observation;
 
+/* What a finding of geometry is about. */
+enum {
+  TAVO_GEOMETRY_OTHER = 0,          /* no place, no reference system, or how one was taken */
+  TAVO_GEOMETRY_MISSING = 1,        /* something named is not there */
+  TAVO_GEOMETRY_TWIN = 2,           /* a number is given before; the first one holds */
+  TAVO_GEOMETRY_NO_COORDINATES = 3, /* an edge leads to a point without coordinates */
+  TAVO_GEOMETRY_GAP = 4,            /* an edge does not join the one before it */
+  TAVO_GEOMETRY_RING = 5,           /* a ring does not close, or has no area */
+  TAVO_GEOMETRY_SYSTEMS = 6         /* what belongs together lies in several systems */
+};
+
 /* What geometry found. Findings are TAVO_WARNING where something has no place or no system, else
  * TAVO_NOTE. */
 typedef struct tavo_geometry_finding {
@@ -714,6 +738,7 @@ typedef struct tavo_geometry_finding {
   size_t index;         /* place of the record among those of its type */
   uint64_t line;        /* of that record, 0: not known */
   const char* text;     /* one sentence without a full stop, UTF-8 */
+  uint32_t cause;       /* TAVO_GEOMETRY_... */
 } tavo_geometry_finding;
 
 /* Works out all geometry of a survey: TAVO_OK, TAVO_ERR_MEMORY, TAVO_ERR_ARGUMENT. */
@@ -727,6 +752,11 @@ TAVO_API const tavo_crs* tavo_geometry_crs(const tavo_geometry* geometry, size_t
 /* WKT2 of a projection set by its number; "" where it has none or a system for each zone, null
  * where no such set is defined. The notes on it are findings. */
 TAVO_API const char* tavo_crs_wkt(const tavo_geometry* geometry, uint32_t set_no);
+
+/* Longitude and latitude, in degrees on its own ellipsoid, of a place in a system of projected or
+ * geographic coordinates: 1, or 0 where there are none. */
+TAVO_API int tavo_geometry_geographic(const tavo_geometry* geometry, uint32_t crs, double x,
+                                      double y, double* longitude, double* latitude);
 
 /* Where each record of a type lies, as many as there are records: POINTS, ANNOTATIONS (on their
  * point, line or polygon), BOX_ON_POINT, SETUP. Null, with count 0, for other types. */

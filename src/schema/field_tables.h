@@ -78,27 +78,27 @@ inline constexpr FieldDef kProjectFields[] = {
 };
 
 inline constexpr FieldDef kSubjectFields[] = {
-    F(SubjectRecord, SubjectNo, TVO_FIELD_SubjectNo, kUint16),
+    F(SubjectRecord, SubjectNo, TVO_FIELD_SubjectNo, kUint16).key(),
     F(SubjectRecord, Name, TVO_FIELD_SubjectName, kText),
     kTableEnd,
 };
 
 inline constexpr FieldDef kLayerFields[] = {
-    F(LayerRecord, LayerNo, TVO_FIELD_LayerNo, kUint16),
+    F(LayerRecord, LayerNo, TVO_FIELD_LayerNo, kUint16).key(),
     F(LayerRecord, Name, TVO_FIELD_LayerName, kText),
     F(LayerRecord, Flags, TVO_FIELD_LayerFlags, kBits),
     kTableEnd,
 };
 
 inline constexpr FieldDef kSubjectLayerFields[] = {
-    F(SubjectLayerRecord, SubjectNo, TVO_FIELD_SubjectNo, kUint16),
-    F(SubjectLayerRecord, LayerNo, TVO_FIELD_LayerNo, kUint16),
+    F(SubjectLayerRecord, SubjectNo, TVO_FIELD_SubjectNo, kUint16).key().to(TVO_FIELD_SubjectNo),
+    F(SubjectLayerRecord, LayerNo, TVO_FIELD_LayerNo, kUint16).key().to(TVO_FIELD_LayerNo),
     kTableEnd,
 };
 
 inline constexpr FieldDef kChoiceFields[] = {
-    F(ChoiceRecord, ListNo, TVO_FIELD_ListNo, kUint16),
-    F(ChoiceRecord, Element, TVO_FIELD_Element, kText),
+    F(ChoiceRecord, ListNo, TVO_FIELD_ListNo, kUint16).key(),
+    F(ChoiceRecord, Element, TVO_FIELD_Element, kText).key(),
     kTableEnd,
 };
 
@@ -111,21 +111,21 @@ inline constexpr FieldDef kCodeListFields[] = {
 };
 
 inline constexpr FieldDef kCodeFields[] = {
-    F(CodeRecord, CodeNo, TVO_FIELD_CodeNo, kUint16),
-    F(CodeRecord, Code, TVO_FIELD_Code, kText),
+    F(CodeRecord, CodeNo, TVO_FIELD_CodeNo, kUint16).key(),
+    F(CodeRecord, Code, TVO_FIELD_Code, kText).identifying(),
     F(CodeRecord, Name, TVO_FIELD_CodeName, kText),
     F(CodeRecord, OBJTYPE, TVO_FIELD_OBJTYPE, kEnum).in(EnumGroup::kObjectType),
-    F(CodeRecord, LayerNo, TVO_FIELD_LayerNo, kUint16),
+    F(CodeRecord, LayerNo, TVO_FIELD_LayerNo, kUint16).to(TVO_FIELD_LayerNo),
     F(CodeRecord, Shortcut, TVO_FIELD_Shortcut, kUint16),
     kTableEnd,
 };
 
 inline constexpr FieldDef kAttributeFields[] = {
-    F(AttributeRecord, Attribute, TVO_FIELD_Attribute, kText),
+    F(AttributeRecord, Attribute, TVO_FIELD_Attribute, kText).key(),
     F(AttributeRecord, DATATYPE, TVO_FIELD_DATATYPE, kEnum).in(EnumGroup::kDataType),
-    F(AttributeRecord, CodeNo, TVO_FIELD_CodeNo, kUint16),
-    F(AttributeRecord, Code, TVO_FIELD_Code, kText),
-    F(AttributeRecord, ListNo, TVO_FIELD_ListNo, kUint16),
+    F(AttributeRecord, CodeNo, TVO_FIELD_CodeNo, kUint16).key().to(TVO_FIELD_CodeNo),
+    F(AttributeRecord, Code, TVO_FIELD_Code, kText).key().to(TVO_FIELD_Code),
+    F(AttributeRecord, ListNo, TVO_FIELD_ListNo, kUint16).to(TVO_FIELD_ListNo),
     F(AttributeRecord, MANDATORY, TVO_FIELD_MANDATORY, kEnum).in(EnumGroup::kYesNo),
     F(AttributeRecord, HIDDEN, TVO_FIELD_HIDDEN, kEnum).in(EnumGroup::kYesNo),
     F(AttributeRecord, HIDEALWAYS, TVO_FIELD_HIDEALWAYS, kEnum).in(EnumGroup::kYesNo),
@@ -136,7 +136,7 @@ inline constexpr FieldDef kAttributeFields[] = {
 };
 
 inline constexpr FieldDef kJobFields[] = {
-    F(JobRecord, JobNo, TVO_FIELD_JobNo, kUint16),
+    F(JobRecord, JobNo, TVO_FIELD_JobNo, kUint16).key(),
     F(JobRecord, Name, TVO_FIELD_JobName, kText),
     F(JobRecord, Operator, TVO_FIELD_OPERATOR, kText),
     F(JobRecord, FieldParty, TVO_FIELD_FieldParty, kText),
@@ -146,9 +146,9 @@ inline constexpr FieldDef kJobFields[] = {
 };
 
 inline constexpr FieldDef kPointFields[] = {
-    F(PointRecord, PointNo, TVO_FIELD_PointNo, kUint32),
-    F(PointRecord, PointID, TVO_FIELD_PointID, kText),
-    F(PointRecord, JobNo, TVO_FIELD_JobNo, kUint16),
+    F(PointRecord, PointNo, TVO_FIELD_PointNo, kUint32).key(),
+    F(PointRecord, PointID, TVO_FIELD_PointID, kText).identifying(),
+    F(PointRecord, JobNo, TVO_FIELD_JobNo, kUint16).to(TVO_FIELD_JobNo),
     F(PointRecord, CLASS, TVO_FIELD_CLASS, kEnum).in(EnumGroup::kPointClass),
     F(PointRecord, SYS, TVO_FIELD_SYS, kUint8),
     F(PointRecord, East, TVO_FIELD_East, kDouble)
@@ -172,13 +172,13 @@ inline constexpr FieldDef kPointFields[] = {
     F(PointRecord, X, TVO_FIELD_X, kDouble).with(DecimalKind::kLinear),
     F(PointRecord, Y, TVO_FIELD_Y, kDouble).with(DecimalKind::kLinear),
     F(PointRecord, Z, TVO_FIELD_Z, kDouble).with(DecimalKind::kLinear),
-    F(PointRecord, PrjSetNo, TVO_FIELD_PrjSetNo, kUint16),
-    F(PointRecord, CodeNo, TVO_FIELD_CodeNo, kUint16),
-    F(PointRecord, Code, TVO_FIELD_Code, kText),
+    F(PointRecord, PrjSetNo, TVO_FIELD_PrjSetNo, kUint16).to(TVO_FIELD_PrjSetNo),
+    F(PointRecord, CodeNo, TVO_FIELD_CodeNo, kUint16).to(TVO_FIELD_CodeNo),
+    F(PointRecord, Code, TVO_FIELD_Code, kText).to(TVO_FIELD_Code),
     F(PointRecord, Description, TVO_FIELD_Description, kText),
     F(PointRecord, Date, TVO_FIELD_Date, kDateTime),
     F(PointRecord, Color, TVO_FIELD_Color, kUint32),
-    F(PointRecord, LayerNo, TVO_FIELD_LayerNo, kUint16),
+    F(PointRecord, LayerNo, TVO_FIELD_LayerNo, kUint16).to(TVO_FIELD_LayerNo),
     F(PointRecord, SymNo1, TVO_FIELD_SymNo1, kUint16),
     F(PointRecord, SymNo2, TVO_FIELD_SymNo2, kUint16),
     F(PointRecord, SymDim1, TVO_FIELD_SymDim1, kFloat),
@@ -197,8 +197,8 @@ inline constexpr FieldDef kPointFields[] = {
 };
 
 inline constexpr FieldDef kPointAccuracyFields[] = {
-    F(PointAccuracyRecord, PointNo, TVO_FIELD_PointNo, kUint32),
-    F(PointAccuracyRecord, PointID, TVO_FIELD_PointID, kText),
+    F(PointAccuracyRecord, PointNo, TVO_FIELD_PointNo, kUint32).key().to(TVO_FIELD_PointNo),
+    F(PointAccuracyRecord, PointID, TVO_FIELD_PointID, kText).key().to(TVO_FIELD_PointID),
     F(PointAccuracyRecord, Mo, TVO_FIELD_Mo, kFloat).with(DecimalKind::kLinear),
     F(PointAccuracyRecord, A11, TVO_FIELD_A11, kDouble).with(DecimalKind::kGeographic),
     F(PointAccuracyRecord, A12, TVO_FIELD_A12, kDouble).with(DecimalKind::kGeographic),
@@ -210,14 +210,14 @@ inline constexpr FieldDef kPointAccuracyFields[] = {
 };
 
 inline constexpr FieldDef kLineFields[] = {
-    F(LineRecord, LineNo, TVO_FIELD_LineNo, kUint32),
-    F(LineRecord, LineID, TVO_FIELD_LineID, kText),
-    F(LineRecord, JobNo, TVO_FIELD_JobNo, kUint16),
-    F(LineRecord, CodeNo, TVO_FIELD_CodeNo, kUint16),
-    F(LineRecord, Code, TVO_FIELD_Code, kText),
+    F(LineRecord, LineNo, TVO_FIELD_LineNo, kUint32).key(),
+    F(LineRecord, LineID, TVO_FIELD_LineID, kText).identifying(),
+    F(LineRecord, JobNo, TVO_FIELD_JobNo, kUint16).to(TVO_FIELD_JobNo),
+    F(LineRecord, CodeNo, TVO_FIELD_CodeNo, kUint16).to(TVO_FIELD_CodeNo),
+    F(LineRecord, Code, TVO_FIELD_Code, kText).to(TVO_FIELD_Code),
     F(LineRecord, Description, TVO_FIELD_Description, kText),
     F(LineRecord, Color, TVO_FIELD_Color, kUint32),
-    F(LineRecord, LayerNo, TVO_FIELD_LayerNo, kUint16),
+    F(LineRecord, LayerNo, TVO_FIELD_LayerNo, kUint16).to(TVO_FIELD_LayerNo),
     F(LineRecord, LineStyle, TVO_FIELD_LineStyle, kUint16),
     F(LineRecord, DistType, TVO_FIELD_DistType, kUint8),
     F(LineRecord, BrgRoundNo, TVO_FIELD_BrgRoundNo, kUint8),
@@ -230,14 +230,14 @@ inline constexpr FieldDef kLineFields[] = {
 };
 
 inline constexpr FieldDef kPolygonFields[] = {
-    F(PolygonRecord, PolygonNo, TVO_FIELD_PolygonNo, kUint32),
-    F(PolygonRecord, PolygonID, TVO_FIELD_PolygonID, kText),
-    F(PolygonRecord, JobNo, TVO_FIELD_JobNo, kUint16),
-    F(PolygonRecord, CodeNo, TVO_FIELD_CodeNo, kUint16),
-    F(PolygonRecord, Code, TVO_FIELD_Code, kText),
+    F(PolygonRecord, PolygonNo, TVO_FIELD_PolygonNo, kUint32).key(),
+    F(PolygonRecord, PolygonID, TVO_FIELD_PolygonID, kText).identifying(),
+    F(PolygonRecord, JobNo, TVO_FIELD_JobNo, kUint16).to(TVO_FIELD_JobNo),
+    F(PolygonRecord, CodeNo, TVO_FIELD_CodeNo, kUint16).to(TVO_FIELD_CodeNo),
+    F(PolygonRecord, Code, TVO_FIELD_Code, kText).to(TVO_FIELD_Code),
     F(PolygonRecord, Description, TVO_FIELD_Description, kText),
     F(PolygonRecord, Color, TVO_FIELD_Color, kUint32),
-    F(PolygonRecord, LayerNo, TVO_FIELD_LayerNo, kUint16),
+    F(PolygonRecord, LayerNo, TVO_FIELD_LayerNo, kUint16).to(TVO_FIELD_LayerNo),
     F(PolygonRecord, HatchColor, TVO_FIELD_HatchColor, kUint32),
     F(PolygonRecord, FillType, TVO_FIELD_FillType, kUint8),
     F(PolygonRecord, HatchDir, TVO_FIELD_HatchDir, kFloat).with(DecimalKind::kAngular),
@@ -256,39 +256,43 @@ inline constexpr FieldDef kPolygonFields[] = {
 };
 
 inline constexpr FieldDef kEdgeFields[] = {
-    F(EdgeRecord, LineNo, TVO_FIELD_LineNo, kUint32),
-    F(EdgeRecord, PolygonNo, TVO_FIELD_PolygonNo, kUint32),
-    F(EdgeRecord, StartPt, TVO_FIELD_StartPt, kUint32),
-    F(EdgeRecord, StartPtID, TVO_FIELD_StartPtID, kText),
-    F(EdgeRecord, EndPt, TVO_FIELD_EndPt, kUint32),
-    F(EdgeRecord, EndPtID, TVO_FIELD_EndPtID, kText),
+    F(EdgeRecord, LineNo, TVO_FIELD_LineNo, kUint32).to(TVO_FIELD_LineNo),
+    F(EdgeRecord, PolygonNo, TVO_FIELD_PolygonNo, kUint32).to(TVO_FIELD_PolygonNo),
+    F(EdgeRecord, StartPt, TVO_FIELD_StartPt, kUint32).to(TVO_FIELD_PointNo),
+    F(EdgeRecord, StartPtID, TVO_FIELD_StartPtID, kText).to(TVO_FIELD_PointID),
+    F(EdgeRecord, EndPt, TVO_FIELD_EndPt, kUint32).to(TVO_FIELD_PointNo),
+    F(EdgeRecord, EndPtID, TVO_FIELD_EndPtID, kText).to(TVO_FIELD_PointID),
     F(EdgeRecord, LINETYPE, TVO_FIELD_LINETYPE, kEnum).in(EnumGroup::kEdgeType),
     kTableEnd,
 };
 
 inline constexpr FieldDef kThemInfoFields[] = {
-    NAMED(ThemInfoRecord, OwnerNo, "PointNo", TVO_FIELD_PointNo, kUint32),
-    F(ThemInfoRecord, PointID, TVO_FIELD_PointID, kText),
-    NAMED(ThemInfoRecord, OwnerNo, "LineNo", TVO_FIELD_LineNo, kUint32),
-    NAMED(ThemInfoRecord, OwnerNo, "PolygonNo", TVO_FIELD_PolygonNo, kUint32),
-    F(ThemInfoRecord, Attribute, TVO_FIELD_Attribute, kText),
+    NAMED(ThemInfoRecord, OwnerNo, "PointNo", TVO_FIELD_PointNo, kUint32)
+        .key()
+        .to(TVO_FIELD_PointNo),
+    F(ThemInfoRecord, PointID, TVO_FIELD_PointID, kText).key().to(TVO_FIELD_PointID),
+    NAMED(ThemInfoRecord, OwnerNo, "LineNo", TVO_FIELD_LineNo, kUint32).key().to(TVO_FIELD_LineNo),
+    NAMED(ThemInfoRecord, OwnerNo, "PolygonNo", TVO_FIELD_PolygonNo, kUint32)
+        .key()
+        .to(TVO_FIELD_PolygonNo),
+    F(ThemInfoRecord, Attribute, TVO_FIELD_Attribute, kText).key(),
     F(ThemInfoRecord, Value, TVO_FIELD_Value, kFree),
     kTableEnd,
 };
 
 inline constexpr FieldDef kAnnotationFields[] = {
-    F(AnnotationRecord, PointNo, TVO_FIELD_PointNo, kUint32),
-    F(AnnotationRecord, PointID, TVO_FIELD_PointID, kText),
-    F(AnnotationRecord, LineNo, TVO_FIELD_LineNo, kUint32),
-    F(AnnotationRecord, PolygonNo, TVO_FIELD_PolygonNo, kUint32),
+    F(AnnotationRecord, PointNo, TVO_FIELD_PointNo, kUint32).to(TVO_FIELD_PointNo),
+    F(AnnotationRecord, PointID, TVO_FIELD_PointID, kText).to(TVO_FIELD_PointID),
+    F(AnnotationRecord, LineNo, TVO_FIELD_LineNo, kUint32).to(TVO_FIELD_LineNo),
+    F(AnnotationRecord, PolygonNo, TVO_FIELD_PolygonNo, kUint32).to(TVO_FIELD_PolygonNo),
     F(AnnotationRecord, TYPE, TVO_FIELD_TYPE, kEnum).in(EnumGroup::kNoteKind),
     F(AnnotationRecord, Annotation, TVO_FIELD_Annotation, kText),
     kTableEnd,
 };
 
 inline constexpr FieldDef kElementsFields[] = {
-    F(ElementsRecord, StnNo, TVO_FIELD_StnNo, kUint32),
-    F(ElementsRecord, StnID, TVO_FIELD_StnID, kText),
+    F(ElementsRecord, StnNo, TVO_FIELD_StnNo, kUint32).to(TVO_FIELD_PointNo),
+    F(ElementsRecord, StnID, TVO_FIELD_StnID, kText).to(TVO_FIELD_PointID),
     F(ElementsRecord, Date, TVO_FIELD_Date, kDateTime),
     F(ElementsRecord, WetTemp, TVO_FIELD_WetTemp, kFloat),
     F(ElementsRecord, DryTemp, TVO_FIELD_DryTemp, kFloat),
@@ -299,15 +303,15 @@ inline constexpr FieldDef kElementsFields[] = {
 };
 
 inline constexpr FieldDef kInstrumentFields[] = {
-    F(InstrumentRecord, Name, TVO_FIELD_InstrName, kText),
+    F(InstrumentRecord, Name, TVO_FIELD_InstrName, kText).key(),
     F(InstrumentRecord, TheoNo, TVO_FIELD_TheoNo, kUint32),
     F(InstrumentRecord, EDMNo, TVO_FIELD_EDMNo, kUint32),
     kTableEnd,
 };
 
 inline constexpr FieldDef kConfigFields[] = {
-    F(ConfigRecord, CfgNo, TVO_FIELD_CfgNo, kUint16),
-    F(ConfigRecord, InstrName, TVO_FIELD_InstrName, kText),
+    F(ConfigRecord, CfgNo, TVO_FIELD_CfgNo, kUint16).key(),
+    F(ConfigRecord, InstrName, TVO_FIELD_InstrName, kText).to(TVO_FIELD_InstrName),
     F(ConfigRecord, Date, TVO_FIELD_Date, kDateTime),
     F(ConfigRecord, AddConst, TVO_FIELD_AddConst, kFloat).from(UnitKind::kLinear),
     F(ConfigRecord, Collimation, TVO_FIELD_Collimation, kDouble).from(UnitKind::kAngular),
@@ -317,7 +321,7 @@ inline constexpr FieldDef kConfigFields[] = {
 };
 
 inline constexpr FieldDef kAprioriErrorFields[] = {
-    F(AprioriErrorRecord, CfgNo, TVO_FIELD_CfgNo, kUint16),
+    F(AprioriErrorRecord, CfgNo, TVO_FIELD_CfgNo, kUint16).key().to(TVO_FIELD_CfgNo),
     F(AprioriErrorRecord, Hz, TVO_FIELD_Hz, kDouble).from(UnitKind::kAngular),
     F(AprioriErrorRecord, Vz, TVO_FIELD_Vz, kDouble).from(UnitKind::kAngular),
     F(AprioriErrorRecord, SDist, TVO_FIELD_SDist, kFloat).from(UnitKind::kLinear),
@@ -327,23 +331,23 @@ inline constexpr FieldDef kAprioriErrorFields[] = {
 };
 
 inline constexpr FieldDef kSetupFields[] = {
-    F(SetupRecord, STN_NO, TVO_FIELD_StnNo, kUint32),
-    F(SetupRecord, STN_ID, TVO_FIELD_StnID, kText),
+    F(SetupRecord, STN_NO, TVO_FIELD_StnNo, kUint32).to(TVO_FIELD_PointNo),
+    F(SetupRecord, STN_ID, TVO_FIELD_StnID, kText).to(TVO_FIELD_PointID),
     F(SetupRecord, INST_HT, TVO_FIELD_InstrHt, kFloat).from(UnitKind::kLinear),
     NAMED(SetupRecord, Date, "", TVO_FIELD_Date, kDateTime),
     kTableEnd,
 };
 
 inline constexpr FieldDef kSlopeFields[] = {
-    F(SlopeRecord, TgtNo, TVO_FIELD_TgtNo, kUint32),
-    F(SlopeRecord, TgtID, TVO_FIELD_TgtID, kText),
+    F(SlopeRecord, TgtNo, TVO_FIELD_TgtNo, kUint32).to(TVO_FIELD_PointNo),
+    F(SlopeRecord, TgtID, TVO_FIELD_TgtID, kText).to(TVO_FIELD_PointID),
     F(SlopeRecord, Hz, TVO_FIELD_Hz, kDouble).from(UnitKind::kAngular),
     F(SlopeRecord, Vz, TVO_FIELD_Vz, kDouble).from(UnitKind::kAngular),
     F(SlopeRecord, SDist, TVO_FIELD_SDist, kDouble).from(UnitKind::kLinear),
     F(SlopeRecord, RefHt, TVO_FIELD_RefHt, kFloat).from(UnitKind::kLinear),
     F(SlopeRecord, Ppm, TVO_FIELD_Ppm, kFloat).with(DecimalKind::kLinear),
     F(SlopeRecord, Ori, TVO_FIELD_Ori, kDouble).from(UnitKind::kAngular),
-    F(SlopeRecord, CfgNo, TVO_FIELD_SlopeCfgNo, kUint16),
+    F(SlopeRecord, CfgNo, TVO_FIELD_SlopeCfgNo, kUint16).to(TVO_FIELD_CfgNo),
     F(SlopeRecord, Date, TVO_FIELD_Date, kDateTime),
     F(SlopeRecord, OffsetUp, TVO_FIELD_OffsetUp, kFloat).from(UnitKind::kLinear),
     F(SlopeRecord, OffsetRight, TVO_FIELD_OffsetRight, kFloat).from(UnitKind::kLinear),
@@ -357,7 +361,7 @@ inline constexpr FieldDef kSlopeFields[] = {
 };
 
 inline constexpr FieldDef kEllipsoidFields[] = {
-    F(EllipsoidRecord, EllipsoidNo, TVO_FIELD_EllipsoidNo, kUint16),
+    F(EllipsoidRecord, EllipsoidNo, TVO_FIELD_EllipsoidNo, kUint16).key(),
     F(EllipsoidRecord, Name, TVO_FIELD_EllipsoidName, kText),
     F(EllipsoidRecord, A, TVO_FIELD_EllipsoidA, kDouble).with(DecimalKind::kGeographic),
     F(EllipsoidRecord, F, TVO_FIELD_EllipsoidF, kDouble).with(DecimalKind::kGeographic),
@@ -366,7 +370,7 @@ inline constexpr FieldDef kEllipsoidFields[] = {
 };
 
 inline constexpr FieldDef kUtmFields[] = {
-    F(UtmRecord, MapPrjNo, TVO_FIELD_MapPrjNo, kUint16),
+    F(UtmRecord, MapPrjNo, TVO_FIELD_MapPrjNo, kUint16).key(),
     F(UtmRecord, Name, TVO_FIELD_MapPrjName, kText),
     F(UtmRecord, Date, TVO_FIELD_Date, kDateTime),
     F(UtmRecord, Flags, TVO_FIELD_PrjFlags, kBits),
@@ -381,7 +385,7 @@ inline constexpr FieldDef kUtmFields[] = {
 };
 
 inline constexpr FieldDef kLambertFields[] = {
-    F(LambertRecord, MapPrjNo, TVO_FIELD_MapPrjNo, kUint16),
+    F(LambertRecord, MapPrjNo, TVO_FIELD_MapPrjNo, kUint16).key(),
     F(LambertRecord, Name, TVO_FIELD_MapPrjName, kText),
     F(LambertRecord, Date, TVO_FIELD_Date, kDateTime),
     F(LambertRecord, Flags, TVO_FIELD_PrjFlags, kBits),
@@ -402,7 +406,7 @@ inline constexpr FieldDef kLambertFields[] = {
 };
 
 inline constexpr FieldDef kLambertWithScaleFields[] = {
-    F(LambertWithScaleRecord, MapPrjNo, TVO_FIELD_MapPrjNo, kUint16),
+    F(LambertWithScaleRecord, MapPrjNo, TVO_FIELD_MapPrjNo, kUint16).key(),
     F(LambertWithScaleRecord, Name, TVO_FIELD_MapPrjName, kText),
     F(LambertWithScaleRecord, Date, TVO_FIELD_Date, kDateTime),
     F(LambertWithScaleRecord, Flags, TVO_FIELD_PrjFlags, kBits),
@@ -423,7 +427,7 @@ inline constexpr FieldDef kLambertWithScaleFields[] = {
 };
 
 inline constexpr FieldDef kMercatorFields[] = {
-    F(MercatorRecord, MapPrjNo, TVO_FIELD_MapPrjNo, kUint16),
+    F(MercatorRecord, MapPrjNo, TVO_FIELD_MapPrjNo, kUint16).key(),
     F(MercatorRecord, Name, TVO_FIELD_MapPrjName, kText),
     F(MercatorRecord, Date, TVO_FIELD_Date, kDateTime),
     F(MercatorRecord, Flags, TVO_FIELD_PrjFlags, kBits),
@@ -444,7 +448,7 @@ inline constexpr FieldDef kMercatorFields[] = {
 };
 
 inline constexpr FieldDef kMercator2Fields[] = {
-    F(Mercator2Record, MapPrjNo, TVO_FIELD_MapPrjNo, kUint16),
+    F(Mercator2Record, MapPrjNo, TVO_FIELD_MapPrjNo, kUint16).key(),
     F(Mercator2Record, Name, TVO_FIELD_MapPrjName, kText),
     F(Mercator2Record, Date, TVO_FIELD_Date, kDateTime),
     F(Mercator2Record, Flags, TVO_FIELD_PrjFlags, kBits),
@@ -461,7 +465,7 @@ inline constexpr FieldDef kMercator2Fields[] = {
 };
 
 inline constexpr FieldDef kObliqueMercatorFields[] = {
-    F(ObliqueMercatorRecord, MapPrjNo, TVO_FIELD_MapPrjNo, kUint16),
+    F(ObliqueMercatorRecord, MapPrjNo, TVO_FIELD_MapPrjNo, kUint16).key(),
     F(ObliqueMercatorRecord, Name, TVO_FIELD_MapPrjName, kText),
     F(ObliqueMercatorRecord, Date, TVO_FIELD_Date, kDateTime),
     F(ObliqueMercatorRecord, Flags, TVO_FIELD_PrjFlags, kBits),
@@ -482,7 +486,7 @@ inline constexpr FieldDef kObliqueMercatorFields[] = {
 };
 
 inline constexpr FieldDef kStereographicFields[] = {
-    F(StereographicRecord, MapPrjNo, TVO_FIELD_MapPrjNo, kUint16),
+    F(StereographicRecord, MapPrjNo, TVO_FIELD_MapPrjNo, kUint16).key(),
     F(StereographicRecord, Name, TVO_FIELD_MapPrjName, kText),
     F(StereographicRecord, Date, TVO_FIELD_Date, kDateTime),
     F(StereographicRecord, Flags, TVO_FIELD_PrjFlags, kBits),
@@ -501,7 +505,7 @@ inline constexpr FieldDef kStereographicFields[] = {
 };
 
 inline constexpr FieldDef kRsoFields[] = {
-    F(RsoRecord, MapPrjNo, TVO_FIELD_MapPrjNo, kUint16),
+    F(RsoRecord, MapPrjNo, TVO_FIELD_MapPrjNo, kUint16).key(),
     F(RsoRecord, Name, TVO_FIELD_MapPrjName, kText),
     F(RsoRecord, Date, TVO_FIELD_Date, kDateTime),
     F(RsoRecord, Flags, TVO_FIELD_PrjFlags, kBits),
@@ -523,7 +527,7 @@ inline constexpr FieldDef kRsoFields[] = {
 };
 
 inline constexpr FieldDef kCassiniSoldnerFields[] = {
-    F(CassiniSoldnerRecord, MapPrjNo, TVO_FIELD_MapPrjNo, kUint16),
+    F(CassiniSoldnerRecord, MapPrjNo, TVO_FIELD_MapPrjNo, kUint16).key(),
     F(CassiniSoldnerRecord, Name, TVO_FIELD_MapPrjName, kText),
     F(CassiniSoldnerRecord, Date, TVO_FIELD_Date, kDateTime),
     F(CassiniSoldnerRecord, Flags, TVO_FIELD_PrjFlags, kBits),
@@ -541,7 +545,7 @@ inline constexpr FieldDef kCassiniSoldnerFields[] = {
 };
 
 inline constexpr FieldDef kPlaneFields[] = {
-    F(PlaneRecord, MapPrjNo, TVO_FIELD_MapPrjNo, kUint16),
+    F(PlaneRecord, MapPrjNo, TVO_FIELD_MapPrjNo, kUint16).key(),
     F(PlaneRecord, Name, TVO_FIELD_MapPrjName, kText),
     F(PlaneRecord, Date, TVO_FIELD_Date, kDateTime),
     F(PlaneRecord, Flags, TVO_FIELD_PrjFlags, kBits),
@@ -550,7 +554,7 @@ inline constexpr FieldDef kPlaneFields[] = {
 };
 
 inline constexpr FieldDef kSpecialFields[] = {
-    F(SpecialRecord, MapPrjNo, TVO_FIELD_MapPrjNo, kUint16),
+    F(SpecialRecord, MapPrjNo, TVO_FIELD_MapPrjNo, kUint16).key(),
     F(SpecialRecord, Name, TVO_FIELD_MapPrjName, kText),
     F(SpecialRecord, Date, TVO_FIELD_Date, kDateTime),
     F(SpecialRecord, Flags, TVO_FIELD_PrjFlags, kBits),
@@ -559,7 +563,7 @@ inline constexpr FieldDef kSpecialFields[] = {
 };
 
 inline constexpr FieldDef kApprox1dFields[] = {
-    F(Approx1dRecord, TrfNo, TVO_FIELD_TrfNo, kUint16),
+    F(Approx1dRecord, TrfNo, TVO_FIELD_TrfNo, kUint16).key(),
     F(Approx1dRecord, Name, TVO_FIELD_TrfName, kText),
     F(Approx1dRecord, Date, TVO_FIELD_Date, kDateTime),
     F(Approx1dRecord, Flags, TVO_FIELD_TrfFlags, kBits),
@@ -572,7 +576,7 @@ inline constexpr FieldDef kApprox1dFields[] = {
 };
 
 inline constexpr FieldDef kAffin2dFields[] = {
-    F(Affin2dRecord, TrfNo, TVO_FIELD_TrfNo, kUint16),
+    F(Affin2dRecord, TrfNo, TVO_FIELD_TrfNo, kUint16).key(),
     F(Affin2dRecord, Name, TVO_FIELD_TrfName, kText),
     F(Affin2dRecord, Date, TVO_FIELD_Date, kDateTime),
     F(Affin2dRecord, Flags, TVO_FIELD_TrfFlags, kBits),
@@ -588,7 +592,7 @@ inline constexpr FieldDef kAffin2dFields[] = {
 };
 
 inline constexpr FieldDef kHelmert2dFields[] = {
-    F(Helmert2dRecord, TrfNo, TVO_FIELD_TrfNo, kUint16),
+    F(Helmert2dRecord, TrfNo, TVO_FIELD_TrfNo, kUint16).key(),
     F(Helmert2dRecord, Name, TVO_FIELD_TrfName, kText),
     F(Helmert2dRecord, Date, TVO_FIELD_Date, kDateTime),
     F(Helmert2dRecord, Flags, TVO_FIELD_TrfFlags, kBits),
@@ -603,7 +607,7 @@ inline constexpr FieldDef kHelmert2dFields[] = {
 };
 
 inline constexpr FieldDef kHelmert3dFields[] = {
-    F(Helmert3dRecord, TrfNo, TVO_FIELD_TrfNo, kUint16),
+    F(Helmert3dRecord, TrfNo, TVO_FIELD_TrfNo, kUint16).key(),
     F(Helmert3dRecord, Name, TVO_FIELD_TrfName, kText),
     F(Helmert3dRecord, Date, TVO_FIELD_Date, kDateTime),
     F(Helmert3dRecord, Flags, TVO_FIELD_TrfFlags, kBits),
@@ -622,12 +626,12 @@ inline constexpr FieldDef kHelmert3dFields[] = {
 };
 
 inline constexpr FieldDef kProjectionSetFields[] = {
-    F(ProjectionSetRecord, PrjSetNo, TVO_FIELD_PrjSetNo, kUint16),
+    F(ProjectionSetRecord, PrjSetNo, TVO_FIELD_PrjSetNo, kUint16).key(),
     F(ProjectionSetRecord, Name, TVO_FIELD_PrjSetName, kText),
-    F(ProjectionSetRecord, EllipsoidNo, TVO_FIELD_EllipsoidNo, kUint16),
-    F(ProjectionSetRecord, MapPrjNo, TVO_FIELD_MapPrjNo, kUint16),
-    F(ProjectionSetRecord, LTrfNo, TVO_FIELD_LTrfNo, kUint16),
-    F(ProjectionSetRecord, HTrfNo, TVO_FIELD_HTrfNo, kUint16),
+    F(ProjectionSetRecord, EllipsoidNo, TVO_FIELD_EllipsoidNo, kUint16).to(TVO_FIELD_EllipsoidNo),
+    F(ProjectionSetRecord, MapPrjNo, TVO_FIELD_MapPrjNo, kUint16).to(TVO_FIELD_MapPrjNo),
+    F(ProjectionSetRecord, LTrfNo, TVO_FIELD_LTrfNo, kUint16).to(TVO_FIELD_TrfNo),
+    F(ProjectionSetRecord, HTrfNo, TVO_FIELD_HTrfNo, kUint16).to(TVO_FIELD_TrfNo),
     F(ProjectionSetRecord, Date, TVO_FIELD_Date, kDateTime),
     F(ProjectionSetRecord, Flags, TVO_FIELD_PrjFlags, kBits),
     F(ProjectionSetRecord, TYPE, TVO_FIELD_TYPE, kEnum).in(EnumGroup::kProjectionSet),
@@ -635,7 +639,7 @@ inline constexpr FieldDef kProjectionSetFields[] = {
 };
 
 inline constexpr FieldDef kTextPropertyFields[] = {
-    F(TextPropertyRecord, TextPropertyNo, TVO_FIELD_TextPropertyNo, kUint16),
+    F(TextPropertyRecord, TextPropertyNo, TVO_FIELD_TextPropertyNo, kUint16).key(),
     F(TextPropertyRecord, Units, TVO_FIELD_Units, kUint16),
     F(TextPropertyRecord, Color, TVO_FIELD_Color, kUint16),
     F(TextPropertyRecord, Height, TVO_FIELD_Height, kFloat),
@@ -650,11 +654,11 @@ inline constexpr FieldDef kTextPropertyFields[] = {
 };
 
 inline constexpr FieldDef kTextBoxFields[] = {
-    F(TextBoxRecord, TextBoxNo, TVO_FIELD_TextBoxNo, kUint16),
-    F(TextBoxRecord, LayerNo, TVO_FIELD_LayerNo, kUint16),
+    F(TextBoxRecord, TextBoxNo, TVO_FIELD_TextBoxNo, kUint16).key(),
+    F(TextBoxRecord, LayerNo, TVO_FIELD_LayerNo, kUint16).to(TVO_FIELD_LayerNo),
     F(TextBoxRecord, Units, TVO_FIELD_Units, kUint16),
     F(TextBoxRecord, AnchorPosition, TVO_FIELD_AnchorPosition, kUint8),
-    F(TextBoxRecord, AnchorPointNo, TVO_FIELD_AnchorPointNo, kUint32),
+    F(TextBoxRecord, AnchorPointNo, TVO_FIELD_AnchorPointNo, kUint32).to(TVO_FIELD_PointNo),
     F(TextBoxRecord, OffsetEast, TVO_FIELD_OffsetEast, kFloat)
         .with(DecimalKind::kLinear)
         .keeping(UnitKind::kLinear),
@@ -671,9 +675,10 @@ inline constexpr FieldDef kTextBoxFields[] = {
 };
 
 inline constexpr FieldDef kTextItemFields[] = {
-    F(TextItemRecord, TextItemNo, TVO_FIELD_TextItemNo, kUint16),
-    F(TextItemRecord, TextBoxNo, TVO_FIELD_TextBoxNo, kUint16),
-    F(TextItemRecord, TextPropertyNo, TVO_FIELD_TextPropertyNo, kUint16),
+    F(TextItemRecord, TextItemNo, TVO_FIELD_TextItemNo, kUint16).key(),
+    F(TextItemRecord, TextBoxNo, TVO_FIELD_TextBoxNo, kUint16).to(TVO_FIELD_TextBoxNo),
+    F(TextItemRecord, TextPropertyNo, TVO_FIELD_TextPropertyNo, kUint16)
+        .to(TVO_FIELD_TextPropertyNo),
     F(TextItemRecord, LineNo, TVO_FIELD_LineNo, kUint16),
     F(TextItemRecord, TextItem, TVO_FIELD_TextItem, kText),
     kTableEnd,

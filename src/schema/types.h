@@ -61,6 +61,10 @@ enum class EnumGroup : uint8_t {
 // The HEADER unit from which a value is converted to metres or radians when it is read.
 enum class UnitKind : uint8_t { kNone, kAngular, kLinear, kGeographic };
 
+// What a field is for telling the records of its block apart: a part of their key, or a second name
+// that is as good.
+enum class KeyRole : uint8_t { kNone, kPart, kIdentifier };
+
 // The count of decimals with which a real is written; kGeneral is one decimal, and exponent form
 // from 100000 on.
 enum class DecimalKind : uint8_t { kGeneral, kAngular, kLinear, kGeographic };
@@ -81,12 +85,17 @@ struct FieldDef {
   DecimalKind decimals = DecimalKind::kGeneral;
   const char* member = "";              // name in the record's structure
   UnitKind fileUnit = UnitKind::kNone;  // of a value that is delivered as the file has it
+  KeyRole role = KeyRole::kNone;
+  FieldId refers = 0;  // number of the key field whose values it repeats; 0: no reference
 
   // Modifiers for the rows of a constant table.
   constexpr FieldDef in(EnumGroup value) const;
   constexpr FieldDef with(DecimalKind value) const;
   constexpr FieldDef from(UnitKind value) const;
   constexpr FieldDef keeping(UnitKind value) const;
+  constexpr FieldDef key() const;
+  constexpr FieldDef identifying() const;
+  constexpr FieldDef to(FieldId value) const;
 };
 
 constexpr FieldDef FieldDef::in(EnumGroup value) const {
@@ -115,6 +124,25 @@ constexpr FieldDef FieldDef::from(UnitKind value) const {
 constexpr FieldDef FieldDef::keeping(UnitKind value) const {
   FieldDef copy = *this;
   copy.fileUnit = value;
+  return copy;
+}
+
+constexpr FieldDef FieldDef::key() const {
+  FieldDef copy = *this;
+  copy.role = KeyRole::kPart;
+  return copy;
+}
+
+constexpr FieldDef FieldDef::identifying() const {
+  FieldDef copy = *this;
+  copy.role = KeyRole::kIdentifier;
+  return copy;
+}
+
+// Names a record of the block whose key is that field.
+constexpr FieldDef FieldDef::to(FieldId value) const {
+  FieldDef copy = *this;
+  copy.refers = value;
   return copy;
 }
 

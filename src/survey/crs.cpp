@@ -287,7 +287,8 @@ void Builder::collectProjections() {
       if (!fresh) {
         findings_.warn(kind->type, i,
                        "Map projection " + std::to_string(it->first) +
-                           " is defined before; the first definition holds");
+                           " is defined before; the first definition holds",
+                       TAVO_GEOMETRY_TWIN);
       }
     }
   }
@@ -300,7 +301,8 @@ void Builder::collectEllipsoids() {
     if (!fresh) {
       findings_.warn(TVO_RECORD_ELLIPSOIDS, i,
                      "Ellipsoid " + std::to_string(it->first) +
-                         " is defined before; the first definition holds");
+                         " is defined before; the first definition holds",
+                     TAVO_GEOMETRY_TWIN);
     }
   }
 }
@@ -623,7 +625,8 @@ ReferenceSystems::ReferenceSystems(const SurveyView& view, const CrsOptions& opt
     if (find(record.PrjSetNo) != nullptr) {
       findings.warn(TVO_RECORD_PROJECTION_SETS, i,
                     "Projection set " + std::to_string(record.PrjSetNo) +
-                        " is defined before; the first definition holds");
+                        " is defined before; the first definition holds",
+                    TAVO_GEOMETRY_TWIN);
       continue;
     }
     sets_.push_back(builder.build(i));

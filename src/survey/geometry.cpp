@@ -57,7 +57,8 @@ void Geometry::placeAnnotations() {
     const size_t point = points_.find({record.PointNo, textOf(record.PointID)});
     places.push_back(point == kNowhere ? kNoPlace : points_.positions()[point]);
     if (point == kNowhere) {
-      findings_.warn(TVO_RECORD_POINT_ANNOTATIONS, i, "An annotation of a point that is not there");
+      findings_.warn(TVO_RECORD_POINT_ANNOTATIONS, i, "An annotation of a point that is not there",
+                     TAVO_GEOMETRY_MISSING);
     }
   }
   placeShapeAnnotations(TVO_RECORD_LINE_ANNOTATIONS, kLines);
@@ -77,7 +78,8 @@ void Geometry::placeShapeAnnotations(RecordType type, const ShapeKind& kind) {
     if (owner == kNowhere) {
       findings_.warn(type, i,
                      std::string("An annotation of a ") + (kind.areas ? "polygon" : "line") +
-                         " that is not there");
+                         " that is not there",
+                     TAVO_GEOMETRY_MISSING);
     }
   }
 }
@@ -97,7 +99,8 @@ void Geometry::placeBoxes() {
       const auto box = recordAt<TextBoxRecord>(records, i);
       const size_t point = points_.find({box.AnchorPointNo, {}});
       if (point == kNowhere) {
-        findings_.warn(TVO_RECORD_BOX_ON_POINT, i, "A text box on a point that is not there");
+        findings_.warn(TVO_RECORD_BOX_ON_POINT, i, "A text box on a point that is not there",
+                       TAVO_GEOMETRY_MISSING);
         continue;
       }
       places[i] = points_.positions()[point];
@@ -143,8 +146,8 @@ void Geometry::observe() {
       if (places[last].crs == to.crs) {
         rays.addSegment(i, places[last], to);
       } else {
-        findings_.warn(TVO_RECORD_SLOPE, i,
-                       "Station and target lie in different reference systems");
+        findings_.warn(TVO_RECORD_SLOPE, i, "Station and target lie in different reference systems",
+                       TAVO_GEOMETRY_SYSTEMS);
       }
     }
   }
@@ -181,7 +184,8 @@ tavo_observation Geometry::observation(const SlopeRecord& slope, tavo_given give
 
 void Geometry::publish() {
   for (const GeometryFinding& from : findings_.all()) {
-    published_.push_back({from.kind, from.type, from.index, from.line, from.text.c_str()});
+    published_.push_back(
+        {from.kind, from.type, from.index, from.line, from.text.c_str(), from.cause});
   }
 }
 

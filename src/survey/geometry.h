@@ -3,6 +3,7 @@
 #pragma once
 
 #include <map>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -23,6 +24,9 @@ class Geometry {
 
   const ReferenceSystems& referenceSystems() const { return systems_; }
   std::span<const tavo_crs> crs() const { return points_.systems(); }
+  std::optional<Geographic> geographic(uint32_t crs, double x, double y) const {
+    return crs < this->crs().size() ? points_.geographic(crs, x, y) : std::nullopt;
+  }
   // One for each record of the type; none for a type without places.
   std::span<const tavo_position> positions(RecordType type) const;
   // Null for a type without shapes.

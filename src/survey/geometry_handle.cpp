@@ -76,6 +76,16 @@ const tavo_position* tavo_geometry_positions(const tavo_geometry* geometry, uint
   return geometry == nullptr ? nullptr : publish(geometry->geometry.positions(type), count);
 }
 
+int tavo_geometry_geographic(const tavo_geometry* geometry, uint32_t crs, double x, double y,
+                             double* longitude, double* latitude) {
+  if (geometry == nullptr || longitude == nullptr || latitude == nullptr) return 0;
+  const auto at = geometry->geometry.geographic(crs, x, y);
+  if (!at) return 0;
+  *longitude = at->lon / tavo::survey::kDegree;
+  *latitude = at->lat / tavo::survey::kDegree;
+  return 1;
+}
+
 size_t tavo_geometry_shape_count(const tavo_geometry* geometry, uint32_t type) {
   const Shapes* const shapes = geometry == nullptr ? nullptr : geometry->geometry.shapes(type);
   return shapes == nullptr ? 0 : shapes->count();

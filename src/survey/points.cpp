@@ -166,7 +166,8 @@ const ProjectionSet* Points::setOf(size_t index, const PointRecord& record, tavo
   if (!named || number == 0) return systems_.sets().size() == 1 ? systems_.sets().data() : nullptr;
   if (unknownSets_.try_emplace(number, index).second) {
     findings_.warn(TVO_RECORD_POINTS, index,
-                   "No projection set " + std::to_string(number) + " is defined");
+                   "No projection set " + std::to_string(number) + " is defined",
+                   TAVO_GEOMETRY_MISSING);
   }
   return nullptr;
 }
@@ -237,7 +238,8 @@ void Points::tellTwins() {
     const auto record = recordAt<PointRecord>(view_.of(TVO_RECORD_POINTS), first);
     findings_.warn(TVO_RECORD_POINTS, index,
                    "Point " + std::to_string(record.PointNo) +
-                       " is given before; lines and polygons use the first one");
+                       " is given before; lines and polygons use the first one",
+                   TAVO_GEOMETRY_TWIN);
   });
 }
 
@@ -250,6 +252,15 @@ void Points::sortById() const {
   if (!std::is_sorted(byId_.begin(), byId_.end(), before)) {
     std::stable_sort(byId_.begin(), byId_.end(), before);
   }
+}
+
+std::optional<Geographic> Points::geographic(uint32_t crs, double x, double y) const {
+  if (crs_[crs].coordinates == TAVO_COORDINATES_GEOGRAPHIC) {
+    return Geographic{y * kDegree, x * kDegree, 0};
+  }
+  const Projector* const projector = texts_[crs].projector;
+  const bool projected = crs_[crs].coordinates == TAVO_COORDINATES_GRID && projector != nullptr;
+  return projected ? projector->inverse({x, y}) : std::nullopt;
 }
 
 size_t Points::find(const PointKey& key) const {

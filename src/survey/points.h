@@ -53,6 +53,8 @@ class Points {
 
   const std::vector<tavo_position>& positions() const { return positions_; }
   const std::vector<tavo_crs>& systems() const { return crs_; }
+  // Radians of a place in a system of geographic or projected coordinates; nothing in others.
+  std::optional<Geographic> geographic(uint32_t crs, double x, double y) const;
   // Place of the point among POINTS, or kNowhere. For one thread at a time.
   size_t find(const PointKey& key) const;
   // Whether the point of that place has coordinates.

@@ -325,6 +325,33 @@ std::optional<Plane> Projector::forward(double lat, double lon) const {
   return out;
 }
 
+// Newton's search from the origin, with slopes from differences. Every method has one inverse then,
+// which is exact to the tenth of a millimetre.
+std::optional<Geographic> Projector::inverse(const Plane& at) const {
+  constexpr int kSteps = 40;
+  constexpr double kClose = 1e-4, kDelta = 1e-7, kStride = 1, kLast = kPi / 2 - 1e-6;
+  Geographic now{std::clamp(projection_.lat, -1.4, 1.4), projection_.lon, 0};
+  for (int i = 0; i < kSteps; ++i) {
+    const auto here = forward(now.lat, now.lon);
+    const auto north = forward(now.lat + kDelta, now.lon),
+               east = forward(now.lat, now.lon + kDelta);
+    if (!here || !north || !east) return std::nullopt;
+    const Plane off{at.east - here->east, at.north - here->north};
+    if (std::hypot(off.east, off.north) < kClose) return now;
+    const double xByLat = (north->east - here->east) / kDelta;
+    const double yByLat = (north->north - here->north) / kDelta;
+    const double xByLon = (east->east - here->east) / kDelta;
+    const double yByLon = (east->north - here->north) / kDelta;
+    const double scale = xByLon * yByLat - xByLat * yByLon;
+    const double lat = (xByLon * off.north - yByLon * off.east) / scale;
+    const double lon = (yByLat * off.east - xByLat * off.north) / scale;
+    if (!std::isfinite(lat) || !std::isfinite(lon)) return std::nullopt;
+    now.lat = std::clamp(now.lat + std::clamp(lat, -kStride, kStride), -kLast, kLast);
+    now.lon = wrapped(now.lon + std::clamp(lon, -kStride, kStride));
+  }
+  return std::nullopt;
+}
+
 std::optional<double> azimuthOf(double gamma, double lat, const Ellipsoid& ellipsoid) {
   const double sine = hotineD(lat, ellipsoid.e2()) * std::sin(gamma);
   if (!(std::fabs(sine) <= 1 + kNear)) return std::nullopt;

@@ -132,6 +132,11 @@ struct NewZealand {
 
 }  // namespace projections
 
+// Latitude, longitude and height on an ellipsoid.
+struct Geographic {
+  double lat = 0, lon = 0, height = 0;
+};
+
 // A projection on an ellipsoid, ready to project any number of points.
 class Projector {
  public:
@@ -140,6 +145,8 @@ class Projector {
 
   // Nothing where the point cannot be projected. Radians, longitude from Greenwich.
   std::optional<Plane> forward(double lat, double lon) const;
+  // The latitude and longitude that are projected there; nothing where the search finds none.
+  std::optional<Geographic> inverse(const Plane& at) const;
 
  private:
   using Formulas = std::variant<projections::TransverseMercator, projections::Lambert,
@@ -158,10 +165,7 @@ class Projector {
 // equator, is `gamma`, in the same half plane as it. Nothing where no line has that angle.
 std::optional<double> azimuthOf(double gamma, double lat, const Ellipsoid& ellipsoid);
 
-// Latitude, longitude and height on the ellipsoid of geocentric coordinates.
-struct Geographic {
-  double lat = 0, lon = 0, height = 0;
-};
+// Of geocentric coordinates.
 Geographic fromGeocentric(double x, double y, double z, const Ellipsoid& ellipsoid);
 
 }  // namespace tavo::survey

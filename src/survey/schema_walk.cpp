@@ -19,6 +19,7 @@ using schema::FieldDef;
 static_assert(TAVO_TYPE_FREE == static_cast<int>(schema::DataType::kFree));
 static_assert(TAVO_UNIT_GEOGRAPHIC == static_cast<int>(schema::UnitKind::kGeographic));
 static_assert(TAVO_BLOCK_OPERATIONS == static_cast<int>(schema::BlockKind::kOperationLines));
+static_assert(TAVO_KEY_IDENTIFIER == static_cast<int>(schema::KeyRole::kIdentifier));
 static_assert(TAVO_NOTE == static_cast<int>(schema::MessageKind::kNote));
 static_assert(TAVO_ERROR == static_cast<int>(schema::MessageKind::kError));
 
@@ -65,6 +66,8 @@ tavo_schema_field fieldView(const BlockDef& block, const FieldDef& field) {
       static_cast<uint32_t>(field.group),
       hidden,
       isAlias(block, field),
+      static_cast<uint32_t>(field.role),
+      field.refers,
   };
 }
 

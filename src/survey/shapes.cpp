@@ -108,8 +108,8 @@ class Joiner {
   void noteChords() const;
 
  private:
-  void warn(size_t edge, const std::string& text) {
-    findings_.warn(kind_.edges, edge, label_ + text);
+  void warn(size_t edge, const std::string& text, uint32_t cause) {
+    findings_.warn(kind_.edges, edge, label_ + text, cause);
   }
   bool known(size_t index, const PointKey& key, size_t point);
   void joinLine(size_t owner, const std::vector<Edge>& edges);
@@ -134,9 +134,11 @@ class Joiner {
 
 bool Joiner::known(size_t index, const PointKey& key, size_t point) {
   if (points_.located(point)) return true;
-  warn(index, point == kNowhere
-                  ? "an edge leads to point " + pointName(key) + ", which is not there"
-                  : "an edge leads to point " + pointName(key) + ", which has no coordinates");
+  warn(index,
+       point == kNowhere
+           ? "an edge leads to point " + pointName(key) + ", which is not there"
+           : "an edge leads to point " + pointName(key) + ", which has no coordinates",
+       point == kNowhere ? TAVO_GEOMETRY_MISSING : TAVO_GEOMETRY_NO_COORDINATES);
   return false;
 }
 
@@ -173,13 +175,16 @@ void Joiner::joinLine(size_t owner, const std::vector<Edge>& edges) {
   std::vector<Run> parts;
   for (const Edge& edge : edges) {
     const bool crosses = edge.sound && at_[edge.start].crs != at_[edge.end].crs;
-    if (crosses) warn(edge.index, "an edge leads from one reference system to another; it is cut");
+    if (crosses)
+      warn(edge.index, "an edge leads from one reference system to another; it is cut",
+           TAVO_GEOMETRY_SYSTEMS);
     if (!edge.sound || crosses) {
       closePart(parts);
       continue;
     }
     if (!part_.empty() && part_.back() != edge.start) {
-      warn(edge.index, "an edge does not join the one before it; a further part begins");
+      warn(edge.index, "an edge does not join the one before it; a further part begins",
+           TAVO_GEOMETRY_GAP);
       closePart(parts);
     }
     if (part_.empty()) part_.push_back(edge.start);
@@ -204,7 +209,8 @@ void Joiner::joinPolygon(size_t owner, const std::vector<Edge>& edges) {
   for (const Ring& ring : rings) {
     for (const size_t point : ring.run) {
       if (at_[point].crs == crs) continue;
-      warn(edges.front().index, "its vertices lie in several reference systems; it is no polygon");
+      warn(edges.front().index, "its vertices lie in several reference systems; it is no polygon",
+           TAVO_GEOMETRY_SYSTEMS);
       return;
     }
   }
@@ -219,7 +225,8 @@ bool Joiner::findRings(const std::vector<Edge>& edges, std::vector<Ring>& rings)
   for (const Edge& edge : edges) {
     const bool joins = part_.empty() || part_.back() == edge.start;
     if (!edge.sound || !joins) {
-      if (edge.sound) warn(edge.index, "a ring does not close; it is no polygon");
+      if (edge.sound)
+        warn(edge.index, "a ring does not close; it is no polygon", TAVO_GEOMETRY_RING);
       return false;
     }
     if (part_.empty()) part_.push_back(edge.start);
@@ -228,11 +235,11 @@ bool Joiner::findRings(const std::vector<Edge>& edges, std::vector<Ring>& rings)
     rings.push_back(ringOf(part_, at_));
     part_.clear();
     if (rings.back().area > 0) continue;
-    warn(edge.index, "a ring has no area; it is no polygon");
+    warn(edge.index, "a ring has no area; it is no polygon", TAVO_GEOMETRY_RING);
     return false;
   }
   if (part_.empty()) return true;
-  warn(edges.back().index, "a ring does not close; it is no polygon");
+  warn(edges.back().index, "a ring does not close; it is no polygon", TAVO_GEOMETRY_RING);
   return false;
 }
 
@@ -394,7 +401,8 @@ void joinEdges(const SurveyView& view, const ShapeKind& kind, const Points& poin
   numbers.eachTwin([&](size_t index, size_t) {
     findings.warn(kind.owner, index,
                   name + " " + std::to_string(numberAt(owners, index, kind.ownerNumber)) +
-                      " is given before; its edges are those of the first one");
+                      " is given before; its edges are those of the first one",
+                  TAVO_GEOMETRY_TWIN);
   });
 
   struct Owned {
@@ -415,7 +423,8 @@ void joinEdges(const SurveyView& view, const ShapeKind& kind, const Points& poin
       all.push_back({owner, edge});
     } else {
       findings.warn(kind.edges, i,
-                    name + " " + std::to_string(number) + ", which an edge names, is not there");
+                    name + " " + std::to_string(number) + ", which an edge names, is not there",
+                    TAVO_GEOMETRY_MISSING);
     }
   }
   std::stable_sort(all.begin(), all.end(),

@@ -34,6 +34,7 @@ struct GeometryFinding {
   size_t index = 0;
   uint64_t line = 0;
   std::string text;
+  uint32_t cause = TAVO_GEOMETRY_OTHER;
 };
 
 // Collects findings; those on one thing are said once.
@@ -42,18 +43,18 @@ class GeometryFindings {
   explicit GeometryFindings(const SurveyView& view) : view_(view) {}
 
   void note(RecordType type, size_t index, std::string text) {
-    add(TAVO_NOTE, type, index, std::move(text));
+    add(TAVO_NOTE, type, index, std::move(text), TAVO_GEOMETRY_OTHER);
   }
-  void warn(RecordType type, size_t index, std::string text) {
-    add(TAVO_WARNING, type, index, std::move(text));
+  void warn(RecordType type, size_t index, std::string text, uint32_t cause = TAVO_GEOMETRY_OTHER) {
+    add(TAVO_WARNING, type, index, std::move(text), cause);
   }
   const std::vector<GeometryFinding>& all() const { return all_; }
 
  private:
-  void add(uint32_t kind, RecordType type, size_t index, std::string text) {
+  void add(uint32_t kind, RecordType type, size_t index, std::string text, uint32_t cause) {
     const tavo_records& records = view_.of(type);
     const uint64_t line = index < records.count ? records.lines[index] : 0;
-    all_.push_back({kind, type, index, line, std::move(text)});
+    all_.push_back({kind, type, index, line, std::move(text), cause});
   }
 
   SurveyView view_;

@@ -37,9 +37,21 @@ def main():
             count += 1
 
     hold("tavo-check", lines(tool, "check", "--format", "json", "none.tvo", *surveys))
+    hold("tavo-info", lines(tool, "info", "--format", "json", *surveys))
+    hold("tavo-explain", lines(tool, "explain", "--all", "--format", "json"))
+    hold("tavo-schema", lines(tool, "schema", "--format", "json"))
+    sarif = lines(tool, "check", "--deep", "--format", "sarif", "none.tvo", *surveys)
+    hold("sarif-2", sarif)
+    run = sarif[0]["runs"][0]
+    rules = [rule["id"] for rule in run["tool"]["driver"]["rules"]]
+    assert run["results"] and len(set(rules)) == len(rules)
+    assert all(rules[result["ruleIndex"]] == result["ruleId"] for result in run["results"])
     for survey in surveys:
         hold("tavo-dump", lines(tool, "dump", survey))
         hold("tavo-timeline", lines(tool, "timeline", "--format", "json", survey))
+    hold("tavo-check", lines(tool, "check", "--deep", "--format", "json", *surveys))
+    first, second, *_ = sorted(examples.glob("*.tvo"))
+    hold("tavo-diff", lines(tool, "diff", "--format", "json", first, second))
     for survey in sorted(examples.glob("*.tvo")):
         hold("tavo-dump", lines(tool, "dump", "--units", "si", survey))
         with tempfile.TemporaryDirectory() as folder:
@@ -48,6 +60,8 @@ def main():
                 subprocess.run([tool, "import", *kind, survey, "-o", data], capture_output=True,
                                check=False)
                 hold("tavo-dump", lines(tool, "dump", data))
+                hold("tavo-info", lines(tool, "info", "--format", "json", data))
+                hold("tavo-diff", lines(tool, "diff", "--format", "json", survey, data))
                 hold("tavo-verify", lines(tool, "verify", "--format", "json", data))
                 cut = pathlib.Path(folder) / "cut.dat"
                 cut.write_bytes(data.read_bytes()[:9216])

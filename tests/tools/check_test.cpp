@@ -34,7 +34,11 @@ TEST_F(CheckTest, PrintsFindingsWithTheirLines) {
             "      SHAPES\n"
             "      ^~~~~~\n"
             "bad.tvo:5: note: line 5 will be ignored\n"
-            "bad.tvo: 1 error, 2 warnings; 6 lines and 1 record read\n");
+            "bad.tvo: 1 error, 2 warnings; 6 lines and 1 record read\n"
+            "       1  E2500  syntax error\n"
+            "       1  N7000  lines ignored\n"
+            "       1  W7011  unknown section/sub section\n"
+            "       1  W7012  unknown format keyword\n");
   EXPECT_EQ(expectOutput(1, {"check", "--quiet", "bad.tvo"}), "");
 }
 
@@ -44,7 +48,8 @@ TEST_F(CheckTest, NotesNumbersThatAreReadAsOtherOnes) {
             "wrapped.tvo:3:5: note: '65537' does not fit its field and is read as another number\n"
             "        65537;\n"
             "        ^~~~~\n"
-            "wrapped.tvo: 0 errors, 0 warnings; 5 lines and 2 records read\n");
+            "wrapped.tvo: 0 errors, 0 warnings; 5 lines and 2 records read\n"
+            "       1  N7001  does not fit its field and is read as another number\n");
 }
 
 TEST_F(CheckTest, FailsOnWhatItIsAskedFor) {

@@ -5,10 +5,13 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string_view>
 #include <thread>
 
 #include "console.h"
+#include "deep.h"
+#include "exchange.h"
 #include "files.h"
 #include "findings.h"
 #include "json.h"
@@ -28,8 +31,9 @@ struct Checked {
   // What of it makes the file fail, in one word.
   const char* verdict(const CheckOptions& options) const {
     if (!problem.empty()) return "failed";
-    if (analysis.counts.errors > 0) return "errors";
-    if (options.failOnWarning && analysis.counts.warnings > 0) return "warnings";
+    if (analysis.counts.errors + analysis.deep(TAVO_ERROR) > 0) return "errors";
+    const uint64_t warnings = analysis.counts.warnings + analysis.deep(TAVO_WARNING);
+    if (options.failOnWarning && warnings > 0) return "warnings";
     if (options.failOnEmpty && analysis.counts.records == 0) return "empty";
     return "ok";
   }
@@ -55,7 +59,14 @@ void checkText(Checked* checked, const CheckOptions& options) {
     if (!checked->problem.empty()) return;
     wanted.log = log.target();
   }
-  checked->analysis = analyseWith(checked->text, nullptr, nullptr, wanted);
+  if (options.deep) {
+    const Survey survey = readSurvey(checked->text, &checked->analysis, wanted);
+    if (survey != nullptr) {
+      checkDeep(checked->text, survey.get(), options.rules, &checked->analysis);
+    }
+  } else {
+    checked->analysis = analyseWith(checked->text, nullptr, nullptr, wanted);
+  }
   if (!checked->analysis.complete()) {
     checked->problem = "reading '" + checked->text.name() + "'" +
                        (options.log.empty() ? "" : " or writing its log") +
@@ -139,20 +150,17 @@ bool printJson(const Checked& checked, const CheckOptions& options) {
   json["status"] = checked.verdict(options);
   json["lines"] = analysis.counts.lines;
   json["records"] = analysis.counts.records;
-  json["errors"] = analysis.counts.errors;
-  json["warnings"] = analysis.counts.warnings;
+  json["errors"] = analysis.counts.errors + analysis.deep(TAVO_ERROR);
+  json["warnings"] = analysis.counts.warnings + analysis.deep(TAVO_WARNING);
   json["comments"] = analysis.counts.comments;
   json["wrappedNumbers"] = analysis.counts.wrapped_integers;
   json["roundedReals"] = analysis.counts.rounded_reals;
   json["errorLimitReached"] = checked.atLimit(options);
-  std::map<std::string, uint64_t> counts;
-  Json findings = Json::array();
-  for (const Found& found : analysis.findings) {
-    ++counts[found.code()];
-    findings.push_back(findingJson(found));
-  }
+  json["deep"] = options.deep;
   json["counts"] = Json::object();
-  for (const auto& [code, count] : counts) json["counts"][code] = count;
+  for (const auto& [code, count] : analysis.byCode()) json["counts"][code] = count;
+  Json findings = Json::array();
+  for (const Found& found : analysis.findings) findings.push_back(findingJson(found));
   json["findings"] = std::move(findings);
   if (!analysis.notes.empty()) json["notes"] = analysis.notes;
   return printLine(json);
@@ -167,7 +175,48 @@ void printForPerson(const Checked& checked, const CheckOptions& options) {
     std::printf("%s: the limit of %s is reached, there may be more\n", name.c_str(),
                 counted(options.maxErrors, "error").c_str());
   }
+  printCounts(stdout, checked.analysis);
 }
+
+// Prints the files in their order, in the form that is asked for.
+class Printer {
+ public:
+  explicit Printer(const CheckOptions& options) : options_(options) {
+    if (options.form == Form::kCsv) std::fputs(csvHead().c_str(), stdout);
+  }
+
+  void print(const Checked& checked) {
+    switch (options_.form) {
+      case Form::kJson:
+        printJson(checked, options_);
+        break;
+      case Form::kCsv:
+        std::fputs(csvLines(checked.text, checked.analysis).c_str(), stdout);
+        break;
+      case Form::kSarif:
+        if (checked.problem.empty()) {
+          sarif_.add(checked.text, checked.analysis);
+        } else {
+          sarif_.addProblem(checked.problem);
+        }
+        break;
+      default:
+        printForPerson(checked, options_);
+    }
+  }
+
+  void finish(const std::vector<std::string>& failed) const {
+    if (options_.form == Form::kSarif) sarif_.print();
+    if (options_.form != Form::kText || options_.files.size() < 2) return;
+    std::printf("%zu of %s failed%s\n", failed.size(),
+                counted(options_.files.size(), "file").c_str(), failed.empty() ? "" : ":");
+    for (const std::string& name : failed) std::printf("  %s\n", printable(name).c_str());
+  }
+
+ private:
+  const CheckOptions& options_;
+  SarifRun sarif_;
+};
 
 // Why the options do not go together, or an empty text when they do.
 std::string callProblem(const CheckOptions& options) {
@@ -177,8 +226,8 @@ std::string callProblem(const CheckOptions& options) {
     return "--log names the log of one file, but there are " +
            std::to_string(options.files.size()) + "; check them one by one";
   }
-  return isStream(options.log) && options.json ? "--log - and --format json print the same stream"
-                                               : "";
+  const bool same = isStream(options.log) && options.form != Form::kText;
+  return same ? "--log - and --format print the same stream" : "";
 }
 
 }  // namespace
@@ -194,21 +243,18 @@ int check(const CheckOptions& options) {
   Checks checks(options, options.jobs > 0 ? options.jobs : cores);
   int status = kSound;
   std::vector<std::string> failed;
+  std::optional<Printer> printer;
+  if (!quiet) printer.emplace(options);
   for (size_t i = 0; i < options.files.size(); ++i) {
     const auto checked = checks.next();
     if (!checked->problem.empty()) complain(checked->problem);
-    if (!quiet && options.json) printJson(*checked, options);
-    if (!quiet && !options.json) printForPerson(*checked, options);
+    if (printer) printer->print(*checked);
     if (isStream(options.log)) complainOfNotes(checked->text, checked->analysis);
     const ExitStatus result = checked->status(options);
     if (result != kSound) failed.push_back(checked->text.name());
     status = std::max(status, static_cast<int>(result));
   }
-  if (!quiet && !options.json && options.files.size() > 1) {
-    std::printf("%zu of %s failed%s\n", failed.size(),
-                counted(options.files.size(), "file").c_str(), failed.empty() ? "" : ":");
-    for (const std::string& name : failed) std::printf("  %s\n", printable(name).c_str());
-  }
+  if (printer) printer->finish(failed);
   return flushOutput() ? status : kFailed;
 }
 

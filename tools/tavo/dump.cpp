@@ -1,10 +1,15 @@
 // tavo dump: prints the records of a text or a data file, one JSON line each, behind a line that
 // says in which units.
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <optional>
+#include <set>
 #include <string>
+#include <vector>
 
 #include "console.h"
+#include "exchange.h"
 #include "files.h"
 #include "findings.h"
 #include "record_json.h"
@@ -37,58 +42,192 @@ struct HeaderUnits {
   }
 };
 
-// Those that stand behind the first HEADER of a text: a later one is told of where it comes.
-tavo_units firstUnits(const InputText& text) {
-  HeaderUnits first;
-  const auto take = [&first](const tavo_record& record) -> uint32_t {
-    return first.take(record) ? uint32_t{TAVO_OK} : uint32_t{TVO_ERR_ABORTED};
-  };
-  AnalysisOptions options;
-  options.progress = false;
-  analyse(text, take, options);
-  return first.units;
-}
+// Which record types are printed: all, or those that the words name by number, record name, keyword
+// or path.
+class Filter {
+ public:
+  // False, with a complaint, for a word that names none.
+  bool set(const std::vector<std::string>& words) {
+    for (const std::string& word : words) {
+      const size_t before = wanted_.size();
+      for (uint32_t type = 1; type < kTypes; ++type) {
+        if (names(word, type)) wanted_.insert(type);
+      }
+      if (wanted_.size() > before || again(word)) continue;
+      complain("'" + word + "' is no block or record type; see 'tavo schema'");
+      return false;
+    }
+    return true;
+  }
+  bool wants(uint32_t type) const { return wanted_.empty() || wanted_.contains(type); }
+  // Whether the record tells something about others: columns, or units.
+  static bool leads(uint32_t type) {
+    const tavo_schema_block* const block = tavo_schema_block_of(type);
+    return type == block->columns_type || type == TVO_RECORD_UNITS || type == TVO_RECORD_OFFSETS;
+  }
 
-// The head of the output, and again whenever a HEADER changes the units.
+ private:
+  static constexpr uint32_t kTypes = 256;
+
+  static bool names(const std::string& word, uint32_t type) {
+    const tavo_schema_block* const block = tavo_schema_block_of(type);
+    if (block == nullptr) return false;
+    if (word == std::to_string(type) || word == recordName(type)) return true;
+    return type != block->columns_type && ("/" + blockPath(block)).ends_with("/" + word);
+  }
+  bool again(const std::string& word) const {
+    return std::ranges::any_of(wanted_, [&](uint32_t type) { return names(word, type); });
+  }
+
+  std::set<uint32_t> wanted_;
+};
+
+// One table of all records that are asked for. Its columns are those that the files declare.
+class CsvTable {
+ public:
+  explicit CsvTable(const Filter& filter) : filter_(filter) {}
+
+  // Takes the columns of the records before any is printed.
+  void prepare(const tavo_record& record) {
+    const tavo_schema_block* const block = tavo_schema_block_of(record.type);
+    if (record.type == block->columns_type) {
+      if (block->field_count > 0 && filter_.wants(block->data_type)) {
+        addColumns(block, static_cast<const char*>(record.bytes));
+      }
+    } else if (filter_.wants(record.type) && block->field_count == 0) {
+      for (const auto& [type, name] : kFixed) {
+        if (type == record.type) add(name);
+      }
+    }
+  }
+
+  bool printHead() const {
+    std::vector<std::string> head{"file", "name"};
+    head.insert(head.end(), columns_.begin(), columns_.end());
+    return printed(csvLine(head));
+  }
+  bool print(const std::string& file, const Json& record) const {
+    std::vector<std::string> row{file, record["name"].get<std::string>()};
+    const Json& fields = record.contains("fields") ? record["fields"] : record;
+    for (const std::string& name : columns_) {
+      const auto at = fields.find(name);
+      row.push_back(at == fields.end() ? ""
+                    : at->is_string()  ? at->get<std::string>()
+                                       : oneLine(*at));
+    }
+    return printed(csvLine(row));
+  }
+
+ private:
+  // Columns of records that no field table describes.
+  static constexpr struct {
+    uint32_t type;
+    const char* name;
+  } kFixed[] = {
+      {TVO_RECORD_TIME_TAGGED_CODES, "Code"},   {TVO_RECORD_TIME_TAGGED_CODES, "TimeTag"},
+      {TVO_RECORD_TIME_TAGGED_CODES, "Number"}, {TVO_RECORD_TIME_TAGGED_CODES, "values"},
+      {TVO_RECORD_OPERATIONS, "Operation"},     {TVO_RECORD_OPERATION_POINTS, "points"},
+  };
+
+  static bool printed(const std::string& line) {
+    return std::fwrite(line.data(), 1, line.size(), stdout) == line.size();
+  }
+  void add(const std::string& name) {
+    if (std::ranges::find(columns_, name) == columns_.end()) columns_.push_back(name);
+  }
+  void addColumns(const tavo_schema_block* block, const char* record) {
+    std::set<FieldId> declared;
+    for (size_t i = 0; i < TVO_COLUMNS_ROOM; ++i) {
+      const auto id = load<FieldId>(record + offsetof(ColumnsRecord, fields) + i * sizeof(FieldId));
+      if (id == TVO_FIELD_End) break;
+      declared.insert(id);
+    }
+    const tavo_schema_field* field = nullptr;
+    for (size_t i = 0; (field = tavo_schema_field_at(block, i)) != nullptr; ++i) {
+      const bool kept = field->offset != UINT32_MAX;
+      if (kept && (field->hidden != 0 || declared.contains(field->id))) add(field->name);
+    }
+  }
+
+  const Filter& filter_;
+  std::vector<std::string> columns_;
+};
+
+// What all files of a call have in common. Without a table records are JSON lines.
+struct Dump {
+  const DumpOptions& options;
+  Filter filter;
+  std::optional<CsvTable> table;
+};
+
+// The head of the output, and again whenever a HEADER changes the units. A table has no place for
+// them, so that only a change is told.
 class UnitsLine {
  public:
-  UnitsLine(Json head, const DumpOptions& options, const tavo_units& units)
-      : si_(options.si), said_(unitsJson(units)) {
-    head["units"] = options.si ? "si" : "file";
+  UnitsLine(Json head, const Dump& dump, const tavo_units& units)
+      : dump_(dump), file_(head["file"]), said_(unitsJson(units)) {
+    if (dump.table) return;
+    const bool si = dump.options.si;
+    head["units"] = si ? "si" : "file";
     head["in"] =
-        si_ ? Json{{"angular", "radian"}, {"linear", "metre"}, {"geographic", "radian"}} : said_;
+        si ? Json{{"angular", "radian"}, {"linear", "metre"}, {"geographic", "radian"}} : said_;
     printLine(head);
   }
 
   bool follow(const tavo_units& units) {
     Json now = unitsJson(units);
-    if (si_ || now == said_) return true;
+    if (dump_.options.si || now == said_) return true;
     said_ = now;
-    return printLine({{"in", std::move(now)}});
+    if (!dump_.table) return printLine({{"in", std::move(now)}});
+    complain(file_ + ": the units change within the file; use --units si for one table");
+    return true;
   }
 
  private:
-  bool si_;
+  const Dump& dump_;
+  std::string file_;
   Json said_;
 };
 
-// head: what was read of the standard input already.
-int dumpText(const DumpOptions& options, const std::string& head) {
-  InputText text;
-  if (const std::string problem = text.open(options.file, head); !problem.empty()) {
-    complain(problem);
-    return kFailed;
-  }
-  const tavo_units first = firstUnits(text);
-  UnitsLine units(jsonOf(kShape, text), options, first);
-  RecordPrinter printer(RecordPrinter::Order::kText, valuesOf(options), options.allFields);
-  const auto print = [&](const tavo_record& record) -> uint32_t {
-    const bool printed = printLine(printer.print(record.type, record.bytes));
+// Prints a record that is wanted, and lets the printer know of others.
+bool printRecord(const Dump& dump, const std::string& file, const tavo_record& record,
+                 RecordPrinter* printer) {
+  const bool wanted = dump.filter.wants(record.type);
+  if (!wanted && !Filter::leads(record.type)) return true;
+  const Json line = printer->print(record.type, record.bytes);
+  if (!wanted) return true;
+  if (!dump.table) return printLine(line);
+  const bool columns = record.type == tavo_schema_block_of(record.type)->columns_type;
+  return columns || dump.table->print(file, line);
+}
+
+// Calls take with each record of a text as long as it returns true.
+template <class Function>
+Analysis eachRecord(const InputText& text, Function take, bool progress) {
+  AnalysisOptions options;
+  options.progress = progress;
+  return analyse(
+      text,
+      [&take](const tavo_record& record) -> uint32_t {
+        return take(record) ? uint32_t{TAVO_OK} : uint32_t{TVO_ERR_ABORTED};
+      },
+      options);
+}
+
+ExitStatus dumpText(const Dump& dump, const InputText& text) {
+  HeaderUnits first;
+  eachRecord(
+      text, [&first](const tavo_record& record) { return first.take(record); }, false);
+  UnitsLine head(jsonOf(kShape, text), dump, first.units);
+  RecordPrinter printer(RecordPrinter::Order::kText, valuesOf(dump.options),
+                        dump.options.allFields);
+  const std::string name = toUtf8(text.name());
+  const auto print = [&](const tavo_record& record) {
+    const bool printed = printRecord(dump, name, record, &printer);
     // What the first HEADER sets stands in the head.
-    const bool later = record.type == TVO_RECORD_UNITS && units.follow(printer.units());
-    return printed || later ? uint32_t{TAVO_OK} : uint32_t{TVO_ERR_ABORTED};
+    return printed && (record.type != TVO_RECORD_UNITS || head.follow(printer.units()));
   };
-  const Analysis analysis = analyse(text, print);
+  const Analysis analysis = eachRecord(text, print, true);
   if (!flushOutput()) return kFailed;
   if (!analysis.complete()) {
     complain("reading '" + text.name() + "' failed: " + tavo_status_text(analysis.status));
@@ -100,30 +239,31 @@ int dumpText(const DumpOptions& options, const std::string& head) {
   return analysis.counts.errors > 0 ? kFindings : kSound;
 }
 
-int dumpDataFile(const DumpOptions& options, const std::string& streamed) {
+ExitStatus dumpDataFile(const Dump& dump, const std::string& path, const std::string& streamed) {
   DataFileInput file;
-  if (const std::string problem = file.open(options.file, streamed); !problem.empty()) {
+  if (const std::string problem = file.open(path, streamed); !problem.empty()) {
     complain(problem);
     return kFailed;
   }
   // Before the file is open, since nobody else reads it then.
   Json head = jsonOf(kShape, file);
   StoredRecords records;
-  if (const ExitStatus opened = records.open(file, StoredRecords::Use::kPrint, options.force);
+  if (const ExitStatus opened = records.open(file, StoredRecords::Use::kPrint, dump.options.force);
       opened != kSound) {
     return opened;
   }
   // A compatible one keeps one HEADER, in front of everything else.
   const auto order =
       records.complete() ? RecordPrinter::Order::kText : RecordPrinter::Order::kDataFile;
-  RecordPrinter printer(order, valuesOf(options), options.allFields);
+  RecordPrinter printer(order, valuesOf(dump.options), dump.options.allFields);
   tavo_record record{};
   HeaderUnits first;
   uint32_t move = TVO_FIRST;
   while (records.fetch(move, &record) == TAVO_OK && first.take(record)) move = TVO_NEXT;
-  UnitsLine units(std::move(head), options, first.units);
+  UnitsLine units(std::move(head), dump, first.units);
+  const std::string name = toUtf8(path);
   for (move = TVO_FIRST; records.fetch(move, &record) == TAVO_OK; move = TVO_NEXT) {
-    if (!printLine(printer.print(record.type, record.bytes))) break;
+    if (!printRecord(dump, name, record, &printer)) break;
     if (record.type == TVO_RECORD_UNITS && !units.follow(printer.units())) break;
     if (interrupted()) return kFailed;
   }
@@ -131,12 +271,65 @@ int dumpDataFile(const DumpOptions& options, const std::string& streamed) {
   return records.complainOfLosses() ? kFindings : kSound;
 }
 
+// The columns of a table, out of all files, before anything of it is printed. Whatever is wrong
+// with a file is told when it is printed.
+void prepareTable(Dump* dump) {
+  const auto take = [dump](const tavo_record& record) {
+    dump->table->prepare(record);
+    return true;
+  };
+  for (const std::string& path : dump->options.files) {
+    if (!isDataFile(path)) {
+      InputText text;
+      if (text.open(path).empty()) eachRecord(text, take, false);
+      continue;
+    }
+    DataFileInput file;
+    StoredRecords records;
+    if (!file.open(path).empty()) continue;
+    if (records.open(file, StoredRecords::Use::kPrint, dump->options.force) != kSound) continue;
+    tavo_record record{};
+    for (uint32_t move = TVO_FIRST; records.fetch(move, &record) == TAVO_OK; move = TVO_NEXT) {
+      take(record);
+    }
+  }
+  dump->table->printHead();
+}
+
 }  // namespace
 
 int dump(const DumpOptions& options) {
-  const std::string head = isStream(options.file) ? streamHead() : std::string();
-  const bool stored = isDataFile(options.file) || tavo_is_data_file(head.data(), head.size()) != 0;
-  return stored ? dumpDataFile(options, head) : dumpText(options, head);
+  Dump dump{options, {}, {}};
+  if (!dump.filter.set(options.types)) return kFailed;
+  if (options.form == Form::kCsv) {
+    if (options.types.empty()) {
+      complain("a table needs --type, the blocks that are in it");
+      return kFailed;
+    }
+    if (std::ranges::find(options.files, "-") != options.files.end()) {
+      complain("a table is made in two readings, which the standard input does not allow");
+      return kFailed;
+    }
+    dump.table.emplace(dump.filter);
+    prepareTable(&dump);
+  }
+  int status = kSound;
+  for (const std::string& path : options.files) {
+    ExitStatus result = kFailed;
+    const InputKind kind = inputKind(path);
+    if (kind.stored) {
+      result = dumpDataFile(dump, path, kind.head);
+    } else {
+      InputText text;
+      if (const std::string problem = text.open(path, kind.head); !problem.empty()) {
+        complain(problem);
+      } else {
+        result = dumpText(dump, text);
+      }
+    }
+    status = std::max(status, static_cast<int>(result));
+  }
+  return status;
 }
 
 }  // namespace tavo::tool

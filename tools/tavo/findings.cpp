@@ -2,9 +2,11 @@
 #include "findings.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "console.h"
 #include "text.h"
+#include "topics.h"
 
 namespace tavo::tool {
 
@@ -126,17 +128,34 @@ Found::Found(const tavo_finding& finding)
   }
 }
 
-std::string Found::code() const { return kStyles[kind].letter + std::to_string(number); }
+const char* findingKind(uint32_t kind) { return kStyles[kind].name; }
+
+std::string Found::code() const {
+  return (deep ? 'T' : kStyles[kind].letter) + std::to_string(number);
+}
 
 std::string Found::message() const {
+  if (deep) return topicOf('T', number)->name;
   if (number == kLogNote) return text;
   const tavo_schema_message* const row = tavo_schema_message_of(number);
   return row == nullptr ? "?" : row->text;
 }
 
 std::string Analysis::summary() const {
-  return counted(counts.errors, "error") + ", " + counted(counts.warnings, "warning") + "; " +
+  return counted(counts.errors + deep(TAVO_ERROR), "error") + ", " +
+         counted(counts.warnings + deep(TAVO_WARNING), "warning") + "; " +
          counted(counts.lines, "line") + " and " + counted(counts.records, "record") + " read";
+}
+
+uint64_t Analysis::deep(uint32_t kind) const {
+  return static_cast<uint64_t>(std::ranges::count_if(
+      findings, [kind](const Found& found) { return found.deep && found.kind == kind; }));
+}
+
+std::map<std::string, uint64_t> Analysis::byCode() const {
+  std::map<std::string, uint64_t> numbers;
+  for (const Found& found : findings) ++numbers[found.code()];
+  return numbers;
 }
 
 Analysis analyseWith(const InputText& text, tavo_record_fn take, void* user,
@@ -151,11 +170,11 @@ Analysis analyseWith(const InputText& text, tavo_record_fn take, void* user,
   return result;
 }
 
-Survey readSurvey(const InputText& text, Analysis* analysis) {
+Survey readSurvey(const InputText& text, Analysis* analysis, const AnalysisOptions& wanted) {
   *analysis = {};
-  ProgressBar bar(text.name(), text.size());
+  ProgressBar bar(text.name(), wanted.progress ? text.size() : 0);
   Observer observer{analysis, &bar, nullptr, nullptr};
-  const tavo_analysis_options options = observer.options({});
+  const tavo_analysis_options options = observer.options(wanted);
   const tavo_input input = text.input();
   tavo_survey* survey = nullptr;
   analysis->status = tavo_survey_read(&survey, &input, &options);
@@ -181,13 +200,18 @@ void printFindings(std::FILE* stream, const InputText& text, const Analysis& ana
   const std::string name = printable(text.name());
   for (const Found& found : analysis.findings) {
     const Style& style = kStyles[found.kind];
-    std::fprintf(stream, "%s:%llu:", name.c_str(), static_cast<unsigned long long>(found.line));
+    std::fprintf(stream, "%s:", name.c_str());
+    if (found.line > 0) std::fprintf(stream, "%llu:", static_cast<unsigned long long>(found.line));
     if (found.column > 0) std::fprintf(stream, "%u:", found.column);
     std::fprintf(stream, " %s%s%s", colour ? style.colour : "", style.name, colour ? kPlain : "");
-    if (found.kind != TAVO_NOTE) std::fprintf(stream, " %s", found.code().c_str());
+    if (found.kind != TAVO_NOTE || found.deep) {
+      std::fprintf(stream, " %s", found.code().c_str());
+    }
     const std::string message = printable(found.message(), kShown);
     const std::string quoted = printable(found.text, kShown);
-    if (found.number == kLogNote) {
+    if (found.deep) {
+      std::fprintf(stream, ": %s: %s\n", message.c_str(), printable(found.detail, kShown).c_str());
+    } else if (found.number == kLogNote) {
       std::fprintf(stream, ": %s\n", message.c_str());
     } else if (found.kind == TAVO_NOTE) {
       std::fprintf(stream, ": '%s' %s\n", quoted.c_str(), message.c_str());
@@ -202,17 +226,40 @@ void printFindings(std::FILE* stream, const InputText& text, const Analysis& ana
   }
 }
 
+void printCounts(std::FILE* stream, const Analysis& analysis) {
+  const std::map<std::string, uint64_t> counts = analysis.byCode();
+  for (const auto& [code, count] : counts) {
+    std::fprintf(stream, "%8llu  %-5s  %s\n", static_cast<unsigned long long>(count), code.c_str(),
+                 findTopic(code)->name);
+  }
+}
+
 void complainOfNotes(const InputText& text, const Analysis& analysis) {
   for (const std::string& note : analysis.notes) complain(text.name() + ": " + note);
 }
 
 Json findingJson(const Found& found) {
-  Json json{{"code", found.code()}, {"kind", kStyles[found.kind].name}, {"line", found.line}};
+  Json json{{"code", found.code()}, {"kind", findingKind(found.kind)}};
+  if (found.line > 0) json["line"] = found.line;
   if (found.column > 0) json["column"] = found.column;
   if (found.column > 0) json["length"] = found.length;
   json["message"] = toUtf8(found.message());
-  if (found.number != kLogNote) json["text"] = toUtf8(found.text);
+  if (found.deep) json["detail"] = toUtf8(found.detail);
+  if (found.number != kLogNote && !(found.deep && found.text.empty())) {
+    json["text"] = toUtf8(found.text);
+  }
   if (!found.source.empty()) json["source"] = toUtf8(found.source);
+  if (found.owner.block.empty()) return json;
+  Json owner{{"block", found.owner.block}};
+  if (found.owner.number != 0) owner["number"] = found.owner.number;
+  if (!found.owner.id.empty()) owner["id"] = toUtf8(found.owner.id);
+  if (const auto& at = found.owner.position) {
+    owner["x"] = at->x;
+    owner["y"] = at->y;
+    if (std::isfinite(at->z)) owner["z"] = at->z;
+    if (!at->crs.empty()) owner["crs"] = toUtf8(at->crs);
+  }
+  json["owner"] = std::move(owner);
   return json;
 }
 

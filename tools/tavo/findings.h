@@ -5,7 +5,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -18,6 +20,20 @@
 
 namespace tavo::tool {
 
+// Where something of the survey lies.
+struct Position {
+  double x, y, z;   // z is NaN where there is no height
+  std::string crs;  // name of its reference system, "" without one
+};
+
+// The record that a finding of the deep check is about.
+struct Owner {
+  std::string block;    // "POINTS", "POLYGONS/EDGES"
+  uint32_t number = 0;  // 0: none
+  std::string id;
+  std::optional<Position> position;
+};
+
 struct Found {
   uint32_t number;
   uint32_t kind;       // TAVO_NOTE, TAVO_WARNING or TAVO_ERROR
@@ -26,13 +42,20 @@ struct Found {
   uint32_t length;     // of the text in its line
   std::string text;    // the offending text, of a note of the log the sentence
   std::string source;  // the line of the file
+  bool deep = false;   // number is a rule of the deep check, which has the following
+  std::string detail;  // what it is of this record, in a sentence
+  Owner owner;
 
+  Found() = default;
   explicit Found(const tavo_finding& finding);
-  // "E2500", "W7014", "N7000".
+  // "E2500", "W7014", "N7000", "T101".
   std::string code() const;
   // The sentence on what is wrong, without the offending text.
   std::string message() const;
 };
+
+// "error", "warning", "note".
+const char* findingKind(uint32_t kind);
 
 // Result of reading a text.
 struct Analysis {
@@ -44,8 +67,12 @@ struct Analysis {
 
   // It was read to its end, whatever was found.
   bool complete() const { return status == TAVO_OK || status == TVO_ERR_ERRORS_FOUND; }
-  // "3 errors, 1 warning; 120 lines and 96 records read"
+  // "3 errors, 1 warning; 120 lines and 96 records read", those of the deep check counted in.
   std::string summary() const;
+  // Findings of a kind that the deep check made.
+  uint64_t deep(uint32_t kind) const;
+  // How many findings have each code.
+  std::map<std::string, uint64_t> byCode() const;
 };
 
 // What an analysis does besides reading and checking.
@@ -75,7 +102,7 @@ struct FreeSurvey {
 };
 using Survey = std::unique_ptr<tavo_survey, FreeSurvey>;
 // The same for a survey that is kept in memory; null unless the analysis is complete.
-Survey readSurvey(const InputText& text, Analysis* analysis);
+Survey readSurvey(const InputText& text, Analysis* analysis, const AnalysisOptions& options = {});
 // The same of a file that is to be opened; null, with a complaint, when it cannot be read.
 Survey openSurvey(const std::string& path, InputText* text, Analysis* analysis);
 
@@ -85,8 +112,11 @@ void printFindings(std::FILE* stream, const InputText& text, const Analysis& ana
 // The notes alone, on standard error.
 void complainOfNotes(const InputText& text, const Analysis& analysis);
 
-// {"code", "kind", "line", "column", "length", "message", "text", "source"}, without members that
-// have no value.
+// How many findings each code has, a line each, in the order of the codes.
+void printCounts(std::FILE* stream, const Analysis& analysis);
+
+// {"code", "kind", "line", "column", "length", "message", "text", "source"}, of the deep check also
+// "detail" and "owner", without members that have no value.
 Json findingJson(const Found& found);
 
 }  // namespace tavo::tool

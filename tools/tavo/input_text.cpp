@@ -127,10 +127,9 @@ std::vector<std::string> InputText::oddities() const {
   return {};
 }
 
-template <class Function>
-bool InputText::eachBlock(Function function) const {
+bool InputText::eachBlock(const std::function<bool(std::string_view)>& take) const {
   if (path_.empty()) {
-    function(std::string_view(memory_));
+    take(std::string_view(memory_));
     return true;
   }
   const ReadFile file(path_);
@@ -138,7 +137,7 @@ bool InputText::eachBlock(Function function) const {
   int64_t read = file.isOpen() ? 1 : -1;
   while (read > 0) {
     read = file.read(block.data(), block.size());
-    if (read > 0 && !function(std::string_view(block).substr(0, static_cast<size_t>(read)))) {
+    if (read > 0 && !take(std::string_view(block).substr(0, static_cast<size_t>(read)))) {
       return true;
     }
   }

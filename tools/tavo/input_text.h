@@ -2,8 +2,10 @@
 // Knows what is odd about it in words that help more than the findings that come of it.
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "tavo/survey.h"
@@ -22,6 +24,8 @@ class InputText {
   uint64_t size() const { return size_; }
   // The text for an analysis; valid while this object is.
   tavo_input input() const;
+  // Hands its bytes over in blocks, until one is refused; false when reading fails.
+  bool eachBlock(const std::function<bool(std::string_view)>& take) const;
 
   // What the file is instead of a plain text, one sentence each.
   std::vector<std::string> oddities() const;
@@ -35,9 +39,6 @@ class InputText {
  private:
   std::string readStream();
   std::string contentProblem() const;
-  // Hands the text over in blocks, until one is refused; false when reading fails.
-  template <class Function>
-  bool eachBlock(Function function) const;
 
   std::string name_;
   std::string path_;    // empty when the text is in memory

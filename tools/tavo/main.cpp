@@ -20,8 +20,8 @@ namespace {
 
 // In the order of the help text.
 constexpr void (*kVerbs[])(CLI::App&, Action*) = {
-    addCheck,  addDump,     addImport, addVerify, addRepair, addBuild,
-    addFormat, addTimeline, addReport, addPlot,   addExport,
+    addCheck,   addDump, addImport, addVerify, addRepair, addBuild, addFormat, addTimeline,
+    addExplain, addInfo, addDiff,   addSchema, addReport, addPlot,  addExport,
 };
 
 // How many letters must be put in, left out, exchanged or swapped to make one word of the other.

@@ -3,6 +3,7 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "verbs.h"
@@ -18,6 +19,8 @@ void addCheck(CLI::App& app, Action* action) {
       "of the file under it with the text marked, and how many lines and records were read.\n"
       "Several files are checked side by side and shown in their order.\n"
       "A number that does not fit its field, and so is read as another one, gets a note.\n"
+      "With --deep the rules T101 and on look for doubled numbers, references to nothing, open\n"
+      "rings, outliers and the like ('tavo explain T101').\n"
       "Exit status: 0 no errors (warnings do not count), 1 errors, or what --fail-on names,\n"
       "2 a file cannot be read.\n\n"
       "Example: tavo check --fail-on warning --log survey.log survey.tvo");
@@ -29,9 +32,11 @@ void addCheck(CLI::App& app, Action* action) {
       ->check(CLI::Range(1, int{UINT16_MAX}).description(""))
       ->type_name("N")
       ->capture_default_str();
-  addForm(verb, &options->json, "text for people, or json, one line per file");
-  verb->add_option("--fail-on", *failOn,
-                   "Exit with 1 also on warnings, or on a file without any record")
+  verb->add_flag("--deep", options->deep, "Check what the records mean together, too");
+  addRules(verb, &options->rules);
+  addForms(verb, &options->form, {"text", "json", "csv", "sarif"},
+           "text, json (a line for each file), csv or sarif");
+  verb->add_option("--fail-on", *failOn, "Exit with 1 also on warnings, or on no record")
       ->delimiter(',')
       ->allow_extra_args(false)
       ->check(CLI::IsMember({"warning", "empty"}).description(""))
@@ -45,31 +50,6 @@ void addCheck(CLI::App& app, Action* action) {
       (what == "empty" ? options->failOnEmpty : options->failOnWarning) = true;
     }
     *action = [=] { return check(*options); };
-  });
-}
-
-void addDump(CLI::App& app, Action* action) {
-  const auto options = std::make_shared<DumpOptions>();
-  CLI::App* const verb = addVerb(
-      app, "dump", "Print every record as one JSON line",
-      "FILE is a text, whose records come in the order of their delivery, or a data file,\n"
-      "whose records come in stored order. The first line names the units of lengths and\n"
-      "angles, and so does a further one when a HEADER changes them. Offsets of the HEADER\n"
-      "are not added to coordinates.\n"
-      "Exit status: 0 all records, 1 errors in the text, a data file that is damaged or keeps\n"
-      "records that it cannot give back, 2 a file cannot be read.\n\n"
-      "Example: tavo dump survey.tvo | grep '\"name\":\"POINTS\"'");
-  verb->add_option("FILE", options->file, "Text or data file")->required()->type_name("");
-  const auto units = std::make_shared<std::string>("file");
-  verb->add_option("--units", *units, "the file's own units, or si: metres and radians")
-      ->check(CLI::IsMember({"file", "si"}).description(""))
-      ->type_name("file|si")
-      ->capture_default_str();
-  verb->add_flag("--all", options->allFields, "Show fields that the file does not declare, too");
-  verb->add_flag("--force", options->force, "Print what can be read of a damaged data file");
-  verb->callback([=] {
-    options->si = *units == "si";
-    *action = [=] { return dump(*options); };
   });
 }
 

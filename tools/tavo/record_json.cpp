@@ -23,16 +23,6 @@ std::string textOf(const char* bytes, size_t room) {
   return toUtf8({bytes, size});
 }
 
-// The double with the shortest decimal form that still names the float, so that 1.31 shows as such.
-double shortest(float value) {
-  char digits[32];
-  for (int count = 6; count <= 9; ++count) {
-    std::snprintf(digits, sizeof digits, "%.*g", count, double{value});
-    if (std::strtof(digits, nullptr) == value) break;
-  }
-  return std::strtod(digits, nullptr);
-}
-
 std::string bits(unsigned value, unsigned width) {
   std::string digits;
   for (unsigned bit = width; bit-- > 0;) digits += (value >> bit & 1U) != 0 ? '1' : '0';
@@ -105,16 +95,6 @@ bool isColumns(uint32_t type) {
   return block != nullptr && block->columns_type == type;
 }
 
-// "DATABASE/POINTS/THEMINFO"
-std::string blockPath(uint32_t type) {
-  std::string path;
-  const tavo_schema_block* block = tavo_schema_block_of(type);
-  for (; block != nullptr; block = tavo_schema_block_named(block->parent)) {
-    path = block->keyword + (path.empty() ? "" : "/" + path);
-  }
-  return path;
-}
-
 bool isZero(const tavo_schema_field& field, const char* at) {
   return std::all_of(at, at + field.size, [](char c) { return c == '\0'; });
 }
@@ -129,6 +109,36 @@ double inUnits(const tavo_schema_field& field, double value, const tavo_units& u
 }
 
 }  // namespace
+
+double shortest(float value) {
+  char digits[32];
+  for (int count = 6; count <= 9; ++count) {
+    std::snprintf(digits, sizeof digits, "%.*g", count, double{value});
+    if (std::strtof(digits, nullptr) == value) break;
+  }
+  return std::strtod(digits, nullptr);
+}
+
+bool isNone(const DateTime& date) {
+  constexpr DateTime kNone{};
+  return std::memcmp(&date, &kNone, sizeof date) == 0;
+}
+
+bool isPossible(const DateTime& date) {
+  using namespace std::chrono;
+  const auto part = [](int16_t value) { return static_cast<unsigned>(value); };
+  return (year{date.year} / month{part(date.month)} / day{part(date.day)}).ok() && date.year >= 0 &&
+         date.hour >= 0 && date.hour < 24 && date.minute >= 0 && date.minute < 60 &&
+         date.second >= 0 && date.second < 60 && date.hundredths >= 0 && date.hundredths < 100;
+}
+
+std::string blockPath(const tavo_schema_block* block) {
+  std::string path;
+  for (; block != nullptr; block = tavo_schema_block_named(block->parent)) {
+    path = block->keyword + (path.empty() ? "" : "/" + path);
+  }
+  return path;
+}
 
 std::string recordName(uint32_t type) {
   const tavo_schema_block* const block = tavo_schema_block_of(type);
@@ -167,20 +177,14 @@ Json findingJson(const tavo_store_finding& finding) {
 }
 
 Json dateJson(const DateTime& date) {
-  constexpr DateTime kNone{};
-  if (std::memcmp(&date, &kNone, sizeof date) == 0) return nullptr;
-  using namespace std::chrono;
-  const auto part = [](int16_t value) { return static_cast<unsigned>(value); };
-  const bool possible = (year{date.year} / month{part(date.month)} / day{part(date.day)}).ok() &&
-                        date.year >= 0 && date.hour >= 0 && date.hour < 24 && date.minute >= 0 &&
-                        date.minute < 60 && date.second >= 0 && date.second < 60 &&
-                        date.hundredths >= 0 && date.hundredths < 100;
+  if (isNone(date)) return nullptr;
   char text[64];
   // What no calendar has keeps the form of the format, which nobody takes for a date.
-  std::snprintf(
-      text, sizeof text,
-      possible ? "%04d-%02d-%02dT%02d:%02d:%02d.%02d" : "%04d-%02d-%02d/%02d:%02d:%02d.%02d",
-      date.year, date.month, date.day, date.hour, date.minute, date.second, date.hundredths);
+  std::snprintf(text, sizeof text,
+                isPossible(date) ? "%04d-%02d-%02dT%02d:%02d:%02d.%02d"
+                                 : "%04d-%02d-%02d/%02d:%02d:%02d.%02d",
+                date.year, date.month, date.day, date.hour, date.minute, date.second,
+                date.hundredths);
   return text;
 }
 
@@ -244,9 +248,14 @@ Json valueJson(const tavo_schema_field& field, const char* at) {
   return valueJson(field, at, *tavo_default_units(), field.converted != 0);
 }
 
+Json RecordPrinter::value(const tavo_schema_field& field, const char* at) const {
+  return valueJson(field, at, units_, values_ == Values::kSi);
+}
+
 Json RecordPrinter::print(uint32_t type, const void* record) {
   const char* const bytes = static_cast<const char*>(record);
-  Json line{{"type", type}, {"name", recordName(type)}, {"block", blockPath(type)}};
+  Json line{
+      {"type", type}, {"name", recordName(type)}, {"block", blockPath(tavo_schema_block_of(type))}};
   if (isColumns(type)) {
     if (type == TVO_RECORD_UNITS_COLUMNS || type == TVO_RECORD_OFFSETS_COLUMNS) {
       headerColumns_ = load<ColumnsRecord>(bytes);
@@ -302,7 +311,7 @@ Json RecordPrinter::fields(uint32_t type, const char* record) const {
     if (field->hidden != 0) shown = !isZero(*field, at);
     if (!shown && all && field->hidden == 0) shown = field->alias == 0;
     if (!shown) continue;
-    Json json = valueJson(*field, at, units_, values_ == Values::kSi);
+    Json json = value(*field, at);
     if (!json.is_null()) result[field->name] = std::move(json);
   }
   return result;

@@ -18,6 +18,9 @@ T load(const char* bytes) {
   return value;
 }
 
+// "DATABASE/POINTS/THEMINFO"; "" for null.
+std::string blockPath(const tavo_schema_block* block);
+
 // "POINTS", "POINTS columns", "OPERATIONS points".
 std::string recordName(uint32_t type);
 // The same, with the block around it where several blocks have one keyword: "LINES/EDGES".
@@ -27,6 +30,12 @@ Json findingJson(const tavo_store_finding& finding);
 // Whether it belongs to a HEADER or a block in one.
 bool isHeader(uint32_t type);
 
+// The double with the shortest decimal form that still names the float, so that 1.31 shows as such.
+double shortest(float value);
+
+// Whether a date is none at all, and whether a calendar has it.
+bool isNone(const DateTime& date);
+bool isPossible(const DateTime& date);
 // "2024-09-17T07:42:29.60"; a date that no calendar has as text, "2024-02-30/10:00:00.0"; null for
 // an empty one.
 Json dateJson(const DateTime& date);
@@ -60,6 +69,8 @@ class RecordPrinter {
   // "fields" or "points". Records are given in the order of their delivery.
   Json print(uint32_t type, const void* record);
 
+  // The value of a field at its place in a record.
+  Json value(const tavo_schema_field& field, const char* at) const;
   // In force behind the records so far.
   const tavo_units& units() const { return units_; }
 

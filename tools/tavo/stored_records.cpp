@@ -41,6 +41,12 @@ bool isDataFile(const std::string& path) {
   return tavo_is_data_file(head.data(), head.size()) != 0;
 }
 
+InputKind inputKind(const std::string& path) {
+  InputKind kind{isStream(path) ? streamHead() : std::string(), false};
+  kind.stored = isDataFile(path) || tavo_is_data_file(kind.head.data(), kind.head.size()) != 0;
+  return kind;
+}
+
 std::string storedProblem(const DataFileInput& input) {
   const std::string& name = input.name();
   const ReadFile file(input.path());

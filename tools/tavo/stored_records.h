@@ -23,6 +23,12 @@ using Store = std::unique_ptr<tavo_store, CloseStore>;
 const char* kindName(uint32_t kind);
 // Whether the path leads to a data file.
 bool isDataFile(const std::string& path);
+// What a path or the standard input leads to; `head` was read of the latter already.
+struct InputKind {
+  std::string head;
+  bool stored;
+};
+InputKind inputKind(const std::string& path);
 // Why a file cannot be used as a data file, with what it is instead; an empty text when it can.
 std::string storedProblem(const DataFileInput& file);
 

@@ -89,6 +89,23 @@ size_t columnsOf(std::string_view text) {
   return columns;
 }
 
+std::string wrapped(std::string_view text, size_t blanks, size_t width) {
+  const std::string indent(blanks, ' ');
+  std::string result, line;
+  while (!text.empty()) {
+    const size_t end = std::min(text.find(' '), text.size());
+    const std::string_view word = text.substr(0, end);
+    text.remove_prefix(std::min(end + 1, text.size()));
+    if (!line.empty() && columnsOf(line) + 1 + columnsOf(word) > width - blanks) {
+      result += indent + line + '\n';
+      line.clear();
+    }
+    if (!line.empty()) line += ' ';
+    line += word;
+  }
+  return line.empty() ? result : result + indent + line + '\n';
+}
+
 std::string counted(uint64_t count, std::string_view singular) {
   std::string result = std::to_string(count) + " " + std::string(singular);
   return count == 1 ? result : result + "s";

@@ -20,6 +20,9 @@ size_t lengthOfWhole(std::string_view text);
 // Characters that printable() makes of the text.
 size_t columnsOf(std::string_view text);
 
+// The words in lines of at most `width` columns behind as many blanks, each ended by a line feed.
+std::string wrapped(std::string_view text, size_t blanks = 0, size_t width = 79);
+
 // "1 error", "2 errors".
 std::string counted(uint64_t count, std::string_view singular);
 

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -16,12 +17,21 @@ enum ExitStatus : int {
   kFailed = 2,    // a file cannot be read or written, or the call is wrong
 };
 
+// How what is found is shown.
+enum class Form : uint8_t { kText, kJson, kCsv, kSarif, kMarkdown };
+
+// What a user has set rules of the deep check to: by number TAVO_NOTE, TAVO_WARNING, TAVO_ERROR or
+// kOff.
+using RuleSettings = std::map<uint32_t, uint32_t>;
+
 struct CheckOptions {
   std::vector<std::string> files;
   std::string log;         // empty: no log is kept
   bool overwrite = false;  // the log's file, whatever it is
   uint16_t maxErrors = UINT16_MAX;
-  bool json = false;
+  Form form = Form::kText;
+  bool deep = false;
+  RuleSettings rules;
   bool quiet = false;
   bool failOnWarning = false;
   bool failOnEmpty = false;  // a file without any record
@@ -30,10 +40,12 @@ struct CheckOptions {
 int check(const CheckOptions& options);
 
 struct DumpOptions {
-  std::string file;        // text or data file
-  bool allFields = false;  // also those that the file does not declare
-  bool force = false;      // what can be read of a damaged data file
-  bool si = false;         // lengths in metres and angles in radians, not in the file's units
+  std::vector<std::string> files;  // texts or data files
+  std::vector<std::string> types;  // blocks or record types; empty: all
+  Form form = Form::kJson;         // or kCsv
+  bool allFields = false;          // also those that the file does not declare
+  bool force = false;              // what can be read of a damaged data file
+  bool si = false;  // lengths in metres and angles in radians, not in the file's units
 };
 int dump(const DumpOptions& options);
 
@@ -74,6 +86,34 @@ struct TimelineOptions {
   bool json = false;
 };
 int timeline(const TimelineOptions& options);
+
+struct ExplainOptions {
+  std::vector<std::string> codes;  // "E2051", "2051", "T101"
+  bool all = false;
+  Form form = Form::kText;
+};
+int explain(const ExplainOptions& options);
+
+struct InfoOptions {
+  std::vector<std::string> files;  // texts or data files
+  Form form = Form::kText;
+};
+int info(const InfoOptions& options);
+
+struct SchemaOptions {
+  std::string block;  // empty: all of them
+  Form form = Form::kText;
+};
+int schema(const SchemaOptions& options);
+
+struct DiffOptions {
+  std::string first, second;  // texts or data files
+  // Differences of real numbers that do not count, in the units that are shown; by field name, ""
+  // for all others.
+  std::map<std::string, double> tolerances;
+  Form form = Form::kText;
+};
+int diff(const DiffOptions& options);
 
 struct ReportOptions {
   std::vector<std::string> files;

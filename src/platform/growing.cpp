@@ -9,6 +9,8 @@
 
 #if defined(_WIN32)
 #include <windows.h>
+#else
+#include <sys/mman.h>
 #endif
 
 namespace tavo::platform {
@@ -48,12 +50,29 @@ GrowingMemory::~GrowingMemory() {
 
 #else
 
+namespace {
+
+// Large pages where the system has them: filling small ones costs as much as reading the survey.
+void askForLargePages(uint8_t* bytes, size_t size) {
+#if defined(MADV_HUGEPAGE)
+  constexpr size_t kLarge = size_t{1} << 21;
+  constexpr size_t kPage = 4096;
+  if (size < 4 * kLarge) return;
+  // From the page on that the piece begins in: it is moved as a whole or not at all.
+  const size_t before = reinterpret_cast<uintptr_t>(bytes) % kPage;
+  madvise(bytes - before, (before + size + kPage - 1) / kPage * kPage, MADV_HUGEPAGE);
+#endif
+}
+
+}  // namespace
+
 void GrowingMemory::grow(size_t least) {
   // Room beyond the bytes asked for costs address space only, until it is written.
   constexpr size_t kSmallest = 4096;
   const size_t room = std::max({least, room_ + room_ / 2, kSmallest});
   auto* const bytes = static_cast<uint8_t*>(std::realloc(bytes_, room));
   if (bytes == nullptr) throw std::bad_alloc();
+  askForLargePages(bytes, room);
   bytes_ = bytes;
   room_ = room;
 }

@@ -60,7 +60,7 @@ Points::Points(const SurveyView& view, const ReferenceSystems& systems, Geometry
     crs_[i].name = texts_[i].name.c_str();
     crs_[i].wkt = texts_[i].wkt.c_str();
   }
-  findTwins();
+  tellTwins();
 }
 
 void Points::place(size_t index, const schema::Units& units) {
@@ -232,13 +232,16 @@ void Points::settleHeights() {
   }
 }
 
-void Points::findTwins() {
+void Points::tellTwins() {
   numbers_.eachTwin([this](size_t index, size_t first) {
     const auto record = recordAt<PointRecord>(view_.of(TVO_RECORD_POINTS), first);
     findings_.warn(TVO_RECORD_POINTS, index,
                    "Point " + std::to_string(record.PointNo) +
                        " is given before; lines and polygons use the first one");
   });
+}
+
+void Points::sortById() const {
   const tavo_records& points = view_.of(TVO_RECORD_POINTS);
   for (size_t i = 0; i < points.count; ++i) {
     if (!idAt(points, i).empty()) byId_.push_back(i);
@@ -252,6 +255,7 @@ void Points::findTwins() {
 size_t Points::find(const PointKey& key) const {
   if (key.number != 0) return numbers_.find(key.number);
   if (key.id.empty()) return kNowhere;
+  if (byId_.empty()) sortById();
   const tavo_records& points = view_.of(TVO_RECORD_POINTS);
   const auto at =
       std::lower_bound(byId_.begin(), byId_.end(), key.id,

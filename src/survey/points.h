@@ -53,7 +53,7 @@ class Points {
 
   const std::vector<tavo_position>& positions() const { return positions_; }
   const std::vector<tavo_crs>& systems() const { return crs_; }
-  // Place of the point among POINTS, or kNowhere.
+  // Place of the point among POINTS, or kNowhere. For one thread at a time.
   size_t find(const PointKey& key) const;
   // Whether the point of that place has coordinates.
   bool located(size_t index) const { return index != kNowhere && positions_[index].dimension != 0; }
@@ -64,6 +64,7 @@ class Points {
   struct Bits {
     tavo_given east, north, elevation, lon, lat, height, x, y, z, set;
   };
+  void sortById() const;
   struct CrsTexts {
     std::string name, wkt;
     const Projector* projector = nullptr;
@@ -79,7 +80,7 @@ class Points {
   const ProjectionSet* setOf(size_t index, const PointRecord& record, tavo_given given);
   uint32_t crsOf(const ProjectionSet* set, int zone, uint32_t coordinates);
   void settleHeights();
-  void findTwins();
+  void tellTwins();
 
   SurveyView view_;
   const ReferenceSystems& systems_;
@@ -93,7 +94,9 @@ class Points {
   std::map<uint16_t, size_t> unknownSets_;
   size_t withoutSystem_ = 0;
   NumberIndex numbers_;
-  std::vector<size_t> byId_;  // of points with an identifier, by it, then place
+  // Of points with an identifier, by it, then place; there from the first search on, since most
+  // surveys name their points by number.
+  mutable std::vector<size_t> byId_;
 };
 
 }  // namespace tavo::survey

@@ -129,7 +129,7 @@ class Joiner {
   Shapes& shapes_;
   std::string label_;
   Run part_;
-  size_t chords_ = 0;
+  size_t chords_ = 0, firstChord_ = 0;
 };
 
 bool Joiner::known(size_t index, const PointKey& key, size_t point) {
@@ -149,7 +149,9 @@ Edge Joiner::read(size_t index) {
   edge.sound = known(index, start, edge.start);
   edge.sound = known(index, end, edge.end) && edge.sound;
   const EnumId type = record.LINETYPE;
-  if (edge.sound && type > TVO_ENUM_STRAIGHT && type <= TVO_ENUM_SPIRAL) ++chords_;
+  if (edge.sound && type > TVO_ENUM_STRAIGHT && type <= TVO_ENUM_SPIRAL) {
+    if (chords_++ == 0) firstChord_ = index;
+  }
   return edge;
 }
 
@@ -255,7 +257,7 @@ void Joiner::addPolygons(size_t owner, std::vector<Ring>& rings) {
 
 void Joiner::noteChords() const {
   if (chords_ == 0) return;
-  findings_.note(kind_.edges, 0,
+  findings_.note(kind_.edges, firstChord_,
                  "Arcs and curves drawn as their chords: " + std::to_string(chords_));
 }
 

@@ -23,9 +23,11 @@ LAYERS = {
                "writers"},
     "api": {"tavo", "schema", "platform", "reader", "sections", "store", "store/engine", "writers",
             "survey"},
-    # Below root/tools: what a host sees, and nothing else.
+    # Below root/tools and root/plugins: what a host sees, and nothing else.
     "tools": {"tavo"},
+    "plugins": {"tavo"},
 }
+HOSTS = ("tools", "plugins")
 INCLUDE = re.compile(r'^\s*#\s*include\s*["<]([^">]+)[">]')
 # What opens, renames or deletes a file; only OWNER may. A member or function of ours of such a name
 # is written otherwise (`store.remove(`, `tavo::platform::removeFile(`).
@@ -62,18 +64,19 @@ def target_of(root, source, name):
 
 
 def faults_in(root):
-    """Faults of the tree below root/src, root/include and root/tools, one text each, and the files read."""
+    """Faults of the tree (src, include and the hosts), one text each, and the files read."""
     faults = []
     count = 0
-    for source in sorted(path for part in ("src", "include", "tools")
+    for source in sorted(path for part in ("src", "include", *HOSTS)
                          for path in (root / part).rglob("*")):
         if source.suffix not in SOURCES:
             continue
         count += 1
         public = source.is_relative_to(root / "include")
         where = source.relative_to(root).as_posix()
-        if source.is_relative_to(root / "tools"):
-            module = "tools"
+        part = source.relative_to(root).parts[0]
+        if part in HOSTS:
+            module = part
         else:
             module = "tavo" if public else module_of(source.relative_to(root / "src").as_posix())
         if module is None:
@@ -84,7 +87,7 @@ def faults_in(root):
             code = line.split("//")[0]
             call = FILE_CALL.search(code)
             # The terminal of the tool needs headers that also open files.
-            terminal = module == "tools" and call is not None and call.group(0).startswith("#")
+            terminal = module in HOSTS and call is not None and call.group(0).startswith("#")
             if module != OWNER and call is not None and not terminal:
                 faults.append(f"{where}:{number}: only {OWNER} opens files ({call.group(0)})")
             match = INCLUDE.match(line)
@@ -111,8 +114,9 @@ def self_test():
         "include/tavo/tavo.h": '#include "schema/a.h"\n',
         "tools/tavo/g.cpp": '#include "g.h"\n#include "tavo/tavo.h"\n#include "schema/a.h"\n',
         "tools/tavo/g.h": "",
+        "plugins/p/h.cpp": '#include "tavo/tavo.h"\n#include "schema/a.h"\n',
     }
-    expected = ["include/tavo/tavo.h:1", "src/platform/file.h:1", "src/reader/b.cpp:2",
+    expected = ["include/tavo/tavo.h:1", "plugins/p/h.cpp:2", "src/platform/file.h:1", "src/reader/b.cpp:2",
                 "src/store/engine/d.cpp:2", "src/store/f.cpp:1", "src/store/f.cpp:3",
                 "src/store/f.cpp:4", "src/store/f.cpp:5", "src/store/f.cpp:7", "src/store/f.cpp:8",
                 "src/stray/e.cpp", "tools/tavo/g.cpp:3"]

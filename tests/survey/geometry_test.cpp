@@ -231,7 +231,7 @@ TEST(Geometry, LinesJoinOrBeginAnew) {
             "warning 36: Line 3: an edge leads to point \"nn\", which is not there\n"
             "warning 37: Line 9, which an edge names, is not there\n"
             "warning 31: Line 1: an edge does not join the one before it; a further part begins\n"
-            "note 28: Arcs and curves drawn as their chords: 2\n"
+            "note 29: Arcs and curves drawn as their chords: 2\n"
             "warning 43: An annotation of a line that is not there\n");
 }
 

@@ -85,7 +85,7 @@ uint32_t countRecord(void* context, const tavo::reader::DeliveredRecord&) {
 void analyse(benchmark::State& state, const GeneratedFile& file) {
   const std::string log = pathOf("tavo_bench.log");
   int64_t records = 0;
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     tavo::api::Library library;
     tavo::api::AnalysisRequest request;
     request.inputPath = file.path();
@@ -119,7 +119,7 @@ void copyText(char* target, size_t width, const char* text) {
 }
 
 void plainPoints(benchmark::State& state) {
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     std::FILE* const file = std::fopen(points().path(), "r");
     char line[256];
     char* fields[8];
@@ -142,7 +142,7 @@ void plainPoints(benchmark::State& state) {
 }
 
 void plainSlopes(benchmark::State& state) {
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     std::FILE* const file = std::fopen(slopes().path(), "r");
     char line[256];
     char* fields[8];
@@ -169,7 +169,7 @@ void plainSlopes(benchmark::State& state) {
 
 void findLineEnds(benchmark::State& state, const GeneratedFile& file) {
   std::vector<char> block(1 << 18);
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     std::FILE* const input = std::fopen(file.path(), "rb");
     int64_t lines = 0;
     size_t n = 0;

@@ -108,12 +108,12 @@ void checkBytes() {
 }
 
 void library(benchmark::State& state) {
-  for (auto _ : state) buildText(state.range(0) != 0);
+  for ([[maybe_unused]] auto _ : state) buildText(state.range(0) != 0);
   state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(kPoints));
 }
 
 void fprintfLoop(benchmark::State& state) {
-  for (auto _ : state) printLoop(state.range(0) != 0);
+  for ([[maybe_unused]] auto _ : state) printLoop(state.range(0) != 0);
   state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(kPoints));
 }
 

@@ -147,7 +147,7 @@ int main() {
     }
   }
   printf("%d single durable updates, median of %d rounds\n", kUpdates, kRounds);
-  for (int i = 0; i < 3; ++i) std::sort(times[i].begin(), times[i].end());
+  for (std::vector<double>& each : times) std::sort(each.begin(), each.end());
   for (int i = 0; i < 3; ++i) {
     const double median = times[i][kRounds / 2];
     printf("%-20s %7.2f s, %7.1f us each, %5.2f times the store's time\n", names[i].c_str(), median,

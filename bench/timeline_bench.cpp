@@ -31,7 +31,7 @@ template <class Sort>
 void sortKeys(benchmark::State& state, Sort sort) {
   const std::vector<tavo::api::TimeOrder> source = randomOrder();
   std::vector<tavo::api::TimeOrder> order;
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     state.PauseTiming();
     order = source;
     state.ResumeTiming();
@@ -65,7 +65,7 @@ void collectAndSort(benchmark::State& state) {
   }
   std::fputs("END POINTS\nEND DATABASE\n", file);
   std::fclose(file);
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     ITavo* const object = GetITavo();
     uint16_t errors = 0;
     uint16_t warnings = 0;

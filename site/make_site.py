@@ -222,8 +222,7 @@ def navigation(pages):
     for heading, names in plan.items():
         entries = []
         for name in names:
-            group = sorted(page for page in pages if name.endswith("/") and page.startswith(name))
-            group.sort(key=lambda page: not page.endswith("index.md"))
+            group = [page for page in pages if name.endswith("/") and page.startswith(name)]
             entries += [{title(pages[page]): page} for page in group or [name] if page in pages]
         if entries:
             nav.append({heading: entries})
@@ -242,7 +241,8 @@ def main(prefix, out):
         (source / name).parent.mkdir(parents=True, exist_ok=True)
         (source / name).write_text(text, encoding="utf-8")
     version = tool.run("tavo --version").split()[-1]
-    (source / "wide.css").write_text(".md-grid { max-width: 76rem }\n.md-typeset table:not([class]) { font-size: .62rem }\n")
+    (source / "wide.css").write_text(".md-grid { max-width: 76rem }\n.md-typeset table:not([class]) { font-size: .62rem }\n"
+                                     "td code { white-space: nowrap }\n")
     (out / "mkdocs.yml").write_text(json.dumps({
         "site_name": f"TAVO {version}", "docs_dir": "source", "site_dir": "site", "use_directory_urls": False,
         "strict": True, "plugins": [], "extra_css": ["wide.css"], "nav": navigation(pages),

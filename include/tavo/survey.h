@@ -128,6 +128,8 @@ typedef struct tavo_file tavo_file;
 TAVO_API tavo_status tavo_file_open(tavo_file** out, const char* path, uint32_t* reason);
 /* A tavo_read_fn, whose user is the file. */
 TAVO_API int64_t tavo_file_read(void* bytes, size_t room, void* file);
+/* Goes on `place` bytes behind the beginning; TAVO_ERR_INPUT where that cannot be, as in a pipe. */
+TAVO_API tavo_status tavo_file_seek(tavo_file* file, uint64_t place);
 TAVO_API void tavo_file_close(tavo_file* file);
 
 /* A file that appears under its path only when it is complete: it is written beside it under a name
@@ -225,9 +227,12 @@ typedef struct tavo_analysis_options {
   void* finding_user;
   tavo_progress_fn on_progress;
   void* progress_user;
+  /* 1: line and presence of points, lines and polygons may be 0, which saves the memory that they
+   * take while their block is read; since version 2. */
+  uint32_t plain_records;
 } tavo_analysis_options;
 #define TAVO_ANALYSIS_OPTIONS_INIT \
-  { 1, UINT16_MAX, TAVO_TARGET_INIT, NULL, NULL, NULL, NULL, NULL, NULL }
+  { 2, UINT16_MAX, TAVO_TARGET_INIT, NULL, NULL, NULL, NULL, NULL, NULL, 0 }
 
 /* What an analysis counted. Start from TAVO_ANALYSIS_COUNTS_INIT. */
 typedef struct tavo_analysis_counts {

@@ -92,6 +92,8 @@ class InputFile final : public TextInput {
 
   size_t read(char* bytes, size_t size) override;
   bool failed() const override { return failed_; }
+  // Goes on so many bytes behind the beginning; false where that cannot be.
+  bool seek(uint64_t place);
 
  private:
   NativeHandle file_{};

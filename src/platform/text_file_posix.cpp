@@ -87,6 +87,10 @@ size_t InputFile::read(char* bytes, size_t size) {
   return done;
 }
 
+bool InputFile::seek(uint64_t place) {
+  return place <= INT64_MAX && ::lseek(file_, static_cast<off_t>(place), SEEK_SET) >= 0;
+}
+
 OpenResult OutputFile::open(const char* path, PathForm form) {
   abandon();
   // Marks need a descriptor that can read as well. A pipe must not be opened that way: it would not

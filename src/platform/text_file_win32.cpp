@@ -78,6 +78,12 @@ size_t InputFile::read(char* bytes, size_t size) {
   return done;
 }
 
+bool InputFile::seek(uint64_t place) {
+  LARGE_INTEGER to;
+  to.QuadPart = static_cast<LONGLONG>(place);
+  return GetFileType(file_) == FILE_TYPE_DISK && SetFilePointerEx(file_, to, nullptr, FILE_BEGIN);
+}
+
 OpenResult OutputFile::open(const char* path, PathForm form) {
   abandon();
   file_ = openPath(path, form, GENERIC_WRITE, kShare, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL);

@@ -18,7 +18,7 @@ bool LineSource::open(platform::TextInput& input) {
   if (!buffer_) buffer_ = std::make_unique<char[]>(2 * kSpan + kBlock + kScanSlack);
   input_ = &input;
   at_ = end_ = buffer_.get();
-  piece_ = {at_, 0};
+  piece_ = std::string_view(at_, end_);
   filled_ = 0;
   atEnd_ = zeros_ = failed_ = cancelled_ = false;
   fill();

@@ -630,9 +630,9 @@ ReferenceSystems::ReferenceSystems(const SurveyView& view, const CrsOptions& opt
   }
 }
 
-const ProjectionSet* ReferenceSystems::find(uint16_t wanted) const {
+const ProjectionSet* ReferenceSystems::find(uint16_t number) const {
   const auto found = std::find_if(sets_.begin(), sets_.end(),
-                                  [&](const ProjectionSet& set) { return set.number == wanted; });
+                                  [&](const ProjectionSet& set) { return set.number == number; });
   return found == sets_.end() ? nullptr : &*found;
 }
 

@@ -49,6 +49,11 @@ int64_t tavo_file_read(void* bytes, size_t room, void* file) {
   return count == 0 && input.failed() ? -1 : static_cast<int64_t>(count);
 }
 
+tavo_status tavo_file_seek(tavo_file* file, uint64_t place) {
+  if (file == nullptr) return TAVO_ERR_ARGUMENT;
+  return file->file.seek(place) ? tavo_status{TAVO_OK} : tavo_status{TAVO_ERR_INPUT};
+}
+
 void tavo_file_close(tavo_file* file) { delete file; }
 
 }  // extern "C"

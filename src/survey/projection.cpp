@@ -338,9 +338,8 @@ Geographic fromGeocentric(double x, double y, double z, const Ellipsoid& ellipso
   const double u = std::atan2(z * ellipsoid.a, p * b);
   double lat = std::atan2(z + e2 / (1 - e2) * b * std::pow(std::sin(u), 3),
                           p - e2 * ellipsoid.a * std::pow(std::cos(u), 3));
-  double radius = ellipsoid.a;
   for (int turn = 0; turn < 4; ++turn) {
-    radius = ellipsoid.a / std::sqrt(1 - e2 * sqr(std::sin(lat)));
+    const double radius = ellipsoid.a / std::sqrt(1 - e2 * sqr(std::sin(lat)));
     lat = std::atan2(z + e2 * radius * std::sin(lat), p);
   }
   const double height =

@@ -53,7 +53,7 @@ bool isWhole(tavo_status status) { return status == TAVO_OK || status == TVO_ERR
 tavo_status analyse(const tavo_input* input, const tavo_analysis_options* wanted, SurveyData* data,
                     tavo_analysis_counts* counts) {
   const tavo_analysis_options& options = wanted == nullptr ? kDefaults : *wanted;
-  if (options.version != 1 || (counts != nullptr && counts->version != 1)) {
+  if (options.version < 1 || options.version > 2 || (counts != nullptr && counts->version != 1)) {
     return TAVO_ERR_ARGUMENT;
   }
   Source source;
@@ -66,8 +66,9 @@ tavo_status analyse(const tavo_input* input, const tavo_analysis_options* wanted
   Findings findings(options, data);
   Progress progress(options, source.size());
   reader::OperationColumns operationColumns;
-  Analysis analysis({&Sink::deliver, &sink, data != nullptr || options.on_record != nullptr},
-                    &operationColumns);
+  const bool plain = options.version > 1 && options.plain_records != 0;
+  const bool origins = data != nullptr || (options.on_record != nullptr && !plain);
+  Analysis analysis({&Sink::deliver, &sink, origins}, &operationColumns);
   if (!analysis.open({&source.text(), log.isNowhere() ? nullptr : &log, options.max_errors,
                       &findings, &progress})) {
     return TAVO_ERR_INPUT;

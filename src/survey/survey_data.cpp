@@ -75,7 +75,7 @@ void SurveyData::store(const reader::DeliveredRecord& record) {
   ++records.count;
 }
 
-void SurveyData::keepEntries(uint8_t* bytes) {
+void SurveyData::keepEntries(const uint8_t* bytes) {
   TimeTaggedRecord record;
   std::memcpy(&record, bytes, sizeof record);
   const size_t size = record.EntryCount * sizeof(TimeTaggedEntry);
@@ -113,7 +113,10 @@ void SurveyData::beginBlock(const reader::DeliveredRecord& record, bool columns)
 
 const tavo_units* SurveyData::inForce(const schema::Units& units) {
   const tavo_units now = viewOf(units);
-  if (units_.empty() || std::memcmp(&units_.back(), &now, sizeof now) != 0) units_.push_back(now);
+  const auto bytesOf = [](const tavo_units& value) { return std::as_bytes(std::span(&value, 1)); };
+  if (units_.empty() || !std::ranges::equal(bytesOf(units_.back()), bytesOf(now))) {
+    units_.push_back(now);
+  }
   return &units_.back();
 }
 

@@ -53,7 +53,7 @@ class SurveyData {
   static constexpr size_t kNone = SIZE_MAX;
 
   void store(const reader::DeliveredRecord& record);
-  void keepEntries(uint8_t* record);
+  void keepEntries(const uint8_t* bytes);
   void beginBlock(const reader::DeliveredRecord& record, bool columns);
   const tavo_units* inForce(const schema::Units& units);
   void listColumns(tavo_block& block, size_t columns);

@@ -109,8 +109,8 @@ TEST(ITavo, CursorsKeepTheirAddressAndTheCountsOfTheirMaking) {
   EXPECT_EQ(entryText(early), "-");
   timeline.analyse(kSurvey);
   TimeCursor* const first = timeline->CreateCursor();
-  std::vector<TimeCursor*> others;
-  for (int i = 0; i < 100; ++i) others.push_back(timeline->CreateCursor());
+  std::vector<TimeCursor*> others(100);
+  for (TimeCursor*& other : others) other = timeline->CreateCursor();
   timeline.analyse(kSurvey);  // appends
   EXPECT_EQ(early->Last(), 0U);
   const std::string once = walk(first, true);

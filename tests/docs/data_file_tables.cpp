@@ -112,7 +112,7 @@ void printMembers(RecordType type, const std::vector<const char*>& names, const 
     const size_t round = i / names.size() + 1;
     const std::string number = members.size() > names.size() ? std::to_string(round) : "";
     const std::string letters = lettersOf(members[i]);
-    list.add("- " + (names[i % names.size()] + number) + letters +
+    list.add(std::string("- ") + names[i % names.size()] + number + letters +
              (members[i].letter == 'B' ? " date" : kind));
   }
 }

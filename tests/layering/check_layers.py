@@ -23,11 +23,12 @@ LAYERS = {
                "writers"},
     "api": {"tavo", "schema", "platform", "reader", "sections", "store", "store/engine", "writers",
             "survey"},
-    # Below root/tools and root/plugins: what a host sees, and nothing else.
+    # Below root/tools, root/plugins and root/bindings: what a host sees, and nothing else.
     "tools": {"tavo"},
     "plugins": {"tavo"},
+    "bindings": {"tavo"},
 }
-HOSTS = ("tools", "plugins")
+HOSTS = ("tools", "plugins", "bindings")
 INCLUDE = re.compile(r'^\s*#\s*include\s*["<]([^">]+)[">]')
 # What opens, renames or deletes a file; only OWNER may. A member or function of ours of such a name
 # is written otherwise (`store.remove(`, `tavo::platform::removeFile(`).

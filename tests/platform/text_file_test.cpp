@@ -49,6 +49,8 @@ TEST_F(TextFile, InputTellsWhyItCannotBeOpened) {
   writeFile("a", "one\r\ntwo\x1A");
   ASSERT_EQ(file.open("a"), OpenResult::kDone);
   EXPECT_EQ(readAll(file), "one\r\ntwo\x1A");
+  EXPECT_TRUE(file.seek(5));
+  EXPECT_EQ(readAll(file), "two\x1A");
   MemoryInput memory("one");
   EXPECT_EQ(readAll(memory) + readAll(memory), "one");
 }

@@ -62,7 +62,7 @@ TEST(Diagnostics, NotesAreNeverCut) {
       diagnostics.reportWarning(7000, {1}, note);
       diagnostics.reportWarning(7000, {1}, std::string_view("ab", 1));
     });
-    EXPECT_EQ(log, margin + ": " + note + "\n" + margin + ": a\n");
+    EXPECT_EQ(log, (margin + ": ").append(note) + "\n" + margin + ": a\n");
   }
 }
 

@@ -66,7 +66,7 @@ struct Twice {
     for (const std::string& field : fields) {
       const std::string behind = --left > 0 ? separator : ";\n";
       one += field + behind;
-      two += field + ' ' + behind;
+      two.append(field).append(" ").append(behind);
     }
     if (two.size() > 128) return;
     plain += one;

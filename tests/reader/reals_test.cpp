@@ -163,7 +163,7 @@ TEST(Reals, RandomNumbersAsTheStandardLibraryReadsThem) {
     const int range = i % 4 == 0 ? 350 : i % 4 == 1 ? 50 : 25;
     if (i % 8 != 7) {
       text += (below(2) == 0 ? "e" : "E") +
-              std::to_string(static_cast<int>(below(static_cast<size_t>(2 * range))) - range);
+              std::to_string(static_cast<int>(below(2 * static_cast<size_t>(range))) - range);
     }
     doubles.add(text, std::strtod(text.c_str(), nullptr));
     floats.add(text, std::strtof(text.c_str(), nullptr));

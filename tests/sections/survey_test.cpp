@@ -108,8 +108,8 @@ TEST(Survey, EveryFieldArrivesInItsRecord) {
         const uint32_t above = schema::parentOf(outer);
         const schema::BlockDef& around = *schema::findBlock(above, outer);
         const bool defines = around.columns != 0 && around.kind != schema::BlockKind::kItemLines;
-        text = std::string(outerName) + (defines ? " (JobNo)\n" : "\n") + text + "END " +
-               std::string(outerName) + "\n";
+        text.insert(0, std::string(outerName) + (defines ? " (JobNo)\n" : "\n"));
+        text.append("END ").append(outerName) += '\n';
         outer = above;
       }
       const Analysed result = analyse(text);

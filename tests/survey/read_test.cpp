@@ -72,6 +72,24 @@ TEST(Survey, RecordsKnowTheirLinesAndWhatThoseGave) {
   EXPECT_EQ(originsOf(others.get(), TVO_RECORD_TIME_TAGGED_CODES), "13:19");
 }
 
+// Of options of version 1 nothing behind their last member is looked at.
+TEST(Survey, PlainRecordsSayNotWhereTheyComeFrom) {
+  const tavo_input input = inputOf("DATABASE\nPOINTS (PointNo)\n1;\nEND POINTS\nEND DATABASE\n");
+  for (const uint32_t version : {1U, 2U}) {
+    uint64_t line = 0;
+    tavo_analysis_options options = TAVO_ANALYSIS_OPTIONS_INIT;
+    options.version = version;
+    options.plain_records = 1;
+    options.record_user = &line;
+    options.on_record = [](const tavo_record* record, void* user) -> uint32_t {
+      if (record->type == TVO_RECORD_POINTS) *static_cast<uint64_t*>(user) = record->line;
+      return TVO_OK;
+    };
+    EXPECT_EQ(tavo_analyse(&input, &options, nullptr), uint32_t{TAVO_OK});
+    EXPECT_EQ(line, version == 1 ? 3U : 0U);
+  }
+}
+
 TEST(Survey, FindingsPointIntoTheLinesOfTheFile) {
   const struct {
     const char* name;
@@ -260,7 +278,7 @@ TEST(Survey, ArgumentsAreChecked) {
   EXPECT_EQ(tavo_survey_read(&survey, nullptr, nullptr), kArgument);
   EXPECT_EQ(tavo_analyse(&nothing, nullptr, nullptr), kArgument);
   tavo_analysis_options options = TAVO_ANALYSIS_OPTIONS_INIT;
-  options.version = 2;
+  options.version = 3;
   EXPECT_EQ(tavo_analyse(&input, &options, nullptr), kArgument);
   options.version = 1;
   options.log.path = "no/such/folder.log";
@@ -291,6 +309,7 @@ TEST(Survey, ArgumentsAreChecked) {
   EXPECT_EQ(tavo_survey_records(nullptr, TVO_RECORD_JOBS)->count, 0U);
   EXPECT_EQ(tavo_survey_block(good.get(), SIZE_MAX), nullptr);
   EXPECT_EQ(tavo_survey_finding(good.get(), 1), nullptr);
+  EXPECT_EQ(tavo_file_seek(nullptr, 0), kArgument);
   tavo_survey_free(nullptr);
   tavo_free(nullptr);
 }

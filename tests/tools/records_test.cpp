@@ -7,6 +7,10 @@
 #include "support/survey.h"
 #include "tools/tool_fixture.h"
 
+#if defined(__linux__)
+#include <sys/resource.h>
+#endif
+
 namespace tavo::test {
 
 namespace {
@@ -16,6 +20,16 @@ using namespace std::string_literals;
 
 class RecordsTest : public ToolTest {
  protected:
+  // Largest memory of all tools that were run so far, in kilobytes; 0 where that is not known.
+  static long peakMemory() {
+#if defined(__linux__) && !defined(__SANITIZE_ADDRESS__)
+    rusage usage = {};
+    getrusage(RUSAGE_CHILDREN, &usage);
+    return usage.ru_maxrss;
+#else
+    return 0;
+#endif
+  }
   // Lines of a dump behind its head, in any order.
   static Arguments records(const std::string& path) {
     Arguments lines = linesOf(expectOutput(0, {"dump", path}));
@@ -73,6 +87,27 @@ TEST_F(RecordsTest, FormattedTextKeepsItsRecordsAndItsForm) {
   EXPECT_EQ(temporaryFiles(), Arguments{});
 }
 
+// More records than fit in memory at once, of many sizes; a check holds the points back, too.
+TEST_F(RecordsTest, FormatNeedsNoMoreMemoryThanCheck) {
+  std::string text = "DATABASE\nPOINTS (PointNo,PointID,East,Code)\n";
+  for (int i = 0; i < 20000; ++i) {
+    text += std::to_string(i) + ",\"" + std::string(static_cast<size_t>(i) % 16, 'p') + "\"," +
+            (i % 3 == 0 ? "" : "0.25") + ",;\n";
+  }
+  text += "END POINTS\nEND DATABASE\nTIME_TAGGED_CODES\n";
+  for (int i = 0; i < 1000; ++i) {
+    text += "\"C\",15-06-2024/10:30:00.0," + std::to_string(i) + ",\"a\",\"b\";\n";
+  }
+  write("large.tvo", text + "END TIME_TAGGED_CODES\n");
+  expectOutput(0, {"check", "large.tvo"});
+  const long checked = peakMemory();
+  expectOutput(0, {"format", "large.tvo", "-o", "once.tvo"});
+  const long formatted = peakMemory();
+  EXPECT_LE(formatted, checked + checked / 4);
+  EXPECT_EQ(records("once.tvo"), records("large.tvo"));
+  EXPECT_EQ(expectOutput(0, {"format", "once.tvo", "-o", "-"}), read("once.tvo"));
+}
+
 TEST_F(RecordsTest, FormatRefusesWhatWouldLoseSomething) {
   const std::string lossy = "OPERATIONS\nCIRCLE_RADIUS 12.5\n7;\nEND OPERATIONS\n";
   write("lossy.tvo", lossy);
@@ -115,7 +150,8 @@ TEST_F(RecordsTest, FormatCountsWhatItDoesNotKeep) {
       << result.err;
 }
 
-// A second section of operations comes without a columns record, codes come without any.
+// A second section of operations comes without a columns record, codes come without any. Sections
+// that follow each other are one.
 TEST_F(RecordsTest, FormatKeepsRepeatedSectionsAndForeignDelimiters) {
   write("odd.tvo",
         "HEADER\nSEPARATOR '|'\nTERMINATOR '#'\nUNITS\nANGULAR DMS\nLINEAR US_SURVEY_FEET\n"
@@ -125,6 +161,7 @@ TEST_F(RecordsTest, FormatKeepsRepeatedSectionsAndForeignDelimiters) {
         "DATABASE\nPOINTS (PointNo|PointID|Date)\n1|\"a;,|#\"|51544.5#\n2|\"\\\\\\\"\"|#\n"
         "END POINTS\nEND DATABASE\n"
         "OPERATIONS\nCIRCLE_CENT\n1|\"a\"|2|\"b\"#\nEND OPERATIONS\n"
+        "OPERATIONS\nCIRCLE_CENT\n3|\"c\"|4|\"d\"#\nEND OPERATIONS\n"
         "TIME_TAGGED_CODES\n\"B\"|51545|2|\"n\"|2.5#\nEND TIME_TAGGED_CODES\n");
   expectOutput(0, {"format", "odd.tvo", "-o", "odd-new.tvo"});
   EXPECT_EQ(records("odd.tvo"), records("odd-new.tvo"));

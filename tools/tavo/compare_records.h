@@ -1,4 +1,4 @@
-// Compares a survey with what was read back from the text that was written from it.
+// Compares the records of a survey with those that were read back from the text written from them.
 #pragma once
 
 #include <algorithm>
@@ -39,6 +39,22 @@ struct Comparison {
   std::map<std::string, uint64_t> rounded;
 };
 
-Comparison compareSurveys(const tavo_survey* original, const tavo_survey* written);
+// Takes both surveys record by record, in their order.
+class Comparer {
+ public:
+  // A record and the one that came back in its place; null where there is none any more.
+  void compare(const tavo_record* original, const tavo_record* written);
+  const Comparison& result() const { return result_; }
+
+ private:
+  void differ(const std::string& what);
+  void compareFields(const tavo_schema_block* block, const char* a, const char* b);
+  bool equalValue(const tavo_schema_field& field, const char* block, const char* a, const char* b);
+  bool equalTimeTagged(const char* original, const char* written);
+
+  Comparison result_;
+  uint32_t originalBlock_ = 0;  // of the latest records
+  uint32_t writtenBlock_ = 0;
+};
 
 }  // namespace tavo::tool

@@ -59,6 +59,17 @@ bool beginsLikeDataFile(std::string_view head) {
   return tavo_is_data_file(head.data(), head.size()) != 0;
 }
 
+// The head of every table that we export.
+bool beginsLikeCsv(std::string_view head) { return head.starts_with("survey,"); }
+
+bool beginsLikePage(std::string_view head) {
+  return head.substr(0, 200).find("<!-- Report made by tavo report -->") != head.npos;
+}
+
+bool beginsLikePicture(std::string_view head) {
+  return head.substr(0, 200).find("<!-- Map drawn by tavo plot -->") != head.npos;
+}
+
 struct KindTraits {
   const char* name;
   bool (*matches)(std::string_view head);
@@ -66,9 +77,9 @@ struct KindTraits {
 
 const KindTraits& traitsOf(OutputKind kind) {
   static constexpr KindTraits kTraits[] = {
-      {"TAVO text", &beginsLikeText},
-      {"log of an analysis", &beginsLikeLog},
-      {"data file", &beginsLikeDataFile},
+      {"TAVO text", &beginsLikeText},           {"log of an analysis", &beginsLikeLog},
+      {"data file", &beginsLikeDataFile},       {"csv export", &beginsLikeCsv},
+      {"page of tavo report", &beginsLikePage}, {"picture of tavo plot", &beginsLikePicture},
   };
   return kTraits[static_cast<size_t>(kind)];
 }
@@ -137,26 +148,30 @@ std::string DataFileInput::open(const std::string& path, std::string_view head) 
 
 std::string Output::open(const std::string& target, Writer writer) {
   target_ = target;
+  std::string path = target;
   if (isStream(target)) {
-    const bool made = writer == Writer::kTool || stream_.emplace().make();
-    return made ? "" : "a temporary file for the standard output cannot be made";
+    if (writer == Writer::kTool) return {};
+    if (!stream_.emplace().make()) return "a temporary file for the standard output cannot be made";
+    if (writer == Writer::kOther) return {};
+    path = stream_->path();
   }
-  const size_t slash = target.find_last_of("/\\");
-  const std::string folder = slash == target.npos ? "." : target.substr(0, slash + 1);
+  const size_t slash = path.find_last_of("/\\");
+  const std::string folder = slash == path.npos ? "." : path.substr(0, slash + 1);
   if (tavo_path_kind(folder.c_str(), nullptr) == TAVO_PATH_MISSING) {
-    return "cannot write " + openProblem(target, TAVO_REASON_MISSING);
+    return "cannot write " + openProblem(path, TAVO_REASON_MISSING);
   }
   // The first write, of nothing here, makes the file.
-  const bool made = tavo_output_create(&output_, target.c_str()) == TAVO_OK &&
+  const bool made = tavo_output_create(&output_, path.c_str()) == TAVO_OK &&
                     (writer == Writer::kOther || tavo_output_write(output_, "", 0) == TAVO_OK);
-  return made ? "" : "cannot write " + openProblem(target, TAVO_REASON_DENIED);
+  return made ? "" : "cannot write " + openProblem(path, TAVO_REASON_DENIED);
 }
 
 bool Output::write(const void* bytes, size_t size) {
   if (interrupted()) return false;
-  return output_ == nullptr
-             ? std::fwrite(bytes, 1, size, stdout) == size
-             : tavo_output_write_text(output_, static_cast<const char*>(bytes), size) == TAVO_OK;
+  if (output_ == nullptr) return std::fwrite(bytes, 1, size, stdout) == size;
+  const auto* const text = static_cast<const char*>(bytes);
+  return (isStream(target_) ? tavo_output_write(output_, text, size)
+                            : tavo_output_write_text(output_, text, size)) == TAVO_OK;
 }
 
 tavo_target Output::target() {
@@ -183,12 +198,13 @@ bool Output::copyStream() {
 
 bool Output::commit() {
   if (interrupted()) return false;
+  if (output_ != nullptr && tavo_output_commit(std::exchange(output_, nullptr)) != TAVO_OK) {
+    complain("cannot replace '" + target_ +
+             "'; another program may hold it open, or the disk is full");
+    return false;
+  }
   if (stream_ && !copyStream()) return false;
-  if (output_ == nullptr) return flushOutput();
-  if (tavo_output_commit(std::exchange(output_, nullptr)) == TAVO_OK) return true;
-  complain("cannot replace '" + target_ +
-           "'; another program may hold it open, or the disk is full");
-  return false;
+  return !isStream(target_) || flushOutput();
 }
 
 }  // namespace tavo::tool

@@ -34,6 +34,7 @@ class ReadFile {
   uint32_t reason() const { return reason_; }
   // Bytes read, 0 at the end, -1 on failure.
   int64_t read(char* bytes, size_t room) const { return tavo_file_read(bytes, room, file_); }
+  bool seek(uint64_t place) const { return tavo_file_seek(file_, place) == TAVO_OK; }
 
  private:
   std::string path_;
@@ -41,7 +42,7 @@ class ReadFile {
   uint32_t reason_ = TAVO_REASON_NONE;
 };
 
-enum class OutputKind { kText, kLog, kDataFile };
+enum class OutputKind { kText, kLog, kDataFile, kCsv, kPage, kPicture };
 // Why a path must not take output of that kind, or an empty text when it may. An existing file must
 // begin like such an output unless it is to be overwritten, and is never the input itself; `input`
 // is empty where that may be.
@@ -93,8 +94,9 @@ class DataFileInput {
 class Output {
  public:
   enum class Writer {
-    kTool,  // write() below
-    kOther  // somebody else makes the file at path()
+    kTool,   // write() below
+    kHeld,   // the same; the standard output gets it at commit, until then it is at path(), too
+    kOther,  // somebody else makes the file at path()
   };
 
   Output() = default;
@@ -104,7 +106,9 @@ class Output {
 
   // Why no output can be made there, or an empty text when it is.
   std::string open(const std::string& target, Writer writer = Writer::kTool);
-  const char* path() const { return stream_ ? stream_->path() : tavo_output_path(output_); }
+  const char* path() const {
+    return output_ == nullptr ? stream_->path() : tavo_output_path(output_);
+  }
   bool write(const void* bytes, size_t size);
   // The output as the layer's target of a text.
   tavo_target target();
@@ -116,8 +120,8 @@ class Output {
 
   Interruptible interruptible_;
   std::string target_;
-  tavo_output* output_ = nullptr;        // none for the standard output
-  std::optional<TemporaryFile> stream_;  // what somebody else makes for it
+  tavo_output* output_ = nullptr;        // none for the standard output that is not held
+  std::optional<TemporaryFile> stream_;  // what comes to it at commit
 };
 
 }  // namespace tavo::tool

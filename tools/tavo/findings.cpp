@@ -60,6 +60,7 @@ struct Observer {
     tavo_analysis_options options = TAVO_ANALYSIS_OPTIONS_INIT;
     options.max_errors = wanted.maxErrors;
     options.log = wanted.log;
+    options.plain_records = wanted.plainRecords ? 1 : 0;
     if (take != nullptr) options.on_record = &Observer::record;
     options.on_finding = &Observer::finding;
     options.on_progress = &Observer::progress;
@@ -161,6 +162,18 @@ Survey readSurvey(const InputText& text, Analysis* analysis) {
   if (survey != nullptr) analysis->counts = *tavo_survey_counts(survey);
   finish(text, observer.full, analysis);
   return Survey(survey);
+}
+
+Survey openSurvey(const std::string& path, InputText* text, Analysis* analysis) {
+  if (const std::string problem = text->open(path); !problem.empty()) {
+    complain(problem);
+    return nullptr;
+  }
+  Survey survey = readSurvey(*text, analysis);
+  if (survey == nullptr) {
+    complain("reading '" + text->name() + "' failed: " + tavo_status_text(analysis->status));
+  }
+  return survey;
 }
 
 void printFindings(std::FILE* stream, const InputText& text, const Analysis& analysis,

@@ -52,7 +52,8 @@ struct Analysis {
 struct AnalysisOptions {
   tavo_target log = TAVO_TARGET_INIT;  // nowhere: no log is kept
   uint16_t maxErrors = UINT16_MAX;
-  bool progress = true;  // a bar on the terminal
+  bool progress = true;       // a bar on the terminal
+  bool plainRecords = false;  // line and presence of records are not needed
 };
 
 // Runs the analysis of a text and hands each record to take, if there is one. An interruption of
@@ -75,6 +76,8 @@ struct FreeSurvey {
 using Survey = std::unique_ptr<tavo_survey, FreeSurvey>;
 // The same for a survey that is kept in memory; null unless the analysis is complete.
 Survey readSurvey(const InputText& text, Analysis* analysis);
+// The same of a file that is to be opened; null, with a complaint, when it cannot be read.
+Survey openSurvey(const std::string& path, InputText* text, Analysis* analysis);
 
 // Prints "FILE:LINE:COLUMN: error E2500: syntax error: 'ABC'" for each finding, under it the line
 // of the file with the text marked, and the notes on the file behind them.

@@ -1,11 +1,13 @@
 // tavo format: writes a text anew from its records, and proves that nothing was lost on the way.
+#include <algorithm>
 #include <cstdio>
-#include <memory>
 
 #include "compare_records.h"
 #include "console.h"
 #include "files.h"
 #include "findings.h"
+#include "record_json.h"
+#include "record_log.h"
 #include "text.h"
 #include "verbs.h"
 
@@ -13,23 +15,31 @@ namespace tavo::tool {
 
 namespace {
 
+// Neither a text nor the comparison needs more of a record than its values.
+constexpr AnalysisOptions kPlain{.plainRecords = true};
+
 // Records do not carry the size of an operation, so its line cannot be written whole.
-uint64_t operationsWithSize(const tavo_survey* survey) {
-  const tavo_records* const records = tavo_survey_records(survey, TVO_RECORD_OPERATIONS);
-  const auto* const operations = static_cast<const OperationRecord*>(records->bytes);
-  uint64_t count = 0;
+bool hasSize(const tavo_record& record) {
+  if (record.type != TVO_RECORD_OPERATIONS) return false;
+  const auto number = load<OperationRecord>(static_cast<const char*>(record.bytes)).Operation;
   const tavo_schema_operation* operation = nullptr;
   for (size_t n = 0; (operation = tavo_schema_operation_at(n)) != nullptr; ++n) {
-    if (operation->has_size == 0) continue;
-    for (size_t i = 0; i < records->count; ++i) {
-      if (operations[i].Operation == operation->number) ++count;
-    }
+    if (operation->number == number) return operation->has_size != 0;
   }
-  return count;
+  return false;
 }
 
+// What was read, with its records where they can be walked again.
+struct Original {
+  InputText text;
+  Analysis analysis;
+  RecordLog records;
+  uint64_t sizes = 0;  // of operations
+};
+
 // Whether something would be lost, with what and why.
-bool complainOfLosses(const InputText& text, const Analysis& analysis, const tavo_survey* survey) {
+bool complainOfLosses(const Original& original) {
+  const auto& [text, analysis, records, sizes] = original;
   bool losses = false;
   const uint64_t changed = analysis.counts.wrapped_integers;
   const bool findings = analysis.counts.errors + analysis.counts.warnings > 0;
@@ -48,7 +58,7 @@ bool complainOfLosses(const InputText& text, const Analysis& analysis, const tav
              (changed == 1 ? " does not fit its field and would be written as another one"
                            : " do not fit their fields and would be written as other ones"));
   }
-  if (const uint64_t sizes = operationsWithSize(survey); sizes > 0) {
+  if (sizes > 0) {
     complain(text.name() + ": the size of " + counted(sizes, "operation") +
              " (CIRCLE_RADIUS, RECTANGLE) would be lost, since records do not carry it");
     losses = true;
@@ -73,83 +83,97 @@ void noteSilentLosses(const std::string& path, const Analysis& analysis) {
   complain(note);
 }
 
-// Reads the written text again and holds its records against the original ones.
-bool proveWritten(const std::string& written, const tavo_survey* survey) {
+// Reads the written text again and holds its records against the original ones, one by one.
+bool proveWritten(const std::string& path, RecordLog* records) {
   InputText text;
-  text.take("(formatted text)", written);
   Analysis analysis;
-  const Survey again = readSurvey(text, &analysis);
-  Comparison comparison;
-  if (again != nullptr) comparison = compareSurveys(survey, again.get());
+  Comparer comparer;
+  uint32_t move = TVO_FIRST;
+  const auto next = [&](const tavo_record* written) {
+    tavo_record original = {};
+    const bool there = records->fetch(move, &original) == TVO_OK;
+    move = TVO_NEXT;
+    comparer.compare(there ? &original : nullptr, written);
+  };
+  if (text.open(path, {}, "(formatted text)").empty()) {
+    analysis = analyse(
+        text,
+        [&](const tavo_record& written) {
+          next(&written);
+          return uint32_t{TVO_OK};
+        },
+        kPlain);
+    next(nullptr);
+  }
+  const std::string& difference = comparer.result().difference;
   const bool clean = analysis.status == TAVO_OK && analysis.counts.warnings == 0;
-  if (!clean || !comparison.difference.empty()) {
+  if (!clean || !difference.empty()) {
     printFindings(stderr, text, analysis, false);
     complain("the formatted text does not give back the same records (" +
-             (comparison.difference.empty() ? analysis.summary() : comparison.difference) +
-             "); nothing was written");
+             (difference.empty() ? analysis.summary() : difference) + "); nothing was written");
     return false;
   }
-  for (const auto& [name, count] : comparison.rounded) {
+  for (const auto& [name, count] : comparer.result().rounded) {
     complain(counted(count, "value") + " of " + name + " written with other digits");
   }
   return true;
 }
 
-bool buildText(const tavo_survey* survey, const tavo_build_options& options, std::string* text) {
-  tavo_target target = TAVO_TARGET_INIT;
-  target.user = text;
-  target.write = [](const void* bytes, size_t size, void* user) {
-    try {
-      static_cast<std::string*>(user)->append(static_cast<const char*>(bytes), size);
-    } catch (const std::bad_alloc&) {
-      return 1;
-    }
-    return interrupted() ? 1 : 0;
+// Reads a text and keeps its records; a failure has its complaint.
+bool readOriginal(Original* original) {
+  const auto take = [original](const tavo_record& record) {
+    original->sizes += hasSize(record) ? 1 : 0;
+    return original->records.append(record);
   };
-  return tavo_survey_build(survey, &target, &options) == TAVO_OK;
+  original->analysis = analyse(original->text, take, kPlain);
+  if (original->analysis.complete()) return true;
+  complain("reading '" + original->text.name() + "' failed: " +
+           (original->records.failed() ? "its records cannot be kept in a temporary file"
+                                       : tavo_status_text(original->analysis.status)));
+  return false;
+}
+
+bool buildText(RecordLog* records, const tavo_build_options& options, Output* output) {
+  const auto fetch = [](uint32_t move, tavo_record* record, void* user) {
+    return static_cast<RecordLog*>(user)->fetch(move, record);
+  };
+  const tavo_target target = output->target();
+  return tavo_build(&target, fetch, records, &options) == TAVO_OK;
 }
 
 }  // namespace
 
 int format(const BuildOptions& options) {
-  InputText text;
-  std::string problem = text.open(options.file);
+  Original original;
+  Output output;
+  std::string problem = original.text.open(options.file);
   // The new text may take the place of the old one, since that has been read by then.
   if (problem.empty()) {
     problem = targetProblem(options.output, "", OutputKind::kText, options.overwrite);
   }
+  if (problem.empty()) problem = output.open(options.output, Output::Writer::kHeld);
   if (!problem.empty()) {
     complain(problem);
     return kFailed;
   }
-  Analysis analysis;
-  const Survey survey = readSurvey(text, &analysis);
-  if (survey == nullptr) {
-    complain("reading '" + text.name() + "' failed: " + tavo_status_text(analysis.status));
+  const std::string& name = original.text.name();
+  if (!original.records.open(std::string(output.path()) + ".records")) {
+    complain("no temporary file can be made beside '" + std::string(output.path()) + "'");
     return kFailed;
   }
-  const bool losses = complainOfLosses(text, analysis, survey.get());
+  if (!readOriginal(&original)) return kFailed;
+  const bool losses = complainOfLosses(original);
   if (losses && !options.force) {
     complain("nothing was written; correct the text, or use --force to write the rest");
     return kFindings;
   }
-  std::string written;
-  if (!buildText(survey.get(), options.layout, &written)) {
-    complain("formatting '" + text.name() + "' failed");
+  if (!buildText(&original.records, options.layout, &output)) {
+    complain("formatting '" + name + "' failed");
     return kFailed;
   }
-  if (!losses && !proveWritten(written, survey.get())) return kFailed;
-  Output output;
-  if (problem = output.open(options.output); !problem.empty()) {
-    complain(problem);
-    return kFailed;
-  }
-  if (!output.write(written.data(), written.size())) {
-    complain("writing '" + options.output + "' failed");
-    return kFailed;
-  }
+  if (!losses && !proveWritten(output.path(), &original.records)) return kFailed;
   if (!output.commit()) return kFailed;
-  noteSilentLosses(text.name(), analysis);
+  noteSilentLosses(name, original.analysis);
   return kSound;
 }
 

@@ -58,9 +58,9 @@ bool isBinary(std::string_view head) {
 
 }  // namespace
 
-std::string InputText::open(const std::string& path, std::string head) {
+std::string InputText::open(const std::string& path, std::string head, const std::string& name) {
   const bool stream = isStream(path);
-  name_ = stream ? "(standard input)" : path;
+  name_ = !name.empty() ? name : stream ? "(standard input)" : path;
   memory_ = std::move(head);
   if (stream) return readStream();
   const ReadFile file(path);
@@ -100,13 +100,6 @@ std::string InputText::readStream() {
 std::string InputText::contentProblem() const {
   if (tavo_is_data_file(memory_.data(), memory_.size()) == 0) return {};
   return "'" + name_ + "' is a data file, not a text (see 'tavo dump' and 'tavo build')";
-}
-
-void InputText::take(const std::string& name, std::string text) {
-  name_ = name;
-  path_.clear();
-  memory_ = std::move(text);
-  size_ = memory_.size();
 }
 
 tavo_input InputText::input() const {

@@ -13,10 +13,8 @@ namespace tavo::tool {
 class InputText {
  public:
   // Why it cannot be read as a text, or an empty text when it can. head: what was read of the
-  // standard input already.
-  std::string open(const std::string& path, std::string head = {});
-  // Takes a text that is there already.
-  void take(const std::string& name, std::string text);
+  // standard input already; name: what messages call it instead of its path.
+  std::string open(const std::string& path, std::string head = {}, const std::string& name = {});
 
   // For messages and logs: the path, or what stands for a stream.
   const std::string& name() const { return name_; }

@@ -20,7 +20,8 @@ namespace {
 
 // In the order of the help text.
 constexpr void (*kVerbs[])(CLI::App&, Action*) = {
-    addCheck, addDump, addImport, addVerify, addRepair, addBuild, addFormat, addTimeline,
+    addCheck,  addDump,     addImport, addVerify, addRepair, addBuild,
+    addFormat, addTimeline, addReport, addPlot,   addExport,
 };
 
 // How many letters must be put in, left out, exchanged or swapped to make one word of the other.

@@ -23,5 +23,8 @@ void addRepair(CLI::App& app, Action* action);
 void addBuild(CLI::App& app, Action* action);
 void addFormat(CLI::App& app, Action* action);
 void addTimeline(CLI::App& app, Action* action);
+void addReport(CLI::App& app, Action* action);
+void addPlot(CLI::App& app, Action* action);
+void addExport(CLI::App& app, Action* action);
 
 }  // namespace tavo::tool

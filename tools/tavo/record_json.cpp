@@ -33,13 +33,6 @@ double shortest(float value) {
   return std::strtod(digits, nullptr);
 }
 
-// Converting to a unit and back costs the last digits of a double.
-double withoutNoise(double value) {
-  char digits[40];
-  std::snprintf(digits, sizeof digits, "%.14g", value);
-  return std::strtod(digits, nullptr);
-}
-
 std::string bits(unsigned value, unsigned width) {
   std::string digits;
   for (unsigned bit = width; bit-- > 0;) digits += (value >> bit & 1U) != 0 ? '1' : '0';
@@ -126,6 +119,15 @@ bool isZero(const tavo_schema_field& field, const char* at) {
   return std::all_of(at, at + field.size, [](char c) { return c == '\0'; });
 }
 
+// A value in the unit of the file or in metres and radians.
+double inUnits(const tavo_schema_field& field, double value, const tavo_units& units, bool si) {
+  const bool converted = field.converted != 0;
+  if (field.unit == TAVO_UNIT_NONE || converted == si) return value;
+  const double other =
+      converted ? tavo_to_file(&units, field.unit, value) : tavo_to_si(&units, field.unit, value);
+  return other == value ? value : withoutNoise(other);
+}
+
 }  // namespace
 
 std::string recordName(uint32_t type) {
@@ -199,15 +201,13 @@ Json unitsJson(const tavo_units& units) {
   return json;
 }
 
-double RecordPrinter::inUnits(const tavo_schema_field& field, double value) const {
-  const bool converted = field.converted != 0;
-  if (field.unit == TAVO_UNIT_NONE || converted == (values_ == Values::kSi)) return value;
-  const double other =
-      converted ? tavo_to_file(&units_, field.unit, value) : tavo_to_si(&units_, field.unit, value);
-  return other == value ? value : withoutNoise(other);
+double withoutNoise(double value) {
+  char digits[40];
+  std::snprintf(digits, sizeof digits, "%.14g", value);
+  return std::strtod(digits, nullptr);
 }
 
-Json RecordPrinter::value(const tavo_schema_field& field, const char* at) const {
+Json valueJson(const tavo_schema_field& field, const char* at, const tavo_units& units, bool si) {
   switch (field.type) {
     case TAVO_TYPE_CHAR:
       return textOf(at, 1);
@@ -220,9 +220,9 @@ Json RecordPrinter::value(const tavo_schema_field& field, const char* at) const 
     case TAVO_TYPE_UINT32:
       return load<uint32_t>(at);
     case TAVO_TYPE_FLOAT:
-      return inUnits(field, shortest(load<float>(at)));
+      return inUnits(field, shortest(load<float>(at)), units, si);
     case TAVO_TYPE_DOUBLE:
-      return inUnits(field, load<double>(at));
+      return inUnits(field, load<double>(at), units, si);
     case TAVO_TYPE_BITS:
       return bits(field.width == 8 ? load<uint8_t>(at) : load<uint16_t>(at), field.width);
     case TAVO_TYPE_DATE_TIME:
@@ -238,6 +238,10 @@ Json RecordPrinter::value(const tavo_schema_field& field, const char* at) const 
     default:
       return nullptr;
   }
+}
+
+Json valueJson(const tavo_schema_field& field, const char* at) {
+  return valueJson(field, at, *tavo_default_units(), field.converted != 0);
 }
 
 Json RecordPrinter::print(uint32_t type, const void* record) {
@@ -298,7 +302,7 @@ Json RecordPrinter::fields(uint32_t type, const char* record) const {
     if (field->hidden != 0) shown = !isZero(*field, at);
     if (!shown && all && field->hidden == 0) shown = field->alias == 0;
     if (!shown) continue;
-    Json json = value(*field, at);
+    Json json = valueJson(*field, at, units_, values_ == Values::kSi);
     if (!json.is_null()) result[field->name] = std::move(json);
   }
   return result;

@@ -34,6 +34,15 @@ Json dateJson(const DateTime& date);
 // {"angular": "GRADS", "linear": "METRE", ...}, factors and offsets where there are some.
 Json unitsJson(const tavo_units& units);
 
+// A field's value, `at` being its member: lengths and angles by units in those of the file, or with
+// si in metres and radians. Null where the record has none.
+Json valueJson(const tavo_schema_field& field, const char* at, const tavo_units& units, bool si);
+// The same as the record keeps it.
+Json valueJson(const tavo_schema_field& field, const char* at);
+
+// What converting to a unit and back has cost the last digits of a double is gone.
+double withoutNoise(double value);
+
 class RecordPrinter {
  public:
   enum class Order {
@@ -59,8 +68,6 @@ class RecordPrinter {
 
   Json columns(uint32_t type, const char* record);
   Json fields(uint32_t type, const char* record) const;
-  Json value(const tavo_schema_field& field, const char* at) const;
-  double inUnits(const tavo_schema_field& field, double value) const;
 
   Order order_;
   Values values_;

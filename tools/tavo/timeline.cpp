@@ -145,16 +145,9 @@ bool printJson(const Entry& entry, uint64_t line) {
 
 int timeline(const TimelineOptions& options) {
   InputText text;
-  if (const std::string problem = text.open(options.file); !problem.empty()) {
-    complain(problem);
-    return kFailed;
-  }
   Analysis analysis;
-  const Survey survey = readSurvey(text, &analysis);
-  if (survey == nullptr) {
-    complain("reading '" + text.name() + "' failed: " + tavo_status_text(analysis.status));
-    return kFailed;
-  }
+  const Survey survey = openSurvey(options.file, &text, &analysis);
+  if (survey == nullptr) return kFailed;
   if (options.json) printLine(jsonOf("tavo-timeline/1", text));
   size_t count = 0;
   const tavo_moment* const moments = tavo_survey_timeline(survey.get(), &count);

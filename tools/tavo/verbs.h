@@ -75,4 +75,37 @@ struct TimelineOptions {
 };
 int timeline(const TimelineOptions& options);
 
+struct ReportOptions {
+  std::vector<std::string> files;
+  std::string output;
+  bool overwrite = false;  // the page's file, whatever it is
+};
+int report(const ReportOptions& options);
+
+struct PlotOptions {
+  std::string file;
+  std::string output;
+  bool overwrite = false;               // the picture's file, whatever it is
+  std::vector<std::string> layers;      // empty: everything
+  size_t map = 0;                       // 0: the one with the most things on it
+  unsigned width = 1200, height = 800;  // pixels
+};
+int plot(const PlotOptions& options);
+
+struct ExportOptions {
+  std::vector<std::string> files;
+  std::string output;               // its suffix names the format; or a database, "PG:..."
+  std::vector<std::string> layers;  // empty: those that the format takes by itself
+  std::string survey;               // in the column `survey`; empty: what the file is called
+  std::string crs;                  // taken instead of the file's own system
+  std::string toCrs;                // moved into; empty: nothing is moved
+  bool append = false;              // into what is there already
+  bool replace = false;             // the same, but the surveys' old rows are taken out first
+  bool strict = false;              // refuse what otherwise has a note
+  bool overwrite = false;           // the output's file, whatever it is
+  bool ignoreTransformations = false;
+  std::vector<std::string> words;  // all of this as words of a command line
+};
+int exportSurveys(const ExportOptions& options);
+
 }  // namespace tavo::tool

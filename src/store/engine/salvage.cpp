@@ -238,7 +238,7 @@ void Salvager::settleGroup(std::size_t begin, std::size_t end) {
     taken.push_back(packed_);
     // Behind all pieces, so that those of the group stay what they are.
     records_.push_back({order_, pieces_[first].record, pieces_.size()});
-    for (const std::size_t i : chosen_) pieces_.push_back(Piece(pieces_[i]));
+    for (const std::size_t i : chosen_) pieces_.emplace_back(pieces_[i]);
     const auto number = static_cast<std::size_t>(pieces_[first].record);
     if (number < found_.size()) found_[number] = true;
   }
@@ -261,8 +261,7 @@ int Salvager::deliver() {
 
 // Pieces of pages that make no record. What looks like one in rubble need not be one.
 void Salvager::loseGroups() {
-  for (std::size_t i = 0; i < pieces_.size(); ++i) {
-    const Piece& piece = pieces_[i];
+  for (const Piece& piece : pieces_) {
     const auto number = static_cast<std::size_t>(piece.record);
     if (number >= found_.size() || found_[number] || !mentioned_[number]) continue;
     if (piece.piece != 0 || !readPage(piece.page)) continue;

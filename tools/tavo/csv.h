@@ -1,0 +1,16 @@
+// Rows of comma-separated values (RFC 4180).
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tavo::tool {
+
+// Appends a row with a line feed; what needs quotes gets them.
+void appendCsvLine(const std::vector<std::string>& cells, std::string* text);
+
+// Takes the first row off the text; false when there is none.
+bool takeCsvLine(std::string_view* text, std::vector<std::string>* cells);
+
+}  // namespace tavo::tool

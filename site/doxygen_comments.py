@@ -80,6 +80,9 @@ class Filter:
         # One comment stands before all functions that follow each other without an empty line.
         if re.match(r"TAVO_API|TVO_API", line) and neighbour and self.last:
             print("\n".join(self.last))
+        structure = re.match(r"typedef struct (\w+) \{", line)
+        if structure and not self.last:  # every page needs a line on what it is of
+            print(f"/** Structure {structure[1]}. */")
         if self.group and line.startswith("#ifdef __cplusplus"):
             print("/** @} */")
             self.group = ""

@@ -3,6 +3,7 @@
 the format and the messages and run for every output that a page shows; OUT/api holds doxygen's pages.
 OUT/site is then the site, which needs no network. A command that fails, a page that nothing links to and a
 link to nothing fail."""
+import contextlib
 import json
 import os
 import pathlib
@@ -12,6 +13,8 @@ import subprocess
 import sys
 
 TREE = pathlib.Path(__file__).resolve().parent.parent
+sys.path.insert(0, str(TREE / "tests/export"))
+import postgres  # noqa: E402  the tests' server of its own
 KINDS = {"container": "holds further blocks and nothing else", "items": "item lines, one a value",
          "data": "data lines under a list of columns", "collected": "data lines, completed by EXTRAINFO",
          "extrainfo": "completes the lines of the block around it by their number or identifier",
@@ -40,7 +43,16 @@ class Tool:
             sys.exit(f"site: status {done.returncode}, not {status}: {command}\n{done.stdout}")
         return done.stdout.rstrip("\n")
 
+    @contextlib.contextmanager
+    def database(self):
+        """Commands run meanwhile find a PostgreSQL server."""
+        with postgres.server() as folder:
+            self.environment |= {"PGHOST": folder, "PGUSER": "postgres"}
+            yield
+
     def has(self, program):
+        if program == "postgres":
+            return bool(postgres.PROGRAMS)
         return shutil.which(program, path=self.environment["PATH"]) is not None
 
     def json(self, command):
@@ -194,7 +206,10 @@ def written_pages(tool, source):
         pages[f"{name.lower()}.md"] = text.replace("](docs/", "](").replace("](LICENSE)", "](license.md)")
     pages["license.md"] = (TREE / "LICENSE").read_text(encoding="utf-8").replace("MIT License", "# Licence: MIT", 1)
     for page in sorted((TREE / "site/pages").glob("*.md")):
-        pages[page.name] = played(page.read_text(encoding="utf-8"), tool)
+        text = page.read_text(encoding="utf-8")
+        served = "needs=postgres" in text and tool.has("postgres")
+        with tool.database() if served else contextlib.nullcontext():
+            pages[page.name] = played(text, tool)
     for name, text in pages.items():
         text = re.sub(r"\]\((?:\.\./)?(CHANGELOG|SECURITY|SUPPORT|CONTRIBUTING)\.md",
                       lambda link: f"]({link[1].lower()}.md", text)

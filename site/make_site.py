@@ -203,7 +203,8 @@ def written_pages(tool, source):
     pages = {page.name: page.read_text(encoding="utf-8") for page in (TREE / "docs").glob("*.md")}
     for name in ("CHANGELOG", "SECURITY", "SUPPORT", "CONTRIBUTING"):
         text = (TREE / f"{name}.md").read_text(encoding="utf-8")
-        pages[f"{name.lower()}.md"] = text.replace("](docs/", "](").replace("](LICENSE)", "](license.md)")
+        pages[f"{name.lower()}.md"] = re.sub(r"\]\((docs|site/pages)/", "](", text).replace(
+            "](LICENSE)", "](license.md)")
     pages["license.md"] = (TREE / "LICENSE").read_text(encoding="utf-8").replace("MIT License", "# Licence: MIT", 1)
     for page in sorted((TREE / "site/pages").glob("*.md")):
         text = page.read_text(encoding="utf-8")

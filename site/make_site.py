@@ -28,13 +28,13 @@ class Tool:
     def __init__(self, prefix, folder):
         self.prefix, self.folder = prefix, folder
         libraries = next(path.parent for path in prefix.rglob("libtavo.so"))
-        python = ":".join(str(path.parent) for path in prefix.rglob("tavo/__init__.py"))
         self.environment = os.environ | {
             "PATH": f"{prefix}/bin:/usr/bin:/bin:/usr/sbin", "LD_LIBRARY_PATH": str(libraries),
             "LIBRARY_PATH": str(libraries), "CPATH": f"{prefix}/include",
             "PKG_CONFIG_PATH": f"{libraries}/pkgconfig", "CMAKE_PREFIX_PATH": str(prefix),
             "GDAL_DRIVER_PATH": ":".join(str(path.parent) for path in prefix.rglob("ogr_TAVO.so")),
-            "PYTHONPATH": python.replace("/tavo:", ":").removesuffix("/tavo"), "COLUMNS": "80", "LC_ALL": "C.UTF-8"}
+            "PYTHONPATH": ":".join(str(path.parent.parent) for path in prefix.rglob("tavo/__init__.py")),
+            "COLUMNS": "80", "LC_ALL": "C.UTF-8"}
 
     def run(self, command, status=0):
         done = subprocess.run(["bash", "-c", command], cwd=self.folder, env=self.environment, text=True,
@@ -76,14 +76,15 @@ def played(text, tool):
         for command in re.findall(r"^\$ ((?:.*\\\n)*.*)$", body, re.MULTILINE):
             output = [] if absent else tool.run(command, int(words.get("status", 0))).split("\n")
             most = int(words.get("lines", 40))
-            lines += [f"$ {command}", *(output[:most] if output != [""] else []), *(["..."] if len(output) > most else [])]
+            lines += [f"$ {command}", *(output[:most] if output != [""] else [])]
+            lines += ["..."] if len(output) > most else []
         return "```console\n" + "\n".join(lines) + "\n```"
 
     return re.sub(r"^```(\w+) ?([^\n]*)\n(.*?)^```$", fence, text, flags=re.MULTILINE | re.DOTALL)
 
 
-def excerpt(lines, path):
-    """The lines of an example that are those of one block and of the lists of columns around it."""
+def excerpt(lines, path, keywords):
+    """The lines of an example that are those of one block and of what stands around it in its blocks."""
     out, stack, definition = [], [], False
     for line in lines:
         words = re.match(r"\s*(END )?([A-Z][A-Z0-9_]+)\s*(\(.*)?$", line.split(";")[0].rstrip())
@@ -95,16 +96,13 @@ def excerpt(lines, path):
                 return [*out, line, *(f"{'  ' * depth}END {path[depth]}" for depth in range(len(path) - 2, -1, -1))]
             stack = stack[:-1]
             continue
-        elif words and (words[3] or words[2] in BLOCKS and words[2] not in ITEMS.get(tuple(stack), ())):
+        elif words and words[2] in keywords:
             stack = [*stack, words[2]]
             inside = path[:len(stack)] == stack
             definition = bool(words[3]) and ")" not in line
         if inside and stack and line.strip() and not line.lstrip().startswith(";"):
             out.append(line)
     return []
-
-
-BLOCKS, ITEMS = set(), {}
 
 
 def with_units(lines, path, units):
@@ -115,13 +113,13 @@ def with_units(lines, path, units):
     return [*lines[:at], *units[units.index(next(line for line in units if "UNITS" in line)):-1], *lines[at:]]
 
 
-def example(block, tool):
+def example(block, keywords, tool):
     """An example of a block, out of the examples, that the check has nothing to say about."""
     path = block["block"].split("/")
     strict = "warning,empty" if block.get("dataType") else "warning"
     for source in [*sorted((TREE / "examples").rglob("*.tvo")), *(TREE / "site/examples").glob("*.tvo")]:
         text = source.read_text(encoding="utf-8").split("\n")
-        lines, units = excerpt(text, path), excerpt(text, ["HEADER", "UNITS"])
+        lines, units = excerpt(text, path, keywords), excerpt(text, ["HEADER", "UNITS"], keywords)
         for attempt in ([lines, with_units(lines, path, units)] if lines else []):
             (tool.folder / "block.tvo").write_text("\n".join(attempt) + "\n", encoding="utf-8")
             if tool.run(f"tavo check --quiet --fail-on {strict} block.tvo; echo $?") == "0":
@@ -132,9 +130,7 @@ def example(block, tool):
 def format_pages(tool):
     """The tree of blocks, and a page for each."""
     blocks = tool.json("tavo schema --format json")["blocks"]
-    BLOCKS.update(block["keyword"] for block in blocks)
-    ITEMS.update({tuple(block["block"].split("/")): {field["name"] for field in block.get("fields", [])}
-                  for block in blocks if block["kind"] == "items"})
+    keywords = {block["keyword"] for block in blocks}
     pages, tree = {}, []
     for block in blocks:
         path = block["block"].split("/")
@@ -142,8 +138,8 @@ def format_pages(tool):
         tree.append(f"{'    ' * (len(path) - 1)}- [{path[-1]}]({name}): {KINDS[block['kind']]}")
         around = [f"[{word}]({'-'.join(path[:depth + 1])}.md)" for depth, word in enumerate(path[:-1])]
         inner = [other["block"] for other in blocks if other["block"].rpartition("/")[0] == block["block"]]
-        text = [f"# {' / '.join(path)}", "", f"Stands {'in ' + ' / '.join(around) if around else 'at the top of a file'};"
-                f" {KINDS[block['kind']]}."]
+        place = "in " + " / ".join(around) if around else "at the top of a file"
+        text = [f"# {' / '.join(path)}", "", f"Stands {place}; {KINDS[block['kind']]}."]
         if inner:
             text += ["", "Blocks in it: " + ", ".join(
                 f"[{other.rpartition('/')[2]}]({other.replace('/', '-')}.md)" for other in inner) + "."]
@@ -153,14 +149,15 @@ def format_pages(tool):
         if block.get("fields"):
             text += ["", "| column | type | width | unit | words | key or reference |", "|---|---|---|---|---|---|"]
             text += [field_row(field) for field in block["fields"]]
-        text += ["", "## Example", "", "`tavo check` has nothing to say about it:", "", "```", example(block, tool), "```"]
+        text += ["", "## Example", "", "`tavo check` has nothing to say about it:", "",
+                 "```", example(block, keywords, tool), "```"]
         pages[f"format/{name}"] = "\n".join(text) + "\n"
     introduction = (TREE / "site/format.md").read_text(encoding="utf-8")
     return {"format/index.md": introduction + "\n" + "\n".join(tree) + "\n"} | pages
 
 
 def field_row(field):
-    width = f"{field['characters']} characters" if "characters" in field else f"{field['bits']} bits" if "bits" in field else ""
+    width = next((f"{field[what]} {what}" for what in ("characters", "bits") if what in field), "")
     unit = field.get("unit", "")
     if unit and field.get("converted"):
         unit += ", kept in metres" if unit == "linear" else ", kept in radians"
@@ -174,8 +171,8 @@ def field_row(field):
 def message_pages(tool):
     """A page for every number that the check and the library give."""
     topics = tool.json("tavo explain --all --format json")["topics"]
-    pages, rows = {}, ["# Messages", "", "Every number that the library and `tavo check` give. `tavo explain CODE` says the same.",
-                       "", "| number | kind | in the log or on the screen |", "|---|---|---|"]
+    pages, rows = {}, ["# Messages", "", "Every number that the library and `tavo check` give. "
+                       "`tavo explain CODE` says the same.", "", "| number | kind | in the log or on the screen |", "|---|---|---|"]
     for topic in topics:
         # A status and a rule have no words of the log; their first sentence tells what they are.
         topic.setdefault("name", topic["meaning"].partition(". ")[0].rstrip("."))
@@ -257,7 +254,8 @@ def main(prefix, out):
         (source / name).parent.mkdir(parents=True, exist_ok=True)
         (source / name).write_text(text, encoding="utf-8")
     version = tool.run("tavo --version").split()[-1]
-    (source / "wide.css").write_text(".md-grid { max-width: 76rem }\n.md-typeset table:not([class]) { font-size: .62rem }\n"
+    (source / "wide.css").write_text(".md-grid { max-width: 76rem }\n"
+                                     ".md-typeset table:not([class]) { font-size: .62rem }\n"
                                      "td code { white-space: nowrap }\n")
     (out / "mkdocs.yml").write_text(json.dumps({
         "site_name": f"TAVO {version}", "docs_dir": "source", "site_dir": "site", "use_directory_urls": False,
@@ -265,6 +263,10 @@ def main(prefix, out):
         "theme": {"name": "material", "font": False},
         "markdown_extensions": ["tables", "fenced_code", "toc", "sane_lists"]}, indent=1))
     subprocess.run(["mkdocs", "build", "--quiet", "--strict", "--config-file", out / "mkdocs.yml"], check=True)
+    # Of no use to pages in a folder: the map for search engines, and the search, which needs a server.
+    for left in ("sitemap.xml", "sitemap.xml.gz", "assets/javascripts/lunr", "assets/javascripts/workers"):
+        path = out / "site" / left
+        shutil.rmtree(path) if path.is_dir() else path.unlink()
     print(f"site: {len(pages)} pages in {out / 'site'}")
 
 

@@ -208,7 +208,9 @@ def written_pages(tool, source):
         served = "needs=postgres" in text and tool.has("postgres")
         with tool.database() if served else contextlib.nullcontext():
             pages[page.name] = played(text, tool)
+    pages.pop("messages.md", None)  # every message has a page of its own here
     for name, text in pages.items():
+        text = text.replace("](messages.md", "](messages/index.md")
         text = re.sub(r"\]\((?:\.\./)?(CHANGELOG|SECURITY|SUPPORT|CONTRIBUTING)\.md",
                       lambda link: f"]({link[1].lower()}.md", text)
         text = text.replace("](../README.md", "](index.md")

@@ -46,8 +46,9 @@ class Help:
                 self.rows[heading] = []
             elif heading and line.startswith("  "):
                 head, text = line[:TEXT_COLUMN], line[TEXT_COLUMN:]
-                if not head.strip():  # the head is too long for its place and stands above
-                    self.rows[heading][-1].text = text
+                if not head.strip():  # more of what the row above says
+                    row = self.rows[heading][-1]
+                    row.text = f"{row.text} {text}".strip()
                 elif head.endswith(" ") or not text:
                     self.rows[heading].append(Option(head.strip(), text))
                 else:
@@ -70,16 +71,18 @@ def sort_prose(lines):
     """Paragraphs, the lines of the examples, and the sentence on the exit status."""
     paragraphs, examples, status, into = [], [], [], None
     for line in lines:
-        if line.startswith("Example: ") or (into is examples and line.startswith("  ")):
+        if not line:
+            into = None
+        elif line.startswith("Example: ") or (into is examples and line.startswith(" ")):
             into = examples
             into.append(line.removeprefix("Example: ").strip())
-        elif not line:
-            into = None
+        elif into is examples:  # a long one goes on
+            into[-1] += f" {line}"
         elif line.startswith("Exit status: ") or into is status:
             into = status
             into.append(line.removeprefix("Exit status: "))
         else:
-            if into is None or into is examples:
+            if into is None:
                 into = []
                 paragraphs.append(into)
             into.append(line)

@@ -28,7 +28,7 @@ endfunction()
 # Files that are the same keep their time, the patched ones are newer than what was built of them.
 set(tree "${SCRATCH}/tree")
 file(REMOVE_RECURSE "${tree}")
-foreach(part CMakeLists.txt cmake include packaging plugins site src third_party tools)
+foreach(part CMakeLists.txt LICENSE cmake include packaging plugins site src third_party tools)
   file(COPY "${SOURCE}/${part}" DESTINATION "${tree}")
 endforeach()
 run("${PATCH}" --batch --forward --quiet --strip 1 --directory "${tree}" --input

@@ -28,7 +28,7 @@ endfunction()
 # Files that are the same keep their time, the patched ones are newer than what was built of them.
 set(tree "${SCRATCH}/tree")
 file(REMOVE_RECURSE "${tree}")
-foreach(part CMakeLists.txt cmake include src third_party tools)
+foreach(part CMakeLists.txt LICENSE cmake include packaging plugins site src third_party tools)
   file(COPY "${SOURCE}/${part}" DESTINATION "${tree}")
 endforeach()
 run("${PATCH}" --batch --forward --quiet --strip 1 --directory "${tree}" --input
@@ -37,7 +37,7 @@ run("${PATCH}" --batch --forward --quiet --strip 1 --directory "${tree}" --input
 run(${CMAKE_COMMAND} -S "${tree}" -B "${SCRATCH}/build" -G "${GENERATOR}"
     "-DCMAKE_C_COMPILER=${CC}" "-DCMAKE_CXX_COMPILER=${CXX}"
     "-DCMAKE_CXX_COMPILER_LAUNCHER=${LAUNCHER}" -DCMAKE_BUILD_TYPE=None -DTAVO_BUILD_TESTS=OFF
-    -DTAVO_BUILD_BENCH=OFF -DTAVO_BUILD_FUZZ=OFF)
+    -DTAVO_BUILD_BENCH=OFF -DTAVO_BUILD_FUZZ=OFF -DTAVO_BUILD_GDAL=OFF -DTAVO_BUILD_PYTHON=OFF)
 run(${CMAKE_COMMAND} --build "${SCRATCH}/build" --target tavo_cli)
 set(tavo "${SCRATCH}/build/bin/tavo")
 

@@ -21,7 +21,7 @@ def test_pip(tmp_path):
     own = tmp_path / "own"
     run(sys.executable, "-m", "venv", "--system-site-packages", own)
     # From a copy, since what pip builds stays in the folder; quick to compile, not to run.
-    for part in ("cmake", "src", "include", "bindings", "docs"):
+    for part in ("cmake", "src", "include", "bindings", "docs", "packaging", "plugins"):
         shutil.copytree(ROOT / part, tmp_path / "source" / part)
     for part in ("CMakeLists.txt", "README.md", "LICENSE"):
         shutil.copy(ROOT / part, tmp_path / "source")

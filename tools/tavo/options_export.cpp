@@ -45,7 +45,7 @@ void addExport(CLI::App& app, Action* action) {
       "Exit status: 0 exported, 1 errors in a file (the rest is exported) or refused, 2 a file\n"
       "cannot be read or written.\n\n"
       "Example: tavo export survey.tvo -o survey.gpkg\n"
-      "         tavo export *.tvo -o \"PG:dbname=office\" --replace");
+      "Example: tavo export *.tvo -o \"PG:dbname=office\" --replace");
   verb->add_option("FILE", options->files, "Texts to export")->required()->type_name("");
   verb->add_option("-o,--output", options->output, "File to make, or \"PG:...\"")
       ->required()

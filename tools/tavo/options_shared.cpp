@@ -19,8 +19,7 @@ std::string paragraphs(std::string_view text) {
   while (!text.empty()) {
     const std::string_view line = text.substr(0, text.find('\n'));
     text.remove_prefix(std::min(line.size() + 1, text.size()));
-    const bool begins = line.starts_with("Exit status:") || line.starts_with("Example:") ||
-                        line.starts_with("         tavo ");
+    const bool begins = line.starts_with("Exit status:") || line.starts_with("Example:");
     if (line.empty() || begins) flush();
     if (line.empty()) shown += '\n';
     if (!line.empty()) paragraph += (paragraph.empty() ? "" : " ") + std::string(line);

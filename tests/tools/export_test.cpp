@@ -44,11 +44,11 @@ TEST_F(ExportTest, SurveysAreAddedAndReplaced) {
   write("a.tvo", survey("PointNo,Code", "1,\"TREE\""));
   write("b.tvo", survey("PointNo,East", "2,5.5"));
   expectOutput(0, {"export", "a.tvo", "b.tvo", "-o", "out.csv"});
-  EXPECT_EQ(read("out.csv"), "survey,PointNo,East [m],Code\na,1,,TREE\nb,2,5.5,\n");
+  EXPECT_EQ(readText("out.csv"), "survey,PointNo,East [m],Code\na,1,,TREE\nb,2,5.5,\n");
   EXPECT_EQ(run({"export", "b.tvo", "-o", "out.csv", "--append"}).status, 2);
   write("a.tvo", survey("PointNo,Description", "9,\"say \\\"no\\\"\""));
   expectOutput(0, {"export", "a.tvo", "-o", "out.csv", "--replace"});
-  EXPECT_EQ(read("out.csv"),
+  EXPECT_EQ(readText("out.csv"),
             "survey,PointNo,Description,East [m],Code\nb,2,,5.5,\na,9,\"say \"\"no\"\"\",,\n");
   EXPECT_TRUE(temporaryFiles().empty());
 }

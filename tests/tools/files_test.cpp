@@ -53,9 +53,7 @@ TEST_F(FilesTest, DashIsTheStandardStream) {
     file.push_back("out.tvo");
     stream.push_back("-");
     expectOutput(0, file);
-    std::string written = read("out.tvo");
-    std::erase(written, '\r');
-    EXPECT_EQ(expectOutput(0, stream), written);
+    EXPECT_EQ(expectOutput(0, stream), readText("out.tvo"));
   }
   EXPECT_EQ(expectOutput(0, {"format", "-", "-o", "-"}, text_),
             expectOutput(0, {"format", "survey.tvo", "-o", "-"}));

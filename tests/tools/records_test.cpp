@@ -104,8 +104,8 @@ TEST_F(RecordsTest, FormatNeedsNoMoreMemoryThanCheck) {
   expectOutput(0, {"format", "large.tvo", "-o", "once.tvo"});
   const long formatted = peakMemory();
   EXPECT_LE(formatted, checked + checked / 4);
-  EXPECT_EQ(records("once.tvo"), records("large.tvo"));
-  EXPECT_EQ(expectOutput(0, {"format", "once.tvo", "-o", "-"}), read("once.tvo"));
+  EXPECT_TRUE(records("once.tvo") == records("large.tvo"));
+  EXPECT_TRUE(expectOutput(0, {"format", "once.tvo", "-o", "-"}) == readText("once.tvo"));
 }
 
 TEST_F(RecordsTest, FormatRefusesWhatWouldLoseSomething) {

@@ -152,6 +152,12 @@ std::string ToolTest::read(const std::string& path) {
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
+std::string ToolTest::readText(const std::string& path) {
+  std::string text = read(path);
+  std::erase(text, '\r');
+  return text;
+}
+
 bool ToolTest::exists(const std::string& path) { return std::filesystem::exists(path); }
 
 std::vector<std::string> ToolTest::temporaryFiles() {

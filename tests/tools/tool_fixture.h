@@ -30,6 +30,8 @@ class ToolTest : public testing::Test {
   static std::string example(const std::string& name);
   static void write(const std::string& path, const std::string& bytes);
   static std::string read(const std::string& path);
+  // The same with line feeds for the platform's line ends.
+  static std::string readText(const std::string& path);
   static bool exists(const std::string& path);
   // Names of files that an output under construction leaves behind.
   static std::vector<std::string> temporaryFiles();

@@ -156,7 +156,8 @@ class CsvRows::Attributes {
       heads_.insert(head(i));
       // The identifier stands in place 1, the numbers of the kinds of owners around it.
       if ((records.given[i] & 0b1101U) != 0) {
-        byNumber_[values_[i].OwnerNo].push_back(i);
+        const uint32_t number = values_[i].OwnerNo;  // which need not be aligned in the record
+        byNumber_[number].push_back(i);
       } else {
         byId_[textOf(values_[i].PointID)].push_back(i);
       }

@@ -47,5 +47,7 @@ function(tavo_assets target)
     DEPENDS ${paths} "${PROJECT_SOURCE_DIR}/cmake/TavoAssets.cmake"
     VERBATIM)
   target_sources(${target} PRIVATE "${source}")
-  set_source_files_properties("${source}" PROPERTIES SKIP_PRECOMPILE_HEADERS ON)
+  # A library is one literal, longer than every compiler must take.
+  set_source_files_properties("${source}" PROPERTIES SKIP_PRECOMPILE_HEADERS ON
+                                                     COMPILE_OPTIONS -Wno-overlength-strings)
 endfunction()

@@ -27,7 +27,7 @@ bool isSection(std::string_view word) {
 }
 
 Guess guess(std::string_view head) {
-  constexpr std::string_view kBlanks = " \t\v\f\r";
+  static constexpr std::string_view kBlanks = " \t\v\f\r";
   const auto skipBlanks = [](std::string_view line) {
     return line.substr(std::min(line.find_first_not_of(kBlanks), line.size()));
   };

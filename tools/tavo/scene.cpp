@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <limits>
 #include <map>
 #include <new>
 #include <numbers>
@@ -18,7 +17,6 @@ namespace tavo::tool {
 
 namespace {
 
-constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
 constexpr double kEarthRadius = 6371000;
 // How far in front of a finding a thing may stand to be shown in its stead, in lines.
 constexpr uint64_t kNear = 50;

@@ -56,6 +56,14 @@ class Fields {
   tavo_given given_;
 };
 
+void tellTwin(GeometryFindings& findings, RecordType type, size_t index, const char* what,
+              uint16_t number) {
+  findings.warn(
+      type, index,
+      what + (" " + std::to_string(number)) + " is defined before; the first definition holds",
+      TAVO_GEOMETRY_TWIN);
+}
+
 // --- What the blocks of projections mean --------------------------------------------------------
 
 enum class Need {
@@ -284,12 +292,7 @@ void Builder::collectProjections() {
       const double number = Fields(view_, kind->type, i).value(TVO_FIELD_MapPrjNo);
       const auto [it, fresh] =
           projections_.try_emplace(static_cast<uint16_t>(number), MapProjection{kind, i, &block});
-      if (!fresh) {
-        findings_.warn(kind->type, i,
-                       "Map projection " + std::to_string(it->first) +
-                           " is defined before; the first definition holds",
-                       TAVO_GEOMETRY_TWIN);
-      }
+      if (!fresh) tellTwin(findings_, kind->type, i, "Map projection", it->first);
     }
   }
 }
@@ -298,12 +301,7 @@ void Builder::collectEllipsoids() {
   for (size_t i = 0; i < view_.of(TVO_RECORD_ELLIPSOIDS).count; ++i) {
     const double number = Fields(view_, TVO_RECORD_ELLIPSOIDS, i).value(TVO_FIELD_EllipsoidNo);
     const auto [it, fresh] = ellipsoids_.try_emplace(static_cast<uint16_t>(number), i);
-    if (!fresh) {
-      findings_.warn(TVO_RECORD_ELLIPSOIDS, i,
-                     "Ellipsoid " + std::to_string(it->first) +
-                         " is defined before; the first definition holds",
-                     TAVO_GEOMETRY_TWIN);
-    }
+    if (!fresh) tellTwin(findings_, TVO_RECORD_ELLIPSOIDS, i, "Ellipsoid", it->first);
   }
 }
 
@@ -623,10 +621,7 @@ ReferenceSystems::ReferenceSystems(const SurveyView& view, const CrsOptions& opt
   for (size_t i = 0; i < view.of(TVO_RECORD_PROJECTION_SETS).count; ++i) {
     const auto record = recordAt<ProjectionSetRecord>(view.of(TVO_RECORD_PROJECTION_SETS), i);
     if (find(record.PrjSetNo) != nullptr) {
-      findings.warn(TVO_RECORD_PROJECTION_SETS, i,
-                    "Projection set " + std::to_string(record.PrjSetNo) +
-                        " is defined before; the first definition holds",
-                    TAVO_GEOMETRY_TWIN);
+      tellTwin(findings, TVO_RECORD_PROJECTION_SETS, i, "Projection set", record.PrjSetNo);
       continue;
     }
     sets_.push_back(builder.build(i));

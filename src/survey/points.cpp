@@ -243,15 +243,18 @@ void Points::tellTwins() {
   });
 }
 
-void Points::sortById() const {
+const std::vector<size_t>& Points::byId() const {
+  if (byId_) return *byId_;
   const tavo_records& points = view_.of(TVO_RECORD_POINTS);
+  std::vector<size_t> order;
   for (size_t i = 0; i < points.count; ++i) {
-    if (!idAt(points, i).empty()) byId_.push_back(i);
+    if (!idAt(points, i).empty()) order.push_back(i);
   }
   const auto before = [&](size_t a, size_t b) { return idAt(points, a) < idAt(points, b); };
-  if (!std::is_sorted(byId_.begin(), byId_.end(), before)) {
-    std::stable_sort(byId_.begin(), byId_.end(), before);
+  if (!std::is_sorted(order.begin(), order.end(), before)) {
+    std::stable_sort(order.begin(), order.end(), before);
   }
+  return byId_.emplace(std::move(order));
 }
 
 std::optional<Geographic> Points::geographic(uint32_t crs, double x, double y) const {
@@ -266,12 +269,12 @@ std::optional<Geographic> Points::geographic(uint32_t crs, double x, double y) c
 size_t Points::find(const PointKey& key) const {
   if (key.number != 0) return numbers_.find(key.number);
   if (key.id.empty()) return kNowhere;
-  if (byId_.empty()) sortById();
+  const std::vector<size_t>& order = byId();
   const tavo_records& points = view_.of(TVO_RECORD_POINTS);
   const auto at =
-      std::lower_bound(byId_.begin(), byId_.end(), key.id,
+      std::lower_bound(order.begin(), order.end(), key.id,
                        [&](size_t index, std::string_view id) { return idAt(points, index) < id; });
-  return at != byId_.end() && idAt(points, *at) == key.id ? *at : kNowhere;
+  return at != order.end() && idAt(points, *at) == key.id ? *at : kNowhere;
 }
 
 }  // namespace tavo::survey

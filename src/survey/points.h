@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <deque>
 #include <map>
+#include <optional>
 #include <string_view>
 #include <tuple>
 #include <vector>
@@ -66,7 +67,7 @@ class Points {
   struct Bits {
     tavo_given east, north, elevation, lon, lat, height, x, y, z, set;
   };
-  void sortById() const;
+  const std::vector<size_t>& byId() const;
   struct CrsTexts {
     std::string name, wkt;
     const Projector* projector = nullptr;
@@ -98,7 +99,7 @@ class Points {
   NumberIndex numbers_;
   // Of points with an identifier, by it, then place; there from the first search on, since most
   // surveys name their points by number.
-  mutable std::vector<size_t> byId_;
+  mutable std::optional<std::vector<size_t>> byId_;
 };
 
 }  // namespace tavo::survey

@@ -150,8 +150,8 @@ def check_one(path: str, limit: int | None = None) -> dict[str, Any]:
 
 
 def export(paths: Iterable[Path], target: Path, executor: concurrent.futures.Executor | None = None,
-           *, layers: Iterable[str] | None = None, program: Path | None = None,
-           on_progress: Progress | None = None) -> Summary:
+           *, layers: Iterable[str] | None = None, options: Iterable[str] = (),
+           program: Path | None = None, on_progress: Progress | None = None) -> Summary:
     """Exports many files with ``tavo export``, which must have GDAL.
 
     Args:
@@ -161,6 +161,7 @@ def export(paths: Iterable[Path], target: Path, executor: concurrent.futures.Exe
             ``{stem}`` for a file of its own for each survey, ``"out/{stem}.gpkg"``.
         executor: as for :func:`check`.
         layers: names of the layers to take; None: all.
+        options: further words for the tool, ``["--to-crs=EPSG:25832"]`` for one system in all tables.
         program: path of the tool; None: ``tavo`` of the PATH.
         on_progress: as for :func:`check`.
 
@@ -180,8 +181,8 @@ def export(paths: Iterable[Path], target: Path, executor: concurrent.futures.Exe
     tool = shutil.which(os.fspath(program) if program else "tavo")
     if tool is None:
         raise refusal("export", "the program tavo is not on the PATH; name it by program=")
-    options = [f"--layer={layer}" for layer in layers or ()]
-    return Summary(_run(export_one, files, (where, database, os.path.abspath(tool), options),
+    words = [f"--layer={layer}" for layer in layers or ()] + list(options)
+    return Summary(_run(export_one, files, (where, database, os.path.abspath(tool), words),
                         executor, on_progress))
 
 
@@ -207,8 +208,15 @@ def _die_with_worker() -> Callable[[], Any] | None:
     """A program that outlived its worker would write beside the one that repeats its work."""
     if not sys.platform.startswith("linux"):
         return None
-    prctl = ctypes.CDLL(None).prctl
-    return lambda: prctl(_SET_DEATH_SIGNAL, signal.SIGKILL)
+    prctl, worker = ctypes.CDLL(None).prctl, os.getpid()
+
+    def prepare() -> None:
+        prctl(_SET_DEATH_SIGNAL, signal.SIGKILL)
+        # It may have died before.
+        if os.getppid() != worker:
+            os._exit(1)
+
+    return prepare
 
 
 def _failed(path: str, why: str) -> dict[str, Any]:

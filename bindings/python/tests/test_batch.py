@@ -101,11 +101,12 @@ def test_export_calls_the_tool_once_a_file(tmp_path):
     tool.write_text(TOOL.format(calls=calls))
     tool.chmod(tool.stat().st_mode | stat.S_IEXEC)
     paths = [f"{n}.tvo" for n in range(4)]
-    summary = tavo.batch.export(paths, "PG:dbname=office", program=tool, layers=["points"])
+    summary = tavo.batch.export(paths, "PG:dbname=office", program=tool, layers=["points"],
+                                options=["--to-crs=EPSG:25832"])
     assert [row["status"] for row in summary] == ["sound", "sound", "failed", "sound"]
     assert summary.rows[2]["detail"] == "no database"
     assert sorted(calls.read_text().splitlines()) == [
-        f"export --layer=points -o PG:dbname=office --replace --survey={path} -- {path}" for path in paths]
+        f"export --layer=points --to-crs=EPSG:25832 -o PG:dbname=office --replace --survey={path} -- {path}" for path in paths]
     assert tavo.batch.export(paths[:1], "{stem}.gpkg", program=tool).rows[0]["status"] == "sound"
     assert "-o 0.gpkg --overwrite" in calls.read_text()
     for wrong in ((paths, "all.gpkg"), (["a/1.tvo", "b/1.tvo"], "{stem}.csv")):

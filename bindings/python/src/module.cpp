@@ -5,8 +5,11 @@ namespace tavo::python {
 
 void raise(tavo_status status, const std::string& where, const std::string& text) {
   const py::object error = py::module_::import("tavo._error").attr("Error");
+  // A path as Python has it, which need not be UTF-8.
+  const auto place = py::reinterpret_steal<py::str>(
+      PyUnicode_DecodeFSDefaultAndSize(where.data(), static_cast<py::ssize_t>(where.size())));
   const py::object made =
-      error(status, text.empty() ? std::string(tavo_status_text(status)) : text, where);
+      error(status, text.empty() ? std::string(tavo_status_text(status)) : text, place);
   PyErr_SetObject(error.ptr(), made.ptr());
   throw py::error_already_set();
 }

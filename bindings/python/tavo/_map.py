@@ -36,7 +36,7 @@ def page(survey: Survey) -> str:
 
 def picture(survey: Survey) -> str:
     """The map of the system in which most points lie, "" where nothing has a place."""
-    places = Places.of(survey, False)
+    places = Places.of(survey)
     points = places.positions(schema["POINTS"].data_type)
     placed = points["dimension"] > 0
     systems = points["crs"][placed]

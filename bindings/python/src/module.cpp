@@ -1,4 +1,6 @@
 // The module itself: errors, texts and the arrays that stand on a survey's own memory.
+#include <utility>
+
 #include "module.h"
 
 namespace tavo::python {
@@ -55,7 +57,7 @@ PYBIND11_MODULE(_tavo, module) {
   py::module_::import("codecs").attr("register_error")("tavo-latin-1", py::cpp_function(&latin1));
   py::register_exception_translator([](std::exception_ptr thrown) {
     try {
-      if (thrown) std::rethrow_exception(thrown);
+      if (thrown) std::rethrow_exception(std::move(thrown));
     } catch (const Error& error) {
       try {
         std::string text = error.what();

@@ -24,7 +24,8 @@ _IDS = ("PointID", "LineID", "PolygonID", "StnID", "STN_ID", "TgtID")
 
 class StoredRecord:
     """A record of a data file: ``record["East"]`` is a field as a plain value, ``array`` all of it
-    as a structured scalar, ``line`` its line in the text that it comes from, 0: not known; of a columns record ``columns`` are the declared names.
+    as a structured scalar, ``line`` its line in the text that it comes from, 0: not known; of a
+    columns record ``columns`` are the declared names.
     """
 
     def __init__(self, type_: int, data: bytes, line: int, presence: int, entries: bytes) -> None:

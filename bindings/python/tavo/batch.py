@@ -69,7 +69,7 @@ class Summary:
         # A code that a file has not is a 0, a count of a file that failed is not known.
         for row in self.rows:
             none = None if row["status"] == "failed" else 0
-            yield [row.get(name, none) for name in columns]
+            yield [_printable(row.get(name, none)) for name in columns]
 
     def to_pandas(self) -> pandas.DataFrame:
         """A DataFrame with a row for each file."""
@@ -102,6 +102,13 @@ class Summary:
                   for status in ("sound", "findings", "failed")}
         return f"<tavo.batch.Summary of {len(self)}: " + ", ".join(
             f"{count} {status}" for status, count in counts.items()) + ">"
+
+
+def _printable(value: Any) -> Any:
+    """A path that is no text with its odd bytes in numbers."""
+    if not isinstance(value, str):
+        return value
+    return value.encode("utf-8", "backslashreplace").decode("utf-8")
 
 
 def check(paths: Iterable[Path], executor: concurrent.futures.Executor | None = None, *,

@@ -72,6 +72,14 @@ def test_units():
     survey = tavo.read(SURVEY)
     assert survey.to_pandas("POINTS", units="si").East[0] == pytest.approx(3.048)
     assert survey.to_pandas("POINTS").East[0] == 10
+    centred = tavo.read(text("POINTS (PointNo,X,Y,Z)\n1,10,20,30;\nEND POINTS", linear="INT_FEET"))
+    place = centred.to_geopandas("points").geometry[0]
+    si = centred.to_pandas("POINTS", units="si")
+    assert (si.X[0], si.Y[0], si.Z[0]) == pytest.approx((place.x, place.y, place.z)) == (3.048, 6.096, 9.144)
+    again = tavo.Edit()
+    again["UNITS"] = {"LINEAR": "INT_FEET"}
+    again.put("POINTS", si, units="si")
+    assert again.survey().points["Z"][0] == pytest.approx(30)
     survey = tavo.read(EXAMPLES / "all-sections.tvo")
     raw, file = survey.slopes["Hz"], survey.to_pandas("SLOPE").Hz
     given = survey.slopes.given("Hz")

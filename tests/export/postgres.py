@@ -7,7 +7,9 @@ import shutil
 import subprocess
 import tempfile
 
-PROGRAMS = sorted(pathlib.Path("/usr/lib/postgresql").glob("*/bin"))
+# Folders of the programs of each version that has PostGIS.
+PROGRAMS = sorted(path for path in pathlib.Path("/usr/lib/postgresql").glob("*/bin") if pathlib.Path(
+    f"/usr/share/postgresql/{path.parent.name}/extension/postgis.control").exists())
 
 
 @contextlib.contextmanager

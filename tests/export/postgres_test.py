@@ -77,7 +77,7 @@ def test_database():
         export(SURVEY, "-o", database, "--crs", "EPSG:31467", status=2, says="--to-crs")
         write_survey("big.tvo", [(500000 + i, 5300000, 1) for i in range(100000)])
         process = subprocess.Popen([TOOL, "export", "big.tvo", "-o", database])
-        while not postgres.sql(server, "SELECT 1 FROM pg_stat_activity WHERE query LIKE 'COPY%'"):
+        while not postgres.sql(server, "SELECT 1 FROM pg_stat_activity WHERE query LIKE 'COPY%' AND state = 'active'"):
             assert process.poll() is None
             time.sleep(0.01)
         process.send_signal(signal.SIGTERM)
@@ -98,7 +98,68 @@ def test_database():
     export(files[0], "-o", database, status=2, says="the database cannot be opened")
 
 
+def various(number):
+    """A survey with tables and columns that no other has."""
+    rest = ["  JOBS (JobNo,Name)", f'    {number},"a job";', "  END JOBS"] if number % 2 else []
+    write_survey(f"v{number}.tvo", [(500000 + i, 5300000, 1) for i in range(number + 1)], "\n".join([
+        "  POINTS (PointNo,East,North,Elevation,Code)", f"    {100 + number},500000,5300000,1,\"c\";",
+        "    THEMINFO (PointNo,Attribute,Value)", f"      1,\"own {number}\",{number}{'.5' if number % 3 else ''};",
+        f"      1,\"shared\",{number}{'.5' if number % 3 else ''};", "    END THEMINFO", "  END POINTS", *rest]))
+
+
+def test_side_by_side():
+    for number in range(10):
+        various(number)
+    with postgres.server() as server:
+        # Into an empty database, where the first to come make the tables, and each makes columns.
+        for base in ("first", "second"):
+            postgres.sql(server, f"CREATE DATABASE {base} TEMPLATE survey", database="postgres")
+            exports = [subprocess.Popen([TOOL, "export", f"v{number}.tvo", "--replace", "-o",
+                                         f"PG:host={server} user=postgres dbname={base}"])
+                       for number in list(range(10)) + [3]]
+            assert [each.wait() for each in exports] == [0] * 11
+            counts = dict(postgres.sql(server, "SELECT survey, count(*) FROM points GROUP BY 1", base))
+            assert counts == {f"v{number}": str(number + 2) for number in range(10)}
+            assert postgres.sql(server, "SELECT count(*) FROM jobs", base) == [["5"]]
+            assert postgres.sql(server, "SELECT a_shared FROM points WHERE survey = 'v7' AND a_own_7 = 7.5",
+                                base) == [["7.5"]]
+
+        # An export is repeated while the server still has the first one's rows, which come or do not.
+        database = f"PG:host={server} user=postgres dbname=first"
+        write_survey("big.tvo", [(500000 + i, 5300000, 1) for i in range(50000)])
+        for number in (signal.SIGCONT, signal.SIGKILL):
+            first = subprocess.Popen([TOOL, "export", "big.tvo", "--replace", "--survey", "v1", "-o", database])
+            wait_for(server, "pg_stat_activity WHERE query LIKE 'COPY%' AND state = 'active'")
+            first.send_signal(signal.SIGSTOP)
+            again = subprocess.Popen([TOOL, "export", "v1.tvo", "--replace", "-o", database])
+            wait_for(server, "pg_locks WHERE locktype = 'advisory' AND NOT granted")
+            export("v2.tvo", "--replace", "-o", database)
+            assert again.poll() is None
+            first.send_signal(number)
+            assert first.wait() == (0 if number == signal.SIGCONT else -number) and again.wait() == 0
+            assert postgres.sql(server, "SELECT count(*) FROM points WHERE survey = 'v1'", "first") == [["3"]]
+
+        # One that waits for its turn can be ended.
+        holder = subprocess.Popen(["psql", "-h", server, "-U", "postgres", "-d", "first", "-qc",
+                                   "BEGIN; SELECT pg_advisory_xact_lock(1952544367, 0), pg_sleep(600)"],
+                                  stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        wait_for(server, "pg_stat_activity WHERE query LIKE '%pg_sleep(600)' AND state = 'active'")
+        waiting = subprocess.Popen([TOOL, "export", "v1.tvo", "--replace", "-o", database])
+        wait_for(server, "pg_locks WHERE locktype = 'advisory' AND NOT granted")
+        waiting.send_signal(signal.SIGINT)
+        assert waiting.wait() == -signal.SIGINT
+        holder.kill()
+        holder.wait()
+
+
+def wait_for(server, rows):
+    end = time.monotonic() + 120
+    while not postgres.sql(server, f"SELECT 1 FROM {rows}", "first"):
+        assert time.monotonic() < end, rows
+        time.sleep(0.02)
+
+
 if postgres.PROGRAMS:
-    run([test_database])
+    run([test_database, test_side_by_side])
 else:
-    print("PostgreSQL was not found: databases are not tested")
+    print("PostgreSQL with PostGIS was not found: databases are not tested")

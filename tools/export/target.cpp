@@ -22,6 +22,9 @@ namespace {
 // Says of a table that it is ours, so that nobody else's rows are taken out of it.
 constexpr char kMark[] = "Written by tavo export";
 
+// The locks of all exports into a database, the letters "tavo" as a number.
+constexpr char kLocks[] = "1952544367";
+
 // What belongs to a shapefile, indexes of other programs included, which would be wrong for a new
 // one.
 constexpr std::array kShapefileParts = {"shp", "shx", "dbf", "prj", "cpg", "qpj",
@@ -64,6 +67,33 @@ std::set<OGRLayer*> ourLayers(GDALDataset& dataset, bool database) {
   }
   for (const std::string& table : tables) ours.insert(dataset.GetLayerByName(table.c_str()));
   return ours;
+}
+
+// Each statement sees what others have committed by then, and a machine that went down is noticed
+// in a minute, so that its locks are free for the one that repeats its work.
+constexpr char kTransaction[] =
+    "SET TRANSACTION ISOLATION LEVEL READ COMMITTED; SET tcp_keepalives_idle = 30; "
+    "SET tcp_keepalives_interval = 10; SET tcp_keepalives_count = 3";
+
+// Locks end with their transaction. All that bring rows share the one on the tables; one that makes
+// or changes tables has it alone, since two would make the same one, or each wait for the other's.
+std::string lockOfTables(bool alone) {
+  return std::string("SELECT pg_advisory_xact_lock") + (alone ? "" : "_shared") + "(" + kLocks +
+         ", 0)";
+}
+
+// One export at a time brings a survey: what is repeated may begin while the server still ends
+// what it repeats, and neither would take out the other's rows. Many surveys share few locks, which
+// are taken in their order.
+std::string locksOf(const std::vector<std::string>& surveys) {
+  std::string names;
+  for (const std::string& survey : surveys) {
+    names += (names.empty() ? "" : ", ") + quoted(survey, '\'');
+  }
+  return "WITH locks AS (SELECT DISTINCT 1 + (hashtext(survey) & 255) AS number FROM "
+         "unnest(ARRAY[" +
+         names + "]) AS survey ORDER BY 1) SELECT pg_advisory_xact_lock(" + kLocks +
+         ", number) FROM locks";
 }
 
 bool supports(GDALDataset& dataset, OGRFieldType type) {
@@ -152,13 +182,18 @@ std::vector<std::string> Target::files() const {
 }
 
 std::string Target::open(const Plan& plan, const std::vector<std::string>& surveys) {
-  const bool database = format_.files == Files::kDatabase;
-  std::string problem = database ? openDatabase() : place(plan);
+  if (format_.files == Files::kDatabase) return openDatabase(plan, surveys);
+  interruptible_.emplace();
+  std::string problem = place(plan);
   for (const File& file : files_) {
     if (problem.empty()) problem = begin(*file.dataset, surveys);
   }
-  if (problem.empty() && database) problem = begin(*database_, surveys);
-  layers_.resize(plan.layers().size());
+  return problem.empty() ? openLayers(plan) : problem;
+}
+
+std::string Target::openLayers(const Plan& plan) {
+  layers_.assign(plan.layers().size(), {});
+  std::string problem;
   for (size_t i = 0; i < layers_.size() && problem.empty() && !format_.sequential; ++i) {
     problem = beginLayer(plan, i);
   }
@@ -293,6 +328,37 @@ std::string Target::takePlace() const {
   return {};
 }
 
+// Exports that bring rows alone go on side by side. One that finds that a table must be made or
+// changed begins again with the database to itself.
+std::string Target::openDatabase(const Plan& plan, const std::vector<std::string>& surveys) {
+  std::string problem;
+  for (const bool alone : {false, true}) {
+    alone_ = alone;
+    problem = connect(surveys);
+    if (problem.empty()) problem = begin(*database_, surveys);
+    if (problem.empty()) problem = openLayers(plan);
+    if (!problem.empty() || !wantsToBeAlone_) break;
+  }
+  return problem;
+}
+
+std::string Target::connect(const std::vector<std::string>& surveys) {
+  messages_.clear();
+  if (database_ != nullptr) database_->RollbackTransaction();
+  const char* const drivers[] = {format_.driver, nullptr};
+  database_.reset(
+      GDALDataset::Open(options_.output.c_str(), GDAL_OF_VECTOR | GDAL_OF_UPDATE, drivers));
+  // The output is not repeated, since it may hold a password.
+  if (database_ == nullptr) return failed("the database cannot be opened");
+  CPLSetConfigOption("PG_USE_COPY", "YES");
+  if (database_->StartTransaction() != OGRERR_NONE) return failed("the database refuses");
+  for (const std::string& sql :
+       {std::string(kTransaction), lockOfTables(alone_), locksOf(surveys)}) {
+    database_->ReleaseResultSet(database_->ExecuteSQL(sql.c_str(), nullptr, nullptr));
+  }
+  return messages_.failure().empty() ? "" : failed("the database gives no locks");
+}
+
 std::string Target::finishDatabase() {
   for (const TargetLayer& made : layers_) {
     // On a table that is there it would wait for everybody who fills it, too.
@@ -310,17 +376,6 @@ std::string Target::finishDatabase() {
 }
 
 // --- Layers
-
-std::string Target::openDatabase() {
-  messages_.clear();
-  const char* const drivers[] = {format_.driver, nullptr};
-  database_.reset(
-      GDALDataset::Open(options_.output.c_str(), GDAL_OF_VECTOR | GDAL_OF_UPDATE, drivers));
-  // The output is not repeated, since it may hold a password.
-  if (database_ == nullptr) return failed("the database cannot be opened");
-  CPLSetConfigOption("PG_USE_COPY", "YES");
-  return database_->StartTransaction() == OGRERR_NONE ? "" : failed("the database refuses");
-}
 
 // Takes the surveys' old rows out of all of our tables, or says that there are some.
 std::string Target::begin(GDALDataset& dataset, const std::vector<std::string>& surveys) {
@@ -353,6 +408,11 @@ std::string Target::begin(GDALDataset& dataset, const std::vector<std::string>& 
     }
   }
   return {};
+}
+
+bool Target::mayChangeTables() {
+  wantsToBeAlone_ |= !alone_;
+  return alone_;
 }
 
 std::string Target::createLayer(GDALDataset& dataset, const PlannedLayer& planned,
@@ -394,6 +454,7 @@ std::string Target::putField(GDALDataset& dataset, OGRLayer& layer, const OGRFie
     const OGRFieldDefn& old = *there.GetFieldDefn(*index);
     const OGRFieldType type = widened(old.GetType(), field.GetType());
     if (type == old.GetType()) return {};
+    if (!mayChangeTables()) return {};
     field.SetType(type);
     field.SetSubType(OFSTNone);
     field.SetWidth(0);
@@ -402,6 +463,7 @@ std::string Target::putField(GDALDataset& dataset, OGRLayer& layer, const OGRFie
                : failed("column '" + std::string(field.GetNameRef()) + "' of layer '" +
                         layer.GetName() + "' cannot take the survey's values");
   }
+  if (!mayChangeTables()) return {};
   if (layer.CreateField(&field, TRUE) != OGRERR_NONE) {
     return failed("column '" + std::string(field.GetNameRef()) + "' cannot be made");
   }
@@ -420,6 +482,7 @@ std::string Target::putLayer(GDALDataset& dataset, const Plan& plan, const Plann
   made->layer = dataset.GetLayerByName(nameFor(planned.name).c_str());
   messages_.clear();
   made->created = made->layer == nullptr;
+  if (made->created && !mayChangeTables()) return {};
   std::string problem = made->layer != nullptr ? takeLayer(*made->layer, planned)
                                                : createLayer(dataset, planned, &made->layer);
   // A drawing has columns of its own.

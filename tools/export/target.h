@@ -3,6 +3,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -63,9 +64,12 @@ class Target {
   std::string makeFiles();
   std::string finishFiles(const Plan& plan);
   std::string takePlace() const;
+  std::string openLayers(const Plan& plan);
   std::string finishDatabase();
-  std::string openDatabase();
+  std::string openDatabase(const Plan& plan, const std::vector<std::string>& surveys);
+  std::string connect(const std::vector<std::string>& surveys);
   std::string begin(GDALDataset& dataset, const std::vector<std::string>& surveys);
+  bool mayChangeTables();
   std::string putLayer(GDALDataset& dataset, const Plan& plan, const PlannedLayer& planned,
                        TargetLayer* made);
   std::string createLayer(GDALDataset& dataset, const PlannedLayer& planned, OGRLayer** made) const;
@@ -79,11 +83,15 @@ class Target {
   const ExportOptions& options_;
   const GdalFormat& format_;
   GdalMessages& messages_;
-  Interruptible interruptible_;
+  // Of files, which are removed then. A database drops by itself what it has not got whole, and the
+  // program may have to wait for others there.
+  std::optional<Interruptible> interruptible_;
   std::vector<File> files_;
   std::string folder_;  // of the temporary files; empty: there is none
   GDALDatasetUniquePtr database_;
-  std::set<OGRLayer*> ours_;  // of what is there already
+  bool alone_ = true;            // nobody else writes, so that tables may be made and changed
+  bool wantsToBeAlone_ = false;  // one must be
+  std::set<OGRLayer*> ours_;     // of what is there already
   std::vector<TargetLayer> layers_;
   std::vector<std::string> cutNames_;
 };

@@ -8,31 +8,33 @@
 
 namespace tavo::python {
 
+namespace {
+
+constexpr Member<tavo_units, TVO_EnumId> kUnitNames[] = {
+    {"angular", &tavo_units::angular},       {"linear", &tavo_units::linear},
+    {"geographic", &tavo_units::geographic}, {"temperature", &tavo_units::temperature},
+    {"pressure", &tavo_units::pressure},     {"date_order", &tavo_units::date_order}};
+constexpr Member<tavo_units, double> kUnitNumbers[] = {
+    {"angular_factor", &tavo_units::angular_factor},
+    {"linear_factor", &tavo_units::linear_factor},
+    {"geographic_factor", &tavo_units::geographic_factor},
+    {"offset_east", &tavo_units::offset_east},
+    {"offset_north", &tavo_units::offset_north},
+    {"offset_elevation", &tavo_units::offset_elevation}};
+
+}  // namespace
+
 py::dict unitsOf(const tavo_units& units) {
   py::dict made;
-  made["angular"] = units.angular;
-  made["linear"] = units.linear;
-  made["geographic"] = units.geographic;
-  made["temperature"] = units.temperature;
-  made["pressure"] = units.pressure;
-  made["date_order"] = units.date_order;
-  made["angular_factor"] = units.angular_factor;
-  made["linear_factor"] = units.linear_factor;
-  made["geographic_factor"] = units.geographic_factor;
-  made["offset_east"] = units.offset_east;
-  made["offset_north"] = units.offset_north;
-  made["offset_elevation"] = units.offset_elevation;
+  put(&made, units, kUnitNames);
+  put(&made, units, kUnitNumbers);
   return made;
 }
 
 tavo_units unitsFrom(const py::dict& values) {
-  tavo_units units = *tavo_default_units();
-  units.angular = values["angular"].cast<uint32_t>();
-  units.linear = values["linear"].cast<uint32_t>();
-  units.geographic = values["geographic"].cast<uint32_t>();
-  units.angular_factor = values["angular_factor"].cast<double>();
-  units.linear_factor = values["linear_factor"].cast<double>();
-  units.geographic_factor = values["geographic_factor"].cast<double>();
+  tavo_units units{};
+  take(&units, values, kUnitNames);
+  take(&units, values, kUnitNumbers);
   return units;
 }
 

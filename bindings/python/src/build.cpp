@@ -1,7 +1,8 @@
-// Writing a text from a survey, and from records that lie in arrays: a source that walks sections,
-// each a columns record and the records under it.
+// Writing a text from records that lie in arrays: a source that walks sections, each a columns
+// record and the records under it.
 #include <algorithm>
 #include <deque>
+#include <utility>
 #include <vector>
 
 #include "module.h"
@@ -27,43 +28,79 @@ BuildOptions optionsOf(const py::tuple& decimals, bool align) {
   return options;
 }
 
-// Writes to a path, or gives the text back.
-template <class Build>
-py::object written(const py::object& path, Build build) {
-  tavo_target target = TAVO_TARGET_INIT;
-  char* text = nullptr;
-  size_t size = 0;
-  const std::string name = path.is_none() ? "" : path.cast<std::string>();
-  if (path.is_none()) {
-    target.memory = &text;
-    target.memory_size = &size;
-  } else {
-    target.path = name.c_str();
+// Where a text goes: into a file, which is replaced when the text is complete, or into memory.
+// Ctrl-C ends the writing.
+class Writing {
+ public:
+  explicit Writing(const py::object& path) {
+    if (path.is_none()) return;
+    path_ = path.cast<std::string>();
+    if (const tavo_status status = tavo_output_create(&file_, path_.c_str())) raise(status, path_);
   }
-  tavo_status status = TAVO_OK;
-  {
-    const py::gil_scoped_release free;
-    status = build(target);
-  }
-  const std::unique_ptr<char, decltype(&tavo_free)> owned(text, &tavo_free);
-  if (status != TAVO_OK) raise(status, name);
-  return path.is_none() ? py::object(py::bytes(text, size)) : py::object(py::none());
-}
+  Writing(const Writing&) = delete;
+  Writing& operator=(const Writing&) = delete;
+  ~Writing() { tavo_output_abandon(file_); }
 
-py::object buildSurvey(SurveyHandle& handle, const py::object& path, const py::tuple& decimals,
-                       bool align) {
-  const tavo_build_options layout = optionsOf(decimals, align).options();
-  return written(path, [&](const tavo_target& target) {
-    const std::lock_guard<std::mutex> alone(handle.busy);
-    return tavo_survey_build(handle.survey.handle(), &target, &layout);
-  });
-}
+  // False after Ctrl-C, which then comes out of run().
+  bool goesOn() {
+    if (thrown_) return false;
+    if (!ctrlC_.isDue()) return true;
+    const py::gil_scoped_acquire held;
+    try {
+      ctrlC_.look();
+      return true;
+    } catch (...) {
+      thrown_ = std::current_exception();
+      return false;
+    }
+  }
+
+  // Runs `build` on the target with the interpreter released: the text, or None for a file.
+  template <class Build>
+  py::object run(Build build) {
+    tavo_target target = TAVO_TARGET_INIT;
+    target.write = &Writing::write;
+    target.user = this;
+    tavo_status status = TAVO_OK;
+    {
+      const py::gil_scoped_release free;
+      status = build(target);
+      if (status == TAVO_OK && file_ != nullptr) {
+        status = tavo_output_commit(std::exchange(file_, nullptr));
+      }
+    }
+    if (thrown_) std::rethrow_exception(thrown_);
+    if (status != TAVO_OK) raise(status, path_);
+    return path_.empty() ? py::object(py::bytes(text_)) : py::object(py::none());
+  }
+
+ private:
+  static int write(const void* bytes, size_t size, void* user) {
+    auto& self = *static_cast<Writing*>(user);
+    const auto* const text = static_cast<const char*>(bytes);
+    if (!self.goesOn()) return 1;
+    try {
+      if (self.file_ != nullptr) return tavo_output_write_text(self.file_, text, size) != TAVO_OK;
+      self.text_.append(text, size);
+      return 0;
+    } catch (...) {
+      self.thrown_ = std::current_exception();
+      return 1;
+    }
+  }
+
+  std::string path_;  // empty: memory
+  tavo_output* file_ = nullptr;
+  std::string text_;
+  CtrlC ctrlC_;
+  std::exception_ptr thrown_;
+};
 
 // Records in arrays of the caller, which are held while this lives.
 class Sections {
  public:
   // (columns type, columns record or None, data type, count, records, points or entries)
-  explicit Sections(const py::list& sections) {
+  Sections(const py::list& sections, Writing* writing) : writing_(*writing) {
     for (const py::handle item : sections) add(py::reinterpret_borrow<py::tuple>(item));
   }
 
@@ -125,6 +162,8 @@ class Sections {
   }
 
   uint32_t deliver(uint32_t move, tavo_record* record) {
+    // Aligning goes over many records before it writes.
+    if (++delivered_ % kStride == 0 && !writing_.goesOn()) return TVO_ERR_ABORTED;
     if (move == TVO_FIRST) {
       piece_ = at_ = 0;
     } else if (move == TVO_NEXT && piece_ < pieces_.size()) {
@@ -152,6 +191,9 @@ class Sections {
   std::deque<Bytes> held_;
   std::deque<std::vector<TVO_TimeTaggedRecord>> copies_;
   std::vector<Piece> pieces_;
+  Writing& writing_;
+  static constexpr size_t kStride = 1024;
+  size_t delivered_ = 0;
   size_t piece_ = 0;  // the current record's; behind the last one: none
   size_t at_ = 0;     // its place in it
 };
@@ -159,34 +201,25 @@ class Sections {
 py::object buildSections(const py::list& list, const py::object& path, const py::tuple& decimals,
                          bool align) {
   const tavo_build_options layout = optionsOf(decimals, align).options();
-  Sections sections(list);
-  return written(path, [&](const tavo_target& target) {
+  Writing writing(path);
+  Sections sections(list, &writing);
+  return writing.run([&](const tavo_target& target) {
     return tavo_build(&target, &Sections::fetch, &sections, &layout);
   });
 }
 
-// Bytes as they are, in the place of a file when they are complete.
-void replaceFile(const std::string& path, const py::object& data) {
-  const Bytes bytes(data);
-  tavo_output* output = nullptr;
-  tavo_status status = tavo_output_create(&output, path.c_str());
-  if (status == TAVO_OK) {
-    const py::gil_scoped_release free;
-    status = tavo_output_write_text(output, bytes.data(), bytes.size());
-    if (status == TAVO_OK) {
-      status = tavo_output_commit(output);
-    } else {
-      tavo_output_abandon(output);
-    }
-  }
-  if (status != TAVO_OK) raise(status, path);
+// A text that was made before, in the place of a file.
+void replaceFile(const py::object& path, const py::object& text) {
+  const Bytes bytes(text);
+  Writing(path).run([&](const tavo_target& target) -> tavo_status {
+    const bool done = target.write(bytes.data(), bytes.size(), target.user) == 0;
+    return done ? tavo_status{TAVO_OK} : tavo_status{TVO_ERR_WRITE};
+  });
 }
 
 }  // namespace
 
 void addBuild(py::module_& module) {
-  module.def("build_survey", &buildSurvey, py::arg("survey"), py::arg("path"), py::arg("decimals"),
-             py::arg("align"));
   module.def("build_sections", &buildSections, py::arg("sections"), py::arg("path"),
              py::arg("decimals"), py::arg("align"));
   module.def("replace_file", &replaceFile, py::arg("path"), py::arg("data"));

@@ -18,10 +18,12 @@ struct Geometry {
   std::unique_ptr<tavo_geometry, Free> handle;
 };
 
-std::unique_ptr<Geometry> make(SurveyHandle& survey, bool ignoreTransformations) {
+std::unique_ptr<Geometry> make(SurveyHandle& survey, bool ignoreTransformations,
+                               uint32_t hotineOrigin) {
   auto made = std::make_unique<Geometry>();
   tavo_geometry_options options = TAVO_GEOMETRY_OPTIONS_INIT;
   options.ignore_transformations = ignoreTransformations ? 1 : 0;
+  options.hotine_origin = hotineOrigin;
   const py::gil_scoped_release free;
   const std::lock_guard<std::mutex> alone(survey.busy);
   tavo_geometry* geometry = nullptr;
@@ -150,7 +152,7 @@ py::list findingsOf(const Geometry& geometry) {
 void addGeometry(py::module_& module) {
   py::class_<Geometry>(module, "Geometry")
       .def(py::init(&make), py::arg("survey"), py::arg("ignore_transformations"),
-           py::keep_alive<1, 2>())
+           py::arg("hotine_origin"), py::keep_alive<1, 2>())
       .def("systems", &systemsOf)
       .def(
           "positions",

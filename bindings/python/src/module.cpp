@@ -1,12 +1,17 @@
 // The module itself: errors, texts and the arrays that stand on a survey's own memory.
+#include <utility>
+
 #include "module.h"
 
 namespace tavo::python {
 
 void raise(tavo_status status, const std::string& where, const std::string& text) {
   const py::object error = py::module_::import("tavo._error").attr("Error");
+  // A path as Python has it, which need not be UTF-8.
+  const auto place = py::reinterpret_steal<py::str>(
+      PyUnicode_DecodeFSDefaultAndSize(where.data(), static_cast<py::ssize_t>(where.size())));
   const py::object made =
-      error(status, text.empty() ? std::string(tavo_status_text(status)) : text, where);
+      error(status, text.empty() ? std::string(tavo_status_text(status)) : text, place);
   PyErr_SetObject(error.ptr(), made.ptr());
   throw py::error_already_set();
 }
@@ -52,7 +57,7 @@ PYBIND11_MODULE(_tavo, module) {
   py::module_::import("codecs").attr("register_error")("tavo-latin-1", py::cpp_function(&latin1));
   py::register_exception_translator([](std::exception_ptr thrown) {
     try {
-      if (thrown) std::rethrow_exception(thrown);
+      if (thrown) std::rethrow_exception(std::move(thrown));
     } catch (const Error& error) {
       try {
         std::string text = error.what();

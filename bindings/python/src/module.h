@@ -5,6 +5,8 @@
 #include <pybind11/numpy.h>
 #include <pybind11/pybind11.h>
 
+#include <chrono>
+#include <exception>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -43,6 +45,23 @@ py::array numbersOf(const uint64_t* numbers, size_t count, const py::object& own
 // Text of a file as str: UTF-8, and every byte that is not part of it as Latin-1 has it.
 py::str textOf(std::string_view bytes);
 
+// A number of a structure under its name in a dict.
+template <class Struct, class Value>
+struct Member {
+  const char* name;
+  Value Struct::*value;
+};
+
+template <class Struct, class Value, size_t Count>
+void put(py::dict* into, const Struct& from, const Member<Struct, Value> (&members)[Count]) {
+  for (const auto& member : members) (*into)[member.name] = from.*member.value;
+}
+
+template <class Struct, class Value, size_t Count>
+void take(Struct* into, const py::dict& from, const Member<Struct, Value> (&members)[Count]) {
+  for (const auto& member : members) into->*member.value = from[member.name].template cast<Value>();
+}
+
 // Units and offsets as a dict of plain values.
 py::dict unitsOf(const tavo_units& units);
 tavo_units unitsFrom(const py::dict& values);
@@ -59,6 +78,21 @@ class Bytes {
 
  private:
   Py_buffer view_{};
+};
+
+// Looks for Ctrl-C now and then in what runs without the interpreter, which that needs.
+class CtrlC {
+ public:
+  bool isDue() const { return std::chrono::steady_clock::now() - looked_ > kPause; }
+  // With the interpreter held. Throws what the handler raised.
+  void look() {
+    looked_ = std::chrono::steady_clock::now();
+    if (PyErr_CheckSignals() != 0) throw py::error_already_set();
+  }
+
+ private:
+  static constexpr std::chrono::milliseconds kPause{50};
+  std::chrono::steady_clock::time_point looked_ = std::chrono::steady_clock::now();
 };
 
 }  // namespace tavo::python

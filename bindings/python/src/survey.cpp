@@ -1,7 +1,5 @@
 // Reading and checking: a survey whose records are seen in place, and the runs that callbacks and
 // Ctrl-C may stop. The interpreter is released while the library works.
-#include <chrono>
-#include <exception>
 #include <utility>
 
 #include "module.h"
@@ -13,20 +11,17 @@ namespace {
 // A path, bytes or an object with read(), told apart by the package.
 class Source {
  public:
-  Source(const py::object& path, const py::object& data, const py::object& file,
-         const std::string& name)
-      : file_(file), name_(name) {
+  Source(const py::object& path, const py::object& data, const py::object& file) : file_(file) {
     if (!path.is_none()) path_ = path.cast<std::string>();
     if (!data.is_none()) bytes_.emplace(data);
   }
 
   Input input() {
     if (path_) return Input(*path_);
-    if (bytes_) return Input::memory({bytes_->data(), bytes_->size()}, name_.c_str());
+    if (bytes_) return Input::memory({bytes_->data(), bytes_->size()});
     Input input(static_cast<const char*>(nullptr));
     input.input.read = &Source::read;
     input.input.user = this;
-    input.input.name = name_.c_str();
     return input;
   }
 
@@ -58,30 +53,28 @@ class Source {
   std::optional<std::string> path_;
   std::optional<Bytes> bytes_;
   py::object file_;
-  std::string name_;
   std::exception_ptr thrown_;
 };
 
-// Looks for Ctrl-C now and then, which needs the interpreter, and tells the caller's function.
+// Tells the caller's function, and looks for Ctrl-C.
 class Progress {
  public:
   explicit Progress(py::object call) : call_(std::move(call)) {}
 
   bool operator()(uint64_t done, uint64_t total) {
-    const auto now = std::chrono::steady_clock::now();
-    const bool look = now - looked_ > std::chrono::milliseconds(50);
-    if (call_.is_none() && !look) return true;
-    looked_ = now;
+    if (call_.is_none() && !ctrlC_.isDue()) return true;
     const py::gil_scoped_acquire held;
-    if (PyErr_CheckSignals() != 0) throw py::error_already_set();
+    ctrlC_.look();
     if (call_.is_none()) return true;
     const py::object answer = call_(done, total);
-    return answer.is_none() || answer.cast<bool>();
+    const int goesOn = answer.is_none() ? 1 : PyObject_IsTrue(answer.ptr());
+    if (goesOn < 0) throw py::error_already_set();
+    return goesOn != 0;
   }
 
  private:
   py::object call_;
-  std::chrono::steady_clock::time_point looked_ = std::chrono::steady_clock::now();
+  CtrlC ctrlC_;
 };
 
 py::tuple findingOf(const tavo_finding& finding) {
@@ -92,56 +85,68 @@ py::tuple findingOf(const tavo_finding& finding) {
                         textOf({finding.text, finding.text_size}), finding.message, source);
 }
 
+constexpr Member<tavo_analysis_counts, uint64_t> kCounts[] = {
+    {"lines", &tavo_analysis_counts::lines},
+    {"records", &tavo_analysis_counts::records},
+    {"errors", &tavo_analysis_counts::errors},
+    {"warnings", &tavo_analysis_counts::warnings},
+    {"comments", &tavo_analysis_counts::comments},
+    {"wrapped_integers", &tavo_analysis_counts::wrapped_integers},
+    {"rounded_reals", &tavo_analysis_counts::rounded_reals}};
+
 py::dict countsOf(const tavo_analysis_counts& counts) {
   py::dict made;
-  made["lines"] = counts.lines;
-  made["records"] = counts.records;
-  made["errors"] = counts.errors;
-  made["warnings"] = counts.warnings;
-  made["comments"] = counts.comments;
-  made["wrapped_integers"] = counts.wrapped_integers;
-  made["rounded_reals"] = counts.rounded_reals;
+  put(&made, counts, kCounts);
   return made;
 }
 
-// Runs `call` with the interpreter released; what the source's read() threw goes before its status.
-template <class Call>
-auto released(const Source& source, Call call) {
-  try {
-    const py::gil_scoped_release free;
-    return call();
-  } catch (const Error&) {
-    source.rethrow();
-    throw;
+// A run over a text: where that comes from, when it ends early, and what looks at it meanwhile.
+class Reading {
+ public:
+  Reading(const py::object& path, const py::object& data, const py::object& file, uint16_t limit,
+          const py::object& onProgress)
+      : source_(path, data, file), progress_(onProgress) {
+    options.maxErrors = limit;
+    options.onProgress = std::ref(progress_);
   }
-}
+
+  // Runs `call` on the input with the interpreter released. What the source's read() threw goes
+  // before its status.
+  template <class Call>
+  auto run(Call call) {
+    try {
+      const py::gil_scoped_release free;
+      return call(source_.input(), options);
+    } catch (const Error&) {
+      source_.rethrow();
+      throw;
+    }
+  }
+
+  AnalysisOptions options;
+
+ private:
+  Source source_;
+  Progress progress_;
+};
 
 std::unique_ptr<SurveyHandle> read(const py::object& path, const py::object& data,
-                                   const py::object& file, const std::string& name, uint16_t limit,
+                                   const py::object& file, uint16_t limit,
                                    const py::object& onProgress) {
-  Source source(path, data, file, name);
-  Progress progress(onProgress);
-  AnalysisOptions options;
-  options.maxErrors = limit;
-  options.onProgress = std::ref(progress);
-  return released(source, [&] {
-    return std::make_unique<SurveyHandle>(Survey::read(source.input(), options));
+  Reading reading(path, data, file, limit, onProgress);
+  return reading.run([](const Input& input, const AnalysisOptions& options) {
+    return std::make_unique<SurveyHandle>(Survey::read(input, options));
   });
 }
 
 py::dict analysis(const py::object& path, const py::object& data, const py::object& file,
-                  const std::string& name, uint16_t limit, const py::object& onProgress,
-                  const py::object& onFinding) {
-  Source source(path, data, file, name);
-  Progress progress(onProgress);
-  AnalysisOptions options;
-  options.maxErrors = limit;
-  options.onProgress = std::ref(progress);
-  options.onFinding = [&onFinding](const tavo_finding& finding) {
+                  uint16_t limit, const py::object& onProgress, const py::object& onFinding) {
+  Reading reading(path, data, file, limit, onProgress);
+  reading.options.onFinding = [&onFinding](const tavo_finding& finding) {
     const py::gil_scoped_acquire held;
     onFinding(*findingOf(finding));
   };
-  return countsOf(released(source, [&] { return analyse(source.input(), options); }));
+  return countsOf(reading.run(&analyse));
 }
 
 py::list blocksOf(const SurveyHandle& handle) {
@@ -222,10 +227,10 @@ void addSurvey(py::module_& module) {
       .def("unit_runs", &unitRunsOf, py::arg("type"))
       .def("timeline", [](const py::object& self) { return timelineOf(self); })
       .def("counts", [](const SurveyHandle& handle) { return countsOf(handle.survey.counts()); });
-  module.def("read", &read, py::arg("path"), py::arg("data"), py::arg("file"), py::arg("name"),
-             py::arg("limit"), py::arg("on_progress"));
+  module.def("read", &read, py::arg("path"), py::arg("data"), py::arg("file"), py::arg("limit"),
+             py::arg("on_progress"));
   module.def("analyse", &analysis, py::arg("path"), py::arg("data"), py::arg("file"),
-             py::arg("name"), py::arg("limit"), py::arg("on_progress"), py::arg("on_finding"));
+             py::arg("limit"), py::arg("on_progress"), py::arg("on_finding"));
   module.def(
       "why_not_open",
       [](const std::string& path) {

@@ -19,6 +19,8 @@ _DATE_LIMITS = {"year": (-999, 9999), "hundredths": (-99, 99)}
 # Values as records hold them, of which nothing is converted.
 AS_RECORDS = "records"
 _KIND_TEXT, _KIND_REAL, _KIND_INT = 100, 101, 102
+# Names that several numbers have, where it is not the first of them.
+_OWN_NUMBERS = {("LINEAR", "USER"): 14, ("GEOCRD", "USER"): 20}
 
 
 def empty(block: Block, count: int) -> Records:
@@ -50,8 +52,7 @@ def records_of(block: Block, rows: Any, units: str, in_force: dict[str, Any]) ->
     if units not in ("file", "si", AS_RECORDS):
         raise refusal("units", 'they are "file" or "si"')
     if isinstance(rows, Records) and rows.dtype == block.dtype and rows._presence is not None:
-        return Records.over(np.array(rows.view(np.ndarray)), block, rows.lines.copy(),
-                            rows.presence.copy())
+        return rows.copy()
     # Whole records that lost their presence: what is not 0 is given.
     whole = isinstance(rows, Records) and rows.dtype.names == (block.dtype and block.dtype.names)
     raw = isinstance(rows, np.ndarray) and rows.dtype.names is not None
@@ -199,6 +200,8 @@ def _take_text(field: Field, cell: Any) -> bytes:
 def _take_enum(field: Field, cell: Any) -> int:
     names = {**field.values, UNKNOWN: "UNKNOWN"}
     if isinstance(cell, str):
+        if (field.name, cell) in _OWN_NUMBERS:
+            return _OWN_NUMBERS[field.name, cell]
         for number, name in names.items():
             if name == cell:
                 return number

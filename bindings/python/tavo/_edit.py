@@ -3,7 +3,7 @@ and the text that they become."""
 
 from __future__ import annotations
 
-import os
+import operator
 from typing import Any, Iterable, Mapping
 
 import numpy as np
@@ -13,7 +13,7 @@ from ._error import refusal, unfit
 from ._records import Records
 from ._schema import (BITS, DOUBLE, ENTRY, FLOAT, INT16, ITEMS, OPERATIONS, TIME_TAGGED, UINT16,
                       UINT32, UINT8, Block, columns_record, schema)
-from ._survey import Survey, Units, read
+from ._survey import Survey, Units, file_path, read
 
 # An empty one would be written as 0.
 _NUMBERS = {UINT8, UINT16, INT16, UINT32, FLOAT, DOUBLE, BITS}
@@ -72,11 +72,7 @@ class Edit:
     def _take(self, survey: Survey, path: str, copy: bool) -> None:
         if path in self._records:
             return
-        records = survey[path]
-        if copy:
-            records = Records.over(np.array(records.view(np.ndarray)), schema[path],
-                                   records.lines.copy(), records.presence.copy())
-        self._records[path] = records
+        self._records[path] = survey[path].copy() if copy else survey[path]
 
     @property
     def points(self) -> Records:
@@ -161,7 +157,7 @@ class Edit:
         self._compare(read(text), decimals)
         if path is None:
             return text
-        _tavo.replace_file(os.fsdecode(path), text)
+        _tavo.replace_file(file_path(path), text)
         return None
 
     def survey(self, *, decimals: tuple[int, int, int] = (4, 4, 10)) -> Survey:
@@ -171,6 +167,7 @@ class Edit:
         return read(text)
 
     def _text(self, decimals: tuple[int, int, int], columns: bool, path: Any = None) -> Any:
+        places = tuple(map(operator.index, decimals))
         rows: list[Any] = []
         declared: dict[int, list[int]] = {}  # columns of the latest block of each data type
         for section in self._sections:
@@ -178,7 +175,7 @@ class Edit:
                 rows += self._fixed(section, rows)
             else:
                 rows += self._rows(section, declared)
-        return _tavo.build_sections(rows, path, decimals, columns)
+        return _tavo.build_sections(rows, path, places, columns)
 
     def _rows(self, section: _Section, declared: dict[int, list[int]]) -> list[Any]:
         """What the library writes of a section: a columns record and records, again wherever the
@@ -310,7 +307,7 @@ def build(path: Any, records: Any, decimals: tuple[int, int, int] = (4, 4, 10),
     tavo.Error: POINTS, row 1, field PointNo: -2 is not a whole number from 0 to 4294967295
     """
     if isinstance(records, Survey):
-        target = None if path is None else os.fsdecode(path)
+        target = None if path is None else file_path(path)
         return Edit.of(records, copy=False)._text(decimals, columns, target)
     if isinstance(records, Edit):
         return records.build(path, decimals=decimals, columns=columns)

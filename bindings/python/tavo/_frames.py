@@ -10,7 +10,7 @@ import numpy as np
 
 from . import _tavo
 from ._error import refusal
-from ._places import Places
+from ._places import Places, System
 from ._records import Records
 from ._schema import (BITS, DATE_TIME, DEFAULT, DOUBLE, ENUM, FLOAT, FREE, NO_UNIT, TEXT, UINT32,
                       UNKNOWN, Block, Field, schema)
@@ -110,13 +110,15 @@ def _categories(values: np.ndarray, field: Field, absent: np.ndarray | None) -> 
     import pandas
 
     names = {**field.values, UNKNOWN: "UNKNOWN"}
+    # Several numbers may have one name.
+    places = {name: at for at, name in enumerate(dict.fromkeys(names.values()))}
     # By a table from numbers to places, whose last entry is for all numbers that are none.
-    table = np.full(max(names) + 2, -1, "i1" if len(names) < 128 else "i2")
-    table[list(names)] = range(len(names))
+    table = np.full(max(names) + 2, -1, "i1" if len(places) < 128 else "i2")
+    table[list(names)] = [places[name] for name in names.values()]
     codes = table[np.minimum(values, len(table) - 1)]
     if absent is not None:
         codes[absent] = -1
-    return pandas.Categorical.from_codes(codes, list(names.values()))
+    return pandas.Categorical.from_codes(codes, list(places))
 
 
 def _free(values: np.ndarray, absent: np.ndarray | None) -> np.ndarray:
@@ -156,7 +158,7 @@ def _wanted(records: Records, columns: Any) -> list[Field]:
         if columns != "all":
             raise refusal("columns", 'they are None, "all" or names')
         return fields
-    return [records.block.field(name) for name in columns]
+    return [records.block.field(name) for name in dict.fromkeys(columns)]
 
 
 def to_pandas(survey: Survey, name: str, units: str, columns: Any, theminfo: bool) -> Any:
@@ -299,12 +301,11 @@ def _theminfo(survey: Survey, path: str) -> dict[str, Any]:
     for row, (key, name) in enumerate(zip(owners[number].tolist(), owners[text].tolist())):
         by_number.setdefault(key, row)
         by_text.setdefault(name, row)
-    numbered = infos.given(number)
     names = _tavo.texts(infos["Attribute"])
     values, lost = [], 0
-    for at in range(len(infos)):
+    for at in np.flatnonzero(infos.given("Value")):
         info = infos[at]
-        owner = (by_number.get(int(info[number])) if numbered[at]
+        owner = (by_number.get(int(info[number])) if info[number]
                  else by_text.get(info["PointID"]) if info["PointID"] else None)
         if owner is None:
             lost += 1
@@ -315,8 +316,8 @@ def _theminfo(survey: Survey, path: str) -> dict[str, Any]:
     return _wide(values, len(owners))
 
 
-def to_geopandas(survey: Survey, name: str, crs: Any, system: int | None, theminfo: bool,
-                 ignore_transformations: bool) -> Any:
+def to_geopandas(survey: Survey, places: Places, name: str, crs: Any, system: int | None,
+                 theminfo: bool) -> Any:
     """See :meth:`tavo.Survey.to_geopandas`."""
     import geopandas
     import pandas
@@ -325,7 +326,6 @@ def to_geopandas(survey: Survey, name: str, crs: Any, system: int | None, themin
         (one for one in LAYERS.values() if name.upper() in one.paths), None)
     if layer is None:
         raise refusal(name, f"there is no such layer; there are {', '.join(LAYERS)}")
-    places = Places.of(survey, ignore_transformations)
     parts = [(path, *_placed(survey, places, path, layer.single)) for path in layer.paths]
     used = sorted({int(at) for _, _, systems, _ in parts for at in systems if at >= 0})
     if system is None:
@@ -333,7 +333,7 @@ def to_geopandas(survey: Survey, name: str, crs: Any, system: int | None, themin
             names = "; ".join(f"{at} {_name(places, at)}" for at in used)
             raise refusal(name, f"it lies in several reference systems, say which by system=: {names}")
         system = used[0] if used else 0
-    elif used and system not in used:
+    elif system not in (used or [0]):
         raise refusal(name, f"nothing of it lies in system {system}")
     frames, shapes = [], []
     for path, rows, systems, wkb in parts:
@@ -351,9 +351,22 @@ def to_geopandas(survey: Survey, name: str, crs: Any, system: int | None, themin
     wkbs = np.concatenate(shapes) if shapes else np.array([], object)
     if layer.labels and len({len(one) for one in wkbs if one is not None}) > 1:
         wkbs = np.array([None if one is None else _FLAT_POINT + one[5:21] for one in wkbs], object)
-    if crs is None and used and places.systems[system].wkt:
-        crs = places.systems[system].wkt
+    if system < len(places.systems):
+        crs = _crs(crs, places.systems[system])
     return geopandas.GeoDataFrame(table, geometry=geopandas.GeoSeries.from_wkb(wkbs), crs=crs)
+
+
+def _crs(wanted: Any, own: System) -> Any:
+    """The system that is wanted, which must be of the own one's kind, or that."""
+    import pyproj
+
+    if wanted is None:
+        return own.wkt or None
+    made = pyproj.CRS.from_user_input(wanted)
+    kind = "geographic" if made.is_geographic else "geocentric" if made.is_geocentric else "grid"
+    if kind != own.coordinates:
+        raise refusal(str(wanted), f"it is for another kind of coordinates than {own.coordinates}")
+    return made
 
 
 def _name(places: Places, at: int) -> str:

@@ -28,7 +28,7 @@ def page(survey: Survey) -> str:
     if shown:
         rows = "".join(f"<li>{escape(str(one))}</li>" for one in shown[:_MOST_FINDINGS])
         more = len(shown) - _MOST_FINDINGS
-        parts.append(f"<ul>{rows}</ul>" + (f"and {more} more" if more > 0 else ""))
+        parts.append(f"<ul>{rows}</ul>" + (f"<p>and {more} more</p>" if more > 0 else ""))
     if sum(len(survey[path]) for path in ("POINTS", "LINES", "POLYGONS")) <= _MOST_THINGS:
         parts.append(picture(survey))
     return "".join(parts) + "</div>"
@@ -36,7 +36,7 @@ def page(survey: Survey) -> str:
 
 def picture(survey: Survey) -> str:
     """The map of the system in which most points lie, "" where nothing has a place."""
-    places = Places.of(survey, False)
+    places = Places.of(survey)
     points = places.positions(schema["POINTS"].data_type)
     placed = points["dimension"] > 0
     systems = points["crs"][placed]

@@ -8,6 +8,7 @@ from typing import TYPE_CHECKING, Any, NamedTuple
 import numpy as np
 
 from . import _tavo
+from ._error import refusal
 
 if TYPE_CHECKING:
     from ._survey import Survey
@@ -20,6 +21,7 @@ OBSERVATION = np.dtype([("setup", "<u8")] + [(name, "<f8") for name in (
 _COORDINATES = ("grid", "geographic", "geocentric")
 _HEIGHTS = ("none", "elevation", "ellipsoidal")
 _KINDS = ("note", "warning", "error")
+_HOTINE_ORIGINS = (None, "centre", "natural")
 
 
 class System(NamedTuple):
@@ -52,20 +54,24 @@ class Remark(NamedTuple):
 class Places:
     """Geometry of a survey as arrays."""
 
-    _known: weakref.WeakKeyDictionary[Any, dict[bool, Places]] = weakref.WeakKeyDictionary()
+    _known: weakref.WeakKeyDictionary[Any, dict[Any, Places]] = weakref.WeakKeyDictionary()
 
-    def __init__(self, survey: Survey, ignore_transformations: bool) -> None:
-        self._handle = _tavo.Geometry(survey._handle, ignore_transformations)
+    def __init__(self, survey: Survey, ignore_transformations: bool, origin: int) -> None:
+        self._handle = _tavo.Geometry(survey._handle, ignore_transformations, origin)
         self.systems = [System(_COORDINATES[row[0]], _HEIGHTS[row[1]], *row[2:])
                         for row in self._handle.systems()]
 
     @classmethod
-    def of(cls, survey: Survey, ignore_transformations: bool) -> Places:
+    def of(cls, survey: Survey, ignore_transformations: bool = False,
+           hotine_origin: str | None = None) -> Places:
         """Those of a survey, which are kept as long as it lives."""
+        if hotine_origin not in _HOTINE_ORIGINS:
+            raise refusal("hotine_origin", 'it is None, "centre" or "natural"')
+        options = (bool(ignore_transformations), _HOTINE_ORIGINS.index(hotine_origin))
         kept = cls._known.setdefault(survey, {})
-        if ignore_transformations not in kept:
-            kept[ignore_transformations] = cls(survey, ignore_transformations)
-        return kept[ignore_transformations]
+        if options not in kept:
+            kept[options] = cls(survey, *options)
+        return kept[options]
 
     @property
     def remarks(self) -> list[Remark]:

@@ -37,7 +37,10 @@ class Records(np.ndarray):
         return made
 
     def __array_finalize__(self, source: Any) -> None:
-        same = self.dtype.names is not None and getattr(source, "shape", None) == self.shape
+        # Of the very same records, that is: what NumPy makes of them may have another order.
+        same = (self.dtype.names is not None and isinstance(source, Records)
+                and (source.shape, source.strides) == (self.shape, self.strides)
+                and source.__array_interface__["data"] == self.__array_interface__["data"])
         self.block = getattr(source, "block", None)
         self._lines = getattr(source, "_lines", None) if same else None
         self._presence = getattr(source, "_presence", None) if same else None
@@ -51,6 +54,27 @@ class Records(np.ndarray):
             return part.view(np.ndarray)
         part._lines, part._presence = self._lines[key], self._presence[key]
         return part
+
+    def copy(self, order: Any = "C") -> Any:
+        """The records, their lines and what they give, to change."""
+        made = super().copy(order)
+        for name in ("_lines", "_presence"):
+            own = getattr(self, name)
+            setattr(made, name, None if own is None else own.copy())
+        return made
+
+    def __copy__(self) -> Any:
+        return self.copy()
+
+    def __deepcopy__(self, memo: Any, /) -> Any:
+        return self.copy()
+
+    def sort(self, axis: Any = -1, kind: Any = None, order: Any = None) -> None:
+        """Sorts in place, with lines and presence."""
+        places = self.argsort(axis, kind, order).view(np.ndarray)
+        for array in (self.view(np.ndarray), self._lines, self._presence):
+            if array is not None:
+                array[:] = array[places]
 
     def __reduce__(self) -> Any:
         path = None if self.block is None else self.block.path

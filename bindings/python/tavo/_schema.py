@@ -74,6 +74,13 @@ class Field(NamedTuple):
         return f"<u{self.size}" if self.type == BITS else _PLAIN[self.type]
 
 
+def _measured(field: Field, keyword: str) -> Field:
+    """A field with its unit: geocentric coordinates of points are lengths like all others."""
+    if keyword == "POINTS" and field.name in ("X", "Y", "Z"):
+        return field._replace(unit_kind=LINEAR)
+    return field
+
+
 class Block:
     """A block of the format: where it stands, its record types and its fields.
 
@@ -88,7 +95,7 @@ class Block:
     def __init__(self, row: tuple[Any, ...], shared: bool) -> None:
         self.keyword, self.parent, self.kind, self.columns_type, self.data_type = row[:5]
         self.path: str = f"{self.parent}/{self.keyword}" if shared else self.keyword
-        self.fields = tuple(Field(*field) for field in row[6])
+        self.fields = tuple(_measured(Field(*field), self.keyword) for field in row[6])
         self._places = {field.name: place for place, field in enumerate(self.fields)}
         kept = self.kept
         self.dtype: np.dtype[Any] | None = _FIXED.get(self.data_type)

@@ -11,7 +11,7 @@ from . import _cells, _tavo
 from ._error import refusal
 from ._records import Records
 from ._schema import COLUMNS_RECORD, END_OF_COLUMNS, ENTRY, Block, columns_record, schema
-from ._survey import value_of
+from ._survey import file_path, opened, value_of
 
 _MODES = {"open": 0, "read": 1, "create": 2}
 _BY_TYPE, _BY_LIST, _BY_NUMBER, _BY_ID = 1, 2, 3, 4
@@ -24,7 +24,8 @@ _IDS = ("PointID", "LineID", "PolygonID", "StnID", "STN_ID", "TgtID")
 
 class StoredRecord:
     """A record of a data file: ``record["East"]`` is a field as a plain value, ``array`` all of it
-    as a structured scalar, ``line`` its line in the text that it comes from, 0: not known; of a columns record ``columns`` are the declared names.
+    as a structured scalar, ``line`` its line in the text that it comes from, 0: not known; of a
+    columns record ``columns`` are the declared names.
     """
 
     def __init__(self, type_: int, data: bytes, line: int, presence: int, entries: bytes) -> None:
@@ -89,7 +90,7 @@ def verify(path: str | os.PathLike[str]) -> list[StoreFinding]:
     Raises:
         Error: it cannot be read as a data file.
     """
-    return _findings(_tavo.verify(os.fsdecode(path)))
+    return _findings(opened(path, _tavo.verify))
 
 
 def _findings(rows: list[tuple[Any, ...]]) -> list[StoreFinding]:
@@ -118,7 +119,7 @@ def repair(path: str | os.PathLike[str], target: str | os.PathLike[str]) -> Repa
     Raises:
         Error: no record is there, or the new file cannot be written; the target is as it was.
     """
-    findings, found, damaged, twice, untraced = _tavo.repair(os.fsdecode(path), os.fsdecode(target))
+    findings, found, damaged, twice, untraced = _tavo.repair(file_path(path), file_path(target))
     return Repair(_by_name(found), _by_name(damaged), _by_name(twice), untraced, _findings(findings))
 
 
@@ -168,15 +169,17 @@ class Store:
             raise refusal("kind", 'it is "compatible" or "complete"')
         if mode not in _MODES:
             raise refusal("mode", f"it is one of {', '.join(_MODES)}")
+        if not 0 <= cache_pages < 2**31:
+            raise refusal("cache_pages", "it is a number of pages")
         self.path = os.fsdecode(path)
-        self._opening = (cache_pages, "" if journal is None else os.fsdecode(journal),
+        self._opening = (cache_pages, b"" if journal is None else file_path(journal),
                          kind == "complete")
         self._mode = mode
         self._handle = self._open(mode)
         self._current: StoredRecord | None = None
 
     def _open(self, mode: str) -> Any:
-        return _tavo.Store(self.path, _MODES[mode], *self._opening)
+        return opened(self.path, lambda path: _tavo.Store(path, _MODES[mode], *self._opening))
 
     def __enter__(self) -> Store:
         return self
@@ -276,6 +279,8 @@ class Store:
         current = self._now(record)
         if current.is_columns:
             raise refusal(current.block.path, "a columns record cannot be changed")
+        if not values:
+            return
         changed = self._records(current.block, {name: [value] for name, value in values.items()})
         made = np.array([current.array], current.array.dtype)
         for name in values:

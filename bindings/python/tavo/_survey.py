@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import functools
+import operator
 import os
 from typing import TYPE_CHECKING, Any, BinaryIO, Callable, NamedTuple, Union
 
@@ -24,7 +25,7 @@ Source = Union[str, "os.PathLike[str]", bytes, bytearray, memoryview, BinaryIO]
 Progress = Callable[[int, int], Any]
 
 _KINDS = ("note", "warning", "error")
-_OPEN = 2571
+_NOT_OPEN = (2564, 2571)
 _REASONS = ("", "no such file or folder", "it is a folder", "permission denied",
             "another program holds it", "the system refuses it")
 MOMENT = np.dtype({"names": ["time", "type", "index"], "formats": ["<i8", "<u4", "<u8"],
@@ -97,10 +98,17 @@ class Check(NamedTuple):
         return counts
 
 
-def _source(source: Any) -> tuple[str | None, Any, Any, str]:
+def file_path(path: Any) -> bytes:
+    """A path as the library takes it: whatever the system's own names are."""
+    name = os.fsencode(path)
+    if b"\0" in name:
+        raise refusal(os.fsdecode(name), "no path has a zero byte")
+    return name
+
+
+def _source(source: Any) -> tuple[bytes | None, Any, Any, str]:
     if isinstance(source, (str, os.PathLike)):
-        path = os.fsdecode(source)
-        return path, None, None, path
+        return file_path(source), None, None, os.fsdecode(source)
     if isinstance(source, (bytes, bytearray, memoryview)):
         return None, source, None, ""
     if callable(getattr(source, "read", None)):
@@ -109,20 +117,28 @@ def _source(source: Any) -> tuple[str | None, Any, Any, str]:
     raise TypeError(f"a path, bytes or a file object is needed, not {type(source).__name__}")
 
 
+def opened(path: Any, call: Callable[[bytes], Any]) -> Any:
+    """What a call makes of a file. An error says which one it is, and why it cannot be opened."""
+    name = file_path(path)
+    try:
+        return call(name)
+    except Error as error:
+        reason = _tavo.why_not_open(name) if error.status in _NOT_OPEN else 0
+        text = error.text + (f", {_REASONS[reason]}" if reason else "")
+        raise Error(error.status, text, error.where or os.fsdecode(path)) from None
+
+
 def _run(call: Callable[..., Any], source: Any, limit: int | None, *callbacks: Any) -> Any:
-    path, data, file, name = _source(source)
-    if limit is None:
-        limit = 65535
+    limit = 65535 if limit is None else operator.index(limit)
     if not 0 <= limit <= 65535:
         raise refusal("limit", "it is 0 to 65535")
+    path, data, file, name = _source(source)
+    if path is not None:
+        return opened(path, lambda path: call(path, None, None, limit, *callbacks))
     try:
-        return call(path, data, file, name, limit, *callbacks)
+        return call(None, data, file, limit, *callbacks)
     except Error as error:
-        reason = 0
-        if error.status == _OPEN and path is not None:
-            reason = _tavo.why_not_open(path)
-        text = error.text + (f", {_REASONS[reason]}" if reason else "")
-        raise Error(error.status, text, error.where or name) from None
+        raise Error(error.status, error.text, error.where or name) from None
 
 
 def read(source: Source, *, limit: int | None = None,
@@ -323,18 +339,20 @@ class Survey:
         ``type`` (the record type) and ``index`` among the records of that type."""
         return self._handle.timeline().view(MOMENT)
 
-    def systems(self, *, ignore_transformations: bool = False) -> list[Any]:
-        """Reference systems that things of the survey lie in, see :class:`tavo.System`."""
+    def systems(self, *, ignore_transformations: bool = False,
+                hotine_origin: str | None = None) -> list[Any]:
+        """Reference systems that things of the survey lie in, see :class:`tavo.System`. Arguments
+        are those of :meth:`to_geopandas`."""
         from ._places import Places
 
-        return Places.of(self, ignore_transformations).systems
+        return Places.of(self, ignore_transformations, hotine_origin).systems
 
     @property
     def remarks(self) -> list[Any]:
         """What the geometry found: things without a place or a system, see :class:`tavo.Remark`."""
         from ._places import Places
 
-        return Places.of(self, False).remarks
+        return Places.of(self).remarks
 
     def to_pandas(self, block: str = "POINTS", units: str = "file", *,
                   columns: Any = None, theminfo: bool = False) -> pandas.DataFrame:
@@ -354,25 +372,30 @@ class Survey:
         return to_pandas(self, block, units, columns, theminfo)
 
     def to_geopandas(self, layer: str = "points", crs: Any = None, *, system: int | None = None,
-                     theminfo: bool = False,
-                     ignore_transformations: bool = False) -> geopandas.GeoDataFrame:
+                     theminfo: bool = False, ignore_transformations: bool = False,
+                     hotine_origin: str | None = None) -> geopandas.GeoDataFrame:
         """A layer as a GeoDataFrame: points, lines, polygons, edges, annotations, texts, setups or
         observations.
 
         Args:
             layer: its name.
-            crs: a reference system in place of the survey's own, for example ``"EPSG:25832"``.
-                Coordinates stay as they are; ``frame.to_crs`` moves them.
+            crs: a reference system in place of the survey's own, for example ``"EPSG:25832"``,
+                of the same kind of coordinates. They stay as they are; ``frame.to_crs`` moves them.
             system: place among :meth:`systems`; needed where the layer lies in several.
             theminfo: joins the owners' THEMINFO as :meth:`to_pandas` does.
             ignore_transformations: takes a set's projection although it names an LTrfNo.
+            hotine_origin: from where false coordinates of OBLIQUE_MERCATOR and RSO count:
+                ``"centre"``, the projection centre, or ``"natural"``, the natural origin; None: as
+                the block is usually meant, OBLIQUE_MERCATOR from the one, RSO from the other.
 
         Coordinates are metres with the offsets added, or degrees with the longitude first. A row
         without a place has no geometry.
         """
         from ._frames import to_geopandas
+        from ._places import Places
 
-        return to_geopandas(self, layer, crs, system, theminfo, ignore_transformations)
+        places = Places.of(self, ignore_transformations, hotine_origin)
+        return to_geopandas(self, places, layer, crs, system, theminfo)
 
     def edit(self) -> Edit:
         """A copy that can be changed and written back."""

@@ -69,7 +69,7 @@ class Summary:
         # A code that a file has not is a 0, a count of a file that failed is not known.
         for row in self.rows:
             none = None if row["status"] == "failed" else 0
-            yield [row.get(name, none) for name in columns]
+            yield [_printable(row.get(name, none)) for name in columns]
 
     def to_pandas(self) -> pandas.DataFrame:
         """A DataFrame with a row for each file."""
@@ -102,6 +102,13 @@ class Summary:
                   for status in ("sound", "findings", "failed")}
         return f"<tavo.batch.Summary of {len(self)}: " + ", ".join(
             f"{count} {status}" for status, count in counts.items()) + ">"
+
+
+def _printable(value: Any) -> Any:
+    """A path that is no text with its odd bytes in numbers."""
+    if not isinstance(value, str):
+        return value
+    return value.encode("utf-8", "backslashreplace").decode("utf-8")
 
 
 def check(paths: Iterable[Path], executor: concurrent.futures.Executor | None = None, *,
@@ -150,8 +157,8 @@ def check_one(path: str, limit: int | None = None) -> dict[str, Any]:
 
 
 def export(paths: Iterable[Path], target: Path, executor: concurrent.futures.Executor | None = None,
-           *, layers: Iterable[str] | None = None, program: Path | None = None,
-           on_progress: Progress | None = None) -> Summary:
+           *, layers: Iterable[str] | None = None, options: Iterable[str] = (),
+           program: Path | None = None, on_progress: Progress | None = None) -> Summary:
     """Exports many files with ``tavo export``, which must have GDAL.
 
     Args:
@@ -161,6 +168,7 @@ def export(paths: Iterable[Path], target: Path, executor: concurrent.futures.Exe
             ``{stem}`` for a file of its own for each survey, ``"out/{stem}.gpkg"``.
         executor: as for :func:`check`.
         layers: names of the layers to take; None: all.
+        options: further words for the tool, ``["--to-crs=EPSG:25832"]`` for one system in all tables.
         program: path of the tool; None: ``tavo`` of the PATH.
         on_progress: as for :func:`check`.
 
@@ -180,8 +188,8 @@ def export(paths: Iterable[Path], target: Path, executor: concurrent.futures.Exe
     tool = shutil.which(os.fspath(program) if program else "tavo")
     if tool is None:
         raise refusal("export", "the program tavo is not on the PATH; name it by program=")
-    options = [f"--layer={layer}" for layer in layers or ()]
-    return Summary(_run(export_one, files, (where, database, os.path.abspath(tool), options),
+    words = [f"--layer={layer}" for layer in layers or ()] + list(options)
+    return Summary(_run(export_one, files, (where, database, os.path.abspath(tool), words),
                         executor, on_progress))
 
 
@@ -207,8 +215,15 @@ def _die_with_worker() -> Callable[[], Any] | None:
     """A program that outlived its worker would write beside the one that repeats its work."""
     if not sys.platform.startswith("linux"):
         return None
-    prctl = ctypes.CDLL(None).prctl
-    return lambda: prctl(_SET_DEATH_SIGNAL, signal.SIGKILL)
+    prctl, worker = ctypes.CDLL(None).prctl, os.getpid()
+
+    def prepare() -> None:
+        prctl(_SET_DEATH_SIGNAL, signal.SIGKILL)
+        # It may have died before.
+        if os.getppid() != worker:
+            os._exit(1)
+
+    return prepare
 
 
 def _failed(path: str, why: str) -> dict[str, Any]:

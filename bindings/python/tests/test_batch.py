@@ -78,9 +78,15 @@ def test_a_file_that_kills_its_workers_fails_alone():
 
 def test_what_cannot_be_read_is_a_row(tmp_path):
     (tmp_path / "a.tvo").write_bytes(text("POINTS (PointNo)\n1;\nEND POINTS"))
-    summary = tavo.batch.check([tmp_path / "a.tvo", tmp_path / "none.tvo", tmp_path])
-    assert [row["status"] for row in summary] == ["sound", "failed", "failed"]
+    odd = os.fsdecode(b"none\xff.tvo")
+    summary = tavo.batch.check([tmp_path / "a.tvo", odd, tmp_path])
+    assert [row["status"] for row in summary] == ["sound", "failed", "failed"] and summary.rows[1]["path"] == odd
     assert summary.to_pandas().errors.isna().tolist() == [False, True, True]
+    summary.to_csv(tmp_path / "a.csv")
+    summary.to_sqlite(tmp_path / "a.sqlite")
+    with sqlite3.connect(tmp_path / "a.sqlite") as base:
+        (path,) = base.execute("SELECT path FROM summary WHERE path LIKE 'none%'").fetchone()
+    assert path == r"none\udcff.tvo" and path in (tmp_path / "a.csv").read_text()
 
     def stop(done, total):
         raise KeyError("own")
@@ -101,11 +107,13 @@ def test_export_calls_the_tool_once_a_file(tmp_path):
     tool.write_text(TOOL.format(calls=calls))
     tool.chmod(tool.stat().st_mode | stat.S_IEXEC)
     paths = [f"{n}.tvo" for n in range(4)]
-    summary = tavo.batch.export(paths, "PG:dbname=office", program=tool, layers=["points"])
+    summary = tavo.batch.export(paths, "PG:dbname=office", program=tool, layers=["points"],
+                                options=["--to-crs=EPSG:25832"])
     assert [row["status"] for row in summary] == ["sound", "sound", "failed", "sound"]
     assert summary.rows[2]["detail"] == "no database"
     assert sorted(calls.read_text().splitlines()) == [
-        f"export --layer=points -o PG:dbname=office --replace --survey={path} -- {path}" for path in paths]
+        f"export --layer=points --to-crs=EPSG:25832 -o PG:dbname=office --replace --survey={path} -- {path}"
+        for path in paths]
     assert tavo.batch.export(paths[:1], "{stem}.gpkg", program=tool).rows[0]["status"] == "sound"
     assert "-o 0.gpkg --overwrite" in calls.read_text()
     for wrong in ((paths, "all.gpkg"), (["a/1.tvo", "b/1.tvo"], "{stem}.csv")):

@@ -84,6 +84,25 @@ def test_units_and_blocks_in_their_order():
     assert edit.survey().points["PointNo"].tolist() == [1, 2] and edit.units.linear == "INT_FEET"
 
 
+def test_units_of_one_s_own():
+    """One word for three numbers."""
+    given = {"ANGULAR": "USER", "angularFactor": 2.5, "LINEAR": "USER", "linearFactor": 0.5, "GEOCRD": "USER",
+             "geographicFactor": 3.0}
+    survey = tavo.read(tavo.build(None, {"UNITS": given}))
+    assert survey["UNITS"][["ANGULAR", "LINEAR", "GEOCRD"]][0].tolist() == (4, 14, 20)
+    assert survey.units[6:9] == (2.5, 0.5, 3.0) and survey.to_pandas("UNITS").LINEAR.tolist() == ["USER"]
+
+
+def test_sorted_and_copied_records():
+    edit = tavo.read(text("POINTS (PointNo,East)\n3,;\n1,5;\n2,1;\nEND POINTS")).edit()
+    kept = edit.points.copy()
+    edit.points.sort(order="PointNo")
+    back = edit.survey(decimals=[4, 4, 10]).points
+    assert back["PointNo"].tolist() == [1, 2, 3] and back.given("East").tolist() == [True, True, False]
+    edit["POINTS"] = kept
+    assert edit.survey().points.given("East").tolist() == [False, True, True]
+
+
 REFUSED = [
     ("POINTS", "PointNo", -1), ("POINTS", "PointNo", 2**32), ("POINTS", "PointNo", 1.5), ("POINTS", "JobNo", 65536),
     ("POINTS", "PointNo", "one"), ("POINTS", "PointID", "x" * 17), ("POINTS", "PointID", "ä" * 9),
@@ -124,3 +143,5 @@ def test_arrays_that_were_changed_are_checked():
         edit.build()
     with pytest.raises(ValueError):
         tavo.build(None, tavo.read(b""), decimals=(4, 4))
+    with pytest.raises(TypeError):
+        tavo.build(None, tavo.read(b""), decimals=(4, 4.5, 10))

@@ -1,6 +1,8 @@
 """Arrays over a survey's own memory: what they hold, how they share it, and what a survey tells."""
+import copy
 import gc
 import io
+import os
 import pickle
 
 import numpy as np
@@ -23,6 +25,34 @@ def test_sources_are_the_same(tmp_path):
     assert [survey.name for survey in surveys[:3]] == [str(path), str(path), ""]
     assert surveys[0].counts["errors"] == 1
     assert tavo.check(path).counts == surveys[0].counts
+
+
+def test_paths_are_the_system_s_own(tmp_path):
+    path = os.fsdecode(os.fsencode(tmp_path) + b"/\xff.tvo")
+    with open(path, "wb") as file:
+        file.write(POINTS)
+    survey = tavo.read(path)
+    survey.build(path + "2")
+    assert len(tavo.read(path + "2").points) == len(survey.points) == 2 and survey.name == path
+    with pytest.raises(tavo.Error) as caught:
+        tavo.read(path + "3")
+    assert caught.value.where == path + "3"
+    for call in (tavo.read, tavo.verify, survey.build):
+        with pytest.raises(tavo.Error, match="zero byte"):
+            call(path + "\0")
+
+
+def test_lines_and_presence_go_with_their_records():
+    points = tavo.read(text("POINTS (PointNo,East)\n3,;\n1,5;\n2,1;\nEND POINTS")).points
+    in_order = np.sort(points, order="PointNo")
+    for ordered in (in_order, points[[1, 2, 0]], points[::-1][[1, 0, 2]], in_order.copy(), copy.deepcopy(in_order)):
+        assert ordered["PointNo"].tolist() == [1, 2, 3] and ordered.lines.tolist() == [14, 15, 13]
+        assert ordered.given("East").tolist() == [True, True, False]
+    # NumPy says nothing of what it took.
+    with pytest.raises(tavo.Error):
+        points.take([1, 2, 0]).lines
+    in_order.copy().give("East", 2)
+    assert not in_order.given("East")[2]
 
 
 def test_presence_lines_and_findings():

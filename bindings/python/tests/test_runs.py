@@ -6,6 +6,7 @@ import sys
 import threading
 import time
 
+import numpy
 import pytest
 
 import tavo
@@ -26,6 +27,8 @@ def test_an_error_has_status_and_text(tmp_path):
         tavo.read(7)
     with pytest.raises(tavo.Error):
         tavo.read(b"", limit=-1)
+    with pytest.raises(TypeError, match="integer"):
+        tavo.read(b"", limit=1.5)
 
 
 def test_callbacks_end_a_run_and_come_out_whole():
@@ -48,6 +51,8 @@ def test_callbacks_end_a_run_and_come_out_whole():
     with pytest.raises(tavo.Error) as cancelled:
         tavo.read(body, on_progress=lambda done, total: False)
     assert cancelled.value.status == 2578
+    with pytest.raises(ValueError, match="truth value"):
+        tavo.read(body, on_progress=lambda done, total: numpy.zeros(2))
     seen = []
     tavo.read(body, on_progress=lambda done, total: seen.append((done, total)))
     assert seen == sorted(seen) and {total for _, total in seen} == {len(body)}
@@ -80,6 +85,28 @@ def test_ctrl_c_ends_a_long_run():
     time.sleep(0.2)
     run.send_signal(signal.SIGINT)
     assert run.communicate(timeout=60)[0] == "interrupted\n" and run.returncode == 0
+
+
+def test_a_signal_ends_the_writing(tmp_path):
+    """What its handler raises comes out whole, and no file is made, nor anything left beside it."""
+    survey = tavo.read(text("POINTS (PointNo,PointID,East,North)\n" + '1,"a",1,2;\n' * 400000 + "END POINTS"))
+    began = time.monotonic()
+    survey.build()
+    whole = time.monotonic() - began
+
+    def fail(*_):
+        raise Own("told")
+
+    before = signal.signal(signal.SIGALRM, fail)
+    try:
+        for call in (lambda: survey.build(tmp_path / "a.tvo"), lambda: survey.edit().build(tmp_path / "a.tvo")):
+            signal.setitimer(signal.ITIMER_REAL, whole / 4)
+            with pytest.raises(Own, match="told"):
+                call()
+    finally:
+        signal.setitimer(signal.ITIMER_REAL, 0)
+        signal.signal(signal.SIGALRM, before)
+    assert list(tmp_path.iterdir()) == []
 
 
 def test_other_threads_run_while_one_reads():

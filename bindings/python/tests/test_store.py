@@ -42,6 +42,7 @@ def test_change_and_delete(path):
         with pytest.raises(tavo.Error) as caught:
             store.update({"PointID": "x" * 17})
         assert caught.value.field == "PointID"
+        store.update({})
         store.find(number=8)
         store.delete()
         assert store.find(number=8) is None and len(store) == 100
@@ -66,8 +67,13 @@ def test_refusals(tmp_path):
         tavo.Store(tmp_path / "a.dat", "create")
     (tmp_path / "b.dat").write_bytes(b"no data file" * 100)
     for call in (tavo.Store, tavo.verify):
+        for name, why in (("b.dat", ""), ("none.dat", "no such file"), ("", "folder")):
+            with pytest.raises(tavo.Error, match=why) as caught:
+                call(tmp_path / name)
+            assert caught.value.where == str(tmp_path / name)
+    for wrong in ({"mode": "w"}, {"kind": "x"}, {"cache_pages": -1}):
         with pytest.raises(tavo.Error):
-            call(tmp_path / "b.dat")
+            tavo.Store(tmp_path / "a.dat", **wrong)
 
 
 def test_a_complete_file_keeps_all(tmp_path):

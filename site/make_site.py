@@ -3,84 +3,21 @@
 the format and the messages and run for every output that a page shows; OUT/api holds doxygen's pages.
 OUT/site is then the site, which needs no network. A command that fails, a page that nothing links to and a
 link to nothing fail."""
-import contextlib
 import json
-import os
 import pathlib
 import re
 import shutil
 import subprocess
 import sys
 
-TREE = pathlib.Path(__file__).resolve().parent.parent
-sys.path.insert(0, str(TREE / "tests/export"))
-import postgres  # noqa: E402  the tests' server of its own
+import commands
+
+TREE = commands.TREE
 KINDS = {"container": "holds further blocks and nothing else", "items": "item lines, one a value",
          "data": "data lines under a list of columns", "collected": "data lines, completed by EXTRAINFO",
          "extrainfo": "completes the lines of the block around it by their number or identifier",
          "time tagged": "lines of a fixed layout",
          "operations": "pairs of an operation and its points"}
-
-
-class Tool:
-    """Runs commands as a user of the installed copy does, in a folder with the examples."""
-
-    def __init__(self, prefix, folder):
-        self.prefix, self.folder = prefix, folder
-        libraries = next(path.parent for path in prefix.rglob("libtavo.so"))
-        self.environment = os.environ | {
-            "PATH": f"{prefix}/bin:/usr/bin:/bin:/usr/sbin", "LD_LIBRARY_PATH": str(libraries),
-            "LIBRARY_PATH": str(libraries), "CPATH": f"{prefix}/include",
-            "PKG_CONFIG_PATH": f"{libraries}/pkgconfig", "CMAKE_PREFIX_PATH": str(prefix),
-            "GDAL_DRIVER_PATH": ":".join(str(path.parent) for path in prefix.rglob("ogr_TAVO.so")),
-            "PYTHONPATH": ":".join(str(path.parent.parent) for path in prefix.rglob("tavo/__init__.py")),
-            "COLUMNS": "80", "LC_ALL": "C.UTF-8"}
-
-    def run(self, command, status=0):
-        done = subprocess.run(["bash", "-c", command], cwd=self.folder, env=self.environment, text=True,
-                              stdout=subprocess.PIPE, stderr=subprocess.STDOUT, stdin=subprocess.DEVNULL)
-        if done.returncode != status:
-            sys.exit(f"site: status {done.returncode}, not {status}: {command}\n{done.stdout}")
-        return done.stdout.rstrip("\n")
-
-    @contextlib.contextmanager
-    def database(self):
-        """Commands run meanwhile find a PostgreSQL server."""
-        with postgres.server() as folder:
-            self.environment |= {"PGHOST": folder, "PGUSER": "postgres"}
-            yield
-
-    def has(self, program):
-        if program == "postgres":
-            return bool(postgres.PROGRAMS)
-        return shutil.which(program, path=self.environment["PATH"]) is not None
-
-    def json(self, command):
-        return json.loads(self.run(command))
-
-
-def played(text, tool):
-    """A page with its commands run and its programs written: fences ```console [status=N] [lines=N]
-    [needs=PROGRAM] hold `$ command` lines and get their output, ```LANGUAGE file=NAME is a file first."""
-
-    def fence(match):
-        language, words, body = match[1], dict(word.split("=") for word in match[2].split()), match[3]
-        if "file" in words:
-            (tool.folder / words["file"]).write_text(body, encoding="utf-8")
-        if language != "console":
-            return f"```{language}\n{body}```"
-        absent = words.get("needs") and not tool.has(words["needs"])
-        if absent:
-            print(f"site: {words['needs']} is not installed: its commands are shown without their output")
-        lines = []
-        for command in re.findall(r"^\$ ((?:.*\\\n)*.*)$", body, re.MULTILINE):
-            output = [] if absent else tool.run(command, int(words.get("status", 0))).split("\n")
-            most = int(words.get("lines", 40))
-            lines += [f"$ {command}", *(output[:most] if output != [""] else [])]
-            lines += ["..."] if len(output) > most else []
-        return "```console\n" + "\n".join(lines) + "\n```"
-
-    return re.sub(r"^```(\w+) ?([^\n]*)\n(.*?)^```$", fence, text, flags=re.MULTILINE | re.DOTALL)
 
 
 def excerpt(lines, path, keywords):
@@ -196,18 +133,17 @@ def tool_pages(tool):
 
 
 def written_pages(tool, source):
-    """The pages of docs/ and site/pages, and those at the top of the tree, with links as they are here."""
-    pages = {page.name: page.read_text(encoding="utf-8") for page in (TREE / "docs").glob("*.md")}
-    for name in ("CHANGELOG", "SECURITY", "SUPPORT", "CONTRIBUTING"):
-        text = (TREE / f"{name}.md").read_text(encoding="utf-8")
-        pages[f"{name.lower()}.md"] = re.sub(r"\]\((docs|site/pages)/", "](", text).replace(
-            "](LICENSE)", "](license.md)")
+    """The pages of docs/ and site/pages, and those at the top of the tree, with links as they are here; the
+    README's commands are run, too."""
+    pages = {}
+    for path in sorted([*TREE.glob("*.md"), *(TREE / "docs").glob("*.md"), *(TREE / "site/pages").glob("*.md")]):
+        text = path.read_text(encoding="utf-8")
+        if path.parent == TREE:
+            text = re.sub(r"\]\((docs|site/pages)/", "](", text).replace("](LICENSE)", "](license.md)")
+        pages[path.name.lower()] = commands.played(str(path.relative_to(TREE)), text, tool)
+    commands.check_all_used()
     pages["license.md"] = (TREE / "LICENSE").read_text(encoding="utf-8").replace("MIT License", "# Licence: MIT", 1)
-    for page in sorted((TREE / "site/pages").glob("*.md")):
-        text = page.read_text(encoding="utf-8")
-        served = "needs=postgres" in text and tool.has("postgres")
-        with tool.database() if served else contextlib.nullcontext():
-            pages[page.name] = played(text, tool)
+    pages.pop("readme.md")
     pages.pop("messages.md", None)  # every message has a page of its own here
     for name, text in pages.items():
         text = text.replace("](messages.md", "](messages/index.md")
@@ -248,9 +184,8 @@ def main(prefix, out):
     source, scratch = out / "source", out / "scratch"
     for folder in (source, scratch, out / "site"):
         shutil.rmtree(folder, ignore_errors=True)
-    shutil.copytree(TREE / "examples", scratch)
     shutil.copytree(out / "api", source / "api")
-    tool = Tool(prefix, scratch)
+    tool = commands.Tool(prefix, scratch)
     pages = written_pages(tool, source) | tool_pages(tool) | format_pages(tool) | message_pages(tool)
     for name, text in pages.items():
         (source / name).parent.mkdir(parents=True, exist_ok=True)

@@ -20,6 +20,12 @@ def words_of_help(*verb):
     return {word for row in rows for word in row.split(",") if re.fullmatch(r"--?[a-z][\w-]*|[a-z]+", word)}
 
 
+def values_of_help(*verb):
+    """The options whose value is one of some words, with these."""
+    rows = re.findall(r"^  (?:-\w,)?(--[\w-]+) ([a-z]+(?:\|[a-z]+)+)", output(tool, *verb, "--help"), re.MULTILINE)
+    return {option: set(words.split("|")) for option, words in rows}
+
+
 def man(verb):
     page = pages / "man1" / ("-".join(["tavo", *verb]) + ".1")
     shown = output("man", "--warnings", "-E", "UTF-8", "-l", page,
@@ -28,32 +34,36 @@ def man(verb):
     return set(re.findall(r"(?<![\w-])--?[a-z][\w-]*|^ {7}[a-z]+", shown.replace("\b", ""), re.MULTILINE))
 
 
-def bash(verb):
-    words = ["tavo", *verb]
+def bash(verb, starts=("-", "''")):
+    asks = "; ".join(f"ask {' '.join(['tavo', *verb])} {start}" for start in starts)
     script = f'''source {pages}/completions/tavo.bash
         ask() {{ COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); COMPREPLY=(); _tavo; printf '%s\\n' "${{COMPREPLY[@]}}"; }}
-        ask {' '.join(words)} -; ask {' '.join(words)} ""'''
+        {asks}'''
     return set(output("bash", "-c", script).split())
 
 
-def fish(verb):
+def fish(verb, starts=("-", "--", "")):
     script = f"source {pages}/completions/tavo.fish\n" + "\n".join(
-        f"complete -C '{' '.join(['tavo', *verb])} {start}'" for start in ("-", "--", ""))
+        f"complete -C '{' '.join(['tavo', *verb])} {start}'" for start in starts)
     return set(re.findall(r"^\S+", output("fish", "--no-config", "-c", script), re.MULTILINE))
 
 
-def zsh(verb):
+def zsh(verb, starts=()):
     text = (pages / "completions/_tavo").read_text()
     output("zsh", "-n", pages / "completions/_tavo")
     part = text.partition(f"    {verb[0]})\n")[2].partition(";;")[0] if verb else text.partition("case ")[0]
+    for option in starts:
+        return set(re.search(rf"'\*?{option.strip()}\[.*?\]:value:\(([^)]*)\)'", part)[1].split())
     rows = re.findall(r"'\*?(--?[\w-]+)\[|^  '([a-z]+):", part, re.MULTILINE)
     return {word for row in rows for word in row}
 
 
-judges = [man, bash, *(judge for judge in (fish, zsh) if shutil.which(judge.__name__))]
+# What stands for a word that is still empty.
+shells = {shell: empty for shell, empty in ((bash, "''"), (fish, ""), (zsh, "")) if shutil.which(shell.__name__)}
+judges = [man, *shells]
 verbs = sorted(word for word in words_of_help() if not word.startswith("-"))
 assert len(verbs) > 7, verbs
-faults = []
+faults, count = [], 0
 for verb in [[], *([name] for name in verbs)]:
     wanted = words_of_help(*verb)
     assert "--help" in wanted
@@ -61,5 +71,13 @@ for verb in [[], *([name] for name in verbs)]:
         missing = wanted - {word.strip() for word in judge(verb)}
         if missing:
             faults.append(f"{judge.__name__}: tavo {' '.join(verb)} lacks {sorted(missing)}")
-print("\n".join(faults) or f"{len(verbs)} verbs by {', '.join(judge.__name__ for judge in judges)}")
+    values = values_of_help(*verb)
+    count += len(values)
+    for option, words in values.items():
+        for shell, empty in shells.items():
+            shown = shell(verb, [f"{option} {empty}"])
+            if shown != words:
+                faults.append(f"{shell.__name__}: tavo {' '.join(verb)} {option} takes {sorted(words)}, not {sorted(shown)}")
+assert count > 12, count
+print("\n".join(faults) or f"{len(verbs)} verbs, {count} options with words, by {', '.join(judge.__name__ for judge in judges)}")
 sys.exit(bool(faults))

@@ -36,11 +36,10 @@ void addCheck(CLI::App& app, Action* action) {
   addRules(verb, &options->rules);
   addForms(verb, &options->form, {"text", "json", "csv", "sarif"},
            "text, json (a line for each file), csv or sarif");
-  verb->add_option("--fail-on", *failOn, "Exit with 1 also on warnings, or on no record")
+  oneOf(verb->add_option("--fail-on", *failOn, "Exit with 1 also on warnings, or on no record"),
+        {"warning", "empty"})
       ->delimiter(',')
-      ->allow_extra_args(false)
-      ->check(CLI::IsMember({"warning", "empty"}).description(""))
-      ->type_name("warning|empty");
+      ->allow_extra_args(false);
   verb->add_option("-j,--jobs", options->jobs, "Files checked at once (default: one per core)")
       ->check(CLI::Range(1, 1024).description(""))
       ->type_name("N");
@@ -113,12 +112,12 @@ namespace {
 void addLayout(CLI::App* verb, const std::shared_ptr<BuildOptions>& options) {
   verb->add_option("-o,--output", options->output, "Text to write")->required()->type_name("PATH");
   addOverwrite(verb, &options->overwrite);
-  verb->add_option_function<std::string>(
-          "--columns",
-          [options](const std::string& value) { options->layout.align = value == "on" ? 1 : 0; },
-          "Align the columns of data lines")
-      ->check(CLI::IsMember({"on", "off"}).description(""))
-      ->type_name("on|off")
+  const auto align = [options](const std::string& value) {
+    options->layout.align = value == "on" ? 1 : 0;
+  };
+  oneOf(
+      verb->add_option_function<std::string>("--columns", align, "Align the columns of data lines"),
+      {"on", "off"})
       ->default_str("on");
   verb->add_option_function<std::vector<int>>(
           "--decimals",

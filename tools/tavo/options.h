@@ -16,6 +16,8 @@ using Action = std::function<int()>;
 CLI::App* addVerb(CLI::App& app, const char* name, const char* description, const char* footer);
 // --overwrite, of a verb that writes a file.
 void addOverwrite(CLI::App* verb, bool* overwrite);
+// An option whose value is one of some words, which the help and the completions show.
+CLI::Option* oneOf(CLI::Option* option, const std::vector<std::string>& words);
 // --format with those of the names text, json, csv, sarif and md.
 CLI::Option* addForms(CLI::App* verb, Form* form, const std::vector<std::string>& names,
                       const char* description);

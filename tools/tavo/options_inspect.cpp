@@ -18,17 +18,12 @@ CLI::Option* addForms(CLI::App* verb, Form* form, const std::vector<std::string>
                                                         {"csv", Form::kCsv},
                                                         {"sarif", Form::kSarif},
                                                         {"md", Form::kMarkdown}};
-  return verb
-      ->add_option_function<std::string>(
-          "--format",
-          [form](const std::string& value) {
-            for (const auto& [name, known] : kForms) {
-              if (value == name) *form = known;
-            }
-          },
-          description)
-      ->check(CLI::IsMember(names).description(""))
-      ->type_name("FORM")
+  const auto set = [form](const std::string& value) {
+    for (const auto& [name, known] : kForms) {
+      if (value == name) *form = known;
+    }
+  };
+  return oneOf(verb->add_option_function<std::string>("--format", set, description), names)
       ->default_str("text");
 }
 
@@ -106,19 +101,16 @@ void addDump(CLI::App& app, Action* action) {
       ->delimiter(',')
       ->allow_extra_args(false)
       ->type_name("BLOCK");
-  verb->add_option_function<std::string>(
-          "--format",
-          [options](const std::string& form) {
-            options->form = form == "csv" ? Form::kCsv : Form::kJson;
-          },
-          "jsonl, one line a record, or csv")
-      ->check(CLI::IsMember({"jsonl", "csv"}).description(""))
-      ->type_name("FORM")
+  const auto setForm = [options](const std::string& form) {
+    options->form = form == "csv" ? Form::kCsv : Form::kJson;
+  };
+  oneOf(verb->add_option_function<std::string>("--format", setForm,
+                                               "jsonl, one line a record, or csv"),
+        {"jsonl", "csv"})
       ->default_str("jsonl");
   const auto units = std::make_shared<std::string>("file");
-  verb->add_option("--units", *units, "the file's own units, or si: metres and radians")
-      ->check(CLI::IsMember({"file", "si"}).description(""))
-      ->type_name("file|si")
+  oneOf(verb->add_option("--units", *units, "the file's own units, or si: metres and radians"),
+        {"file", "si"})
       ->capture_default_str();
   verb->add_flag("--all", options->allFields, "Show fields that the file does not declare, too");
   verb->add_flag("--force", options->force, "Print what can be read of a damaged data file");

@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "text.h"
 
@@ -42,11 +43,14 @@ void addOverwrite(CLI::App* verb, bool* overwrite) {
   verb->add_flag("--overwrite", *overwrite, "Replace a file there, whatever it is");
 }
 
+CLI::Option* oneOf(CLI::Option* option, const std::vector<std::string>& words) {
+  return option->check(CLI::IsMember(words).description(""))
+      ->type_name(CLI::detail::join(words, "|"));
+}
+
 void addForm(CLI::App* verb, bool* json, const char* description) {
-  verb->add_option_function<std::string>(
-          "--format", [json](const std::string& form) { *json = form == "json"; }, description)
-      ->check(CLI::IsMember({"text", "json"}).description(""))
-      ->type_name("FORM")
+  const auto set = [json](const std::string& form) { *json = form == "json"; };
+  oneOf(verb->add_option_function<std::string>("--format", set, description), {"text", "json"})
       ->default_str("text");
 }
 

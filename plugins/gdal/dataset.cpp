@@ -311,6 +311,13 @@ std::vector<Column> Dataset::columnsOf(const std::string& name, const std::vecto
   return columns;
 }
 
+// The first layer of a reference system, which is that of the points, lends the others its extent.
+void Dataset::addPlaced(uint32_t system, std::unique_ptr<Layer> layer) {
+  const auto [first, own] = firstIn_.try_emplace(system, layer.get());
+  if (!own) layer->borrowExtent(*first->second);
+  layers_.push_back(std::move(layer));
+}
+
 void Dataset::addSpatial(const std::string& name, OGRwkbGeometryType geometry,
                          const std::vector<uint32_t>& types, bool all) {
   const Shares shares(source_, types);
@@ -322,15 +329,11 @@ void Dataset::addSpatial(const std::string& name, OGRwkbGeometryType geometry,
     const bool labels =
         types.front() == TVO_RECORD_POINT_ANNOTATIONS || types.front() == TVO_RECORD_BOX_ON_POINT;
     const bool heights = share.heights && !(labels && share.flat);
-    // Where nothing has a place the layer is a table: QGIS would take it to reach from one end of
-    // the world to the other. Lines and polygons keep their kind, by which they are written again.
-    const bool placed = share.heights || share.flat || geometry == wkbMultiLineString ||
-                        geometry == wkbMultiPolygon;
-    const OGRwkbGeometryType flat = placed ? geometry : wkbNone;
-    const OGRwkbGeometryType type = heights ? OGR_GT_SetZ(flat) : flat;
-    layers_.push_back(std::make_unique<RecordLayer>(
-        source_, styles_,
-        Contents{nameIn(name, alone, number), type, system(number), share.parts, columns}));
+    const OGRwkbGeometryType type = heights ? OGR_GT_SetZ(geometry) : geometry;
+    addPlaced(number,
+              std::make_unique<RecordLayer>(source_, styles_,
+                                            Contents{nameIn(name, alone, number), type,
+                                                     system(number), share.parts, columns}));
   }
 }
 
@@ -379,15 +382,13 @@ void Dataset::addFindings() {
   for (const Finding& finding : findings_) {
     if (finding.place.dimension != 0) shares[finding.place.crs];
   }
-  const bool placed = !shares.empty();
-  const uint32_t home = placed ? shares.begin()->first : 0;
+  const uint32_t home = shares.empty() ? 0 : shares.begin()->first;
   for (const Finding& finding : findings_) {
     shares[finding.place.dimension != 0 ? finding.place.crs : home].push_back(finding);
   }
   for (auto& [number, share] : shares) {
-    layers_.push_back(std::make_unique<FindingLayer>(nameIn("findings", shares.size() == 1, number),
-                                                     placed ? wkbPoint : wkbNone, system(number),
-                                                     std::move(share)));
+    addPlaced(number, std::make_unique<FindingLayer>(nameIn("findings", shares.size() == 1, number),
+                                                     system(number), std::move(share)));
   }
 }
 

@@ -37,6 +37,7 @@ class Dataset : public GDALDataset {
                   const std::vector<uint32_t>& types, bool all);
   void addTable(const std::string& name, const std::vector<uint32_t>& types, bool all);
   void addFindings();
+  void addPlaced(uint32_t system, std::unique_ptr<Layer> layer);
   std::vector<Column> columnsOf(const std::string& name, const std::vector<uint32_t>& types,
                                 bool all);
   void addAttributes(std::vector<Column>& columns, Attributes attributes);
@@ -48,7 +49,8 @@ class Dataset : public GDALDataset {
   std::vector<std::unique_ptr<Attributes>> attributes_;        // what columns refer to
   std::vector<std::unique_ptr<OGRSpatialReference>> systems_;  // of each of the geometry's
   std::vector<Finding> findings_;
-  std::vector<std::unique_ptr<OGRLayer>> layers_;
+  std::vector<std::unique_ptr<Layer>> layers_;
+  std::map<uint32_t, Layer*> firstIn_;  // by number of the reference system
 };
 
 }  // namespace tavo::gdal

@@ -229,9 +229,9 @@ std::vector<Finding> findingsOf(const Source& source, const std::vector<Attribut
   return findings;
 }
 
-FindingLayer::FindingLayer(const std::string& name, OGRwkbGeometryType type,
-                           const OGRSpatialReference* system, std::vector<Finding> findings)
-    : Layer(name, type, system), findings_(std::move(findings)) {
+FindingLayer::FindingLayer(const std::string& name, const OGRSpatialReference* system,
+                           std::vector<Finding> findings)
+    : Layer(name, wkbPoint, system), findings_(std::move(findings)) {
   declare(findingColumns(findings_));
 }
 

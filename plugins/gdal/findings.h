@@ -27,7 +27,7 @@ std::vector<Finding> findingsOf(const Source& source, const std::vector<Attribut
 // Those of one reference system.
 class FindingLayer : public Layer {
  public:
-  FindingLayer(const std::string& name, OGRwkbGeometryType type, const OGRSpatialReference* system,
+  FindingLayer(const std::string& name, const OGRSpatialReference* system,
                std::vector<Finding> findings);
 
  protected:

@@ -122,7 +122,7 @@ GIntBig Layer::GetFeatureCount(int force) {
   return static_cast<GIntBig>(rowCount());
 }
 
-OGRErr Layer::GetExtent(OGREnvelope* extent, int) {
+OGRErr Layer::GetExtent(OGREnvelope* extent, int force) {
   if (!extentKnown_) {
     OGREnvelope one;
     for (size_t row = 0; row < rowCount(); ++row) {
@@ -130,6 +130,7 @@ OGRErr Layer::GetExtent(OGREnvelope* extent, int) {
     }
     extentKnown_ = true;
   }
+  if (!extent_.IsInit() && lender_ != nullptr) return lender_->GetExtent(extent, force);
   *extent = extent_;
   return extent_.IsInit() ? OGRERR_NONE : OGRERR_FAILURE;
 }

@@ -26,6 +26,9 @@ class Layer : public OGRLayer {
   OGRErr GetExtent(OGREnvelope* extent, int force) override;
   OGRErr GetExtent(int field, OGREnvelope* extent, int force) override;
   int TestCapability(const char* capability) override;
+  // Where nothing of this layer has a place, its extent is that of the other one, which must live
+  // as long: QGIS takes a layer without an extent to reach from one end of the world to the other.
+  void borrowExtent(Layer& other) { lender_ = &other; }
 
  protected:
   // system may be null, and stays the caller's.
@@ -54,6 +57,7 @@ class Layer : public OGRLayer {
   size_t next_ = 0;
   bool extentKnown_ = false;
   OGREnvelope extent_;
+  Layer* lender_ = nullptr;
 };
 
 }  // namespace tavo::gdal

@@ -14,7 +14,8 @@ from qgis.core import QgsApplication, QgsCoordinateTransformContext, QgsProvider
 
 COMMAND = "qgis examples/survey.tvo"
 PLACES = (419000, 5309600, 419900, 5310100)  # all that the example has lies within
-KINDS = {"points": 0, "lines": 1, "polygons": 2, "edges": 1, "annotations": 0, "texts": 0}
+KINDS = {"points": 0, "lines": 1, "polygons": 2, "edges": 1, "annotations": 0, "texts": 0,
+         "findings": 0}
 TABLE = 4
 
 

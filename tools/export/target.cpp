@@ -271,7 +271,7 @@ std::string Target::makeFiles() {
 std::string Target::damage(const File& file, uint64_t rows) const {
   static const std::map<std::string_view, const char*> kEnds = {
       {"GeoJSON", "}"}, {"KML", "</kml>"}, {"DXF", "EOF"}};
-  const std::string what = "writing '" + file.path + "' failed";
+  std::string what = "writing '" + file.path + "' failed";
   if (const auto end = kEnds.find(format_.driver); end != kEnds.end()) {
     return endsWith(file.temporary, end->second) ? "" : what;
   }
@@ -315,12 +315,13 @@ std::string Target::takePlace() const {
       VSIUnlink(CPLResetExtension(file.path.c_str(), part));
     }
   }
-  const std::string to = CPLGetPath(options_.output.c_str());
+  std::string to = CPLGetPath(options_.output.c_str());
+  if (!to.empty()) to += '/';
   const CPLStringList made(VSIReadDir(folder_.c_str()));
   for (int i = 0; i < made.Count(); ++i) {
     const std::string name = made[i];
     if (name == "." || name == "..") continue;
-    const std::string target = to.empty() ? name : to + "/" + name;
+    const std::string target = to + name;
     if (VSIRename((folder_ + "/" + name).c_str(), target.c_str()) != 0) {
       return "cannot replace '" + target + "': " + std::strerror(errno);
     }

@@ -4,7 +4,6 @@
 
 #include <cstdint>
 #include <map>
-#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -13,6 +12,7 @@
 #include <vector>
 
 #include "findings.h"
+#include "geometry.h"
 #include "record_fields.h"
 #include "verbs.h"
 
@@ -85,15 +85,12 @@ class DeepSurvey {
   Position position(const tavo_position& at) const;
 
  private:
-  struct FreeGeometry {
-    void operator()(tavo_geometry* geometry) const { tavo_geometry_free(geometry); }
-  };
   void collectDefinitions();
   std::optional<Position> ownPosition(RecordAt at) const;
 
   const tavo_survey* survey_;
   const RuleSettings& settings_;
-  std::unique_ptr<tavo_geometry, FreeGeometry> geometry_;
+  Geometry geometry_;
   std::vector<uint32_t> types_;
   std::map<uint32_t, std::vector<PlacedField>> fields_;
   std::map<uint32_t, std::vector<const tavo_block*>> blocks_;

@@ -5,7 +5,6 @@
 #include <cmath>
 #include <cstring>
 #include <map>
-#include <new>
 #include <numbers>
 #include <string_view>
 #include <unordered_map>
@@ -295,35 +294,14 @@ class SceneMaker {
   std::unordered_map<uint64_t, uint32_t> groupPlaces_;
 };
 
-Scene::Scene(const tavo_survey* survey) : survey_(survey) {
-  tavo_geometry* geometry = nullptr;
-  if (tavo_geometry_create(&geometry, survey, nullptr) != TAVO_OK) throw std::bad_alloc();
-  geometry_.reset(geometry);
+Scene::Scene(const tavo_survey* survey) : survey_(survey), geometry_(geometryOf(survey)) {
   SceneMaker(this).make();
 }
 
 std::optional<Place> Scene::placeOf(uint32_t type, size_t index) const {
-  size_t count = 0;
-  const tavo_position* const at = tavo_geometry_positions(geometry(), type, &count);
-  if (index < count) {
-    if (at[index].dimension == 0) return {};
-    return Place{at[index].crs, at[index].x, at[index].y};
-  }
-  // Shapes stand in the order of their owners.
-  size_t low = 0;
-  size_t high = tavo_geometry_shape_count(geometry(), type);
-  const size_t end = high;
-  tavo_shape shape{};
-  while (low < high) {
-    const size_t middle = (low + high) / 2;
-    tavo_geometry_shape(geometry(), type, middle, &shape);
-    (shape.owner < index ? low : high) = shape.owner < index ? middle + 1 : middle;
-  }
-  if (low == end || tavo_geometry_shape(geometry(), type, low, &shape) == 0) return {};
-  if (shape.owner != index || shape.vertex_count == 0) return {};
-  const double* const vertex =
-      shape.vertices + (type == TVO_RECORD_SLOPE ? 3 * (shape.vertex_count - 1) : 0);
-  return Place{shape.crs, vertex[0], vertex[1]};
+  const auto at = tool::placeOf(geometry(), type, index);
+  if (!at) return {};
+  return Place{at->crs, at->x, at->y};
 }
 
 std::optional<Place> Scene::placeOfLine(uint64_t line) const {

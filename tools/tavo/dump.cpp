@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "console.h"
-#include "exchange.h"
+#include "csv.h"
 #include "files.h"
 #include "findings.h"
 #include "record_json.h"
@@ -104,7 +104,7 @@ class CsvTable {
   bool printHead() const {
     std::vector<std::string> head{"file", "name"};
     head.insert(head.end(), columns_.begin(), columns_.end());
-    return printed(csvLine(head));
+    return printed(head);
   }
   bool print(const std::string& file, const Json& record) const {
     std::vector<std::string> row{file, record["name"].get<std::string>()};
@@ -115,7 +115,7 @@ class CsvTable {
                     : at->is_string()  ? at->get<std::string>()
                                        : oneLine(*at));
     }
-    return printed(csvLine(row));
+    return printed(row);
   }
 
  private:
@@ -129,7 +129,9 @@ class CsvTable {
       {TVO_RECORD_OPERATIONS, "Operation"},     {TVO_RECORD_OPERATION_POINTS, "points"},
   };
 
-  static bool printed(const std::string& line) {
+  static bool printed(const std::vector<std::string>& cells) {
+    std::string line;
+    appendCsvLine(cells, EdgeBlanks::kPlain, &line);
     return std::fwrite(line.data(), 1, line.size(), stdout) == line.size();
   }
   void add(const std::string& name) {

@@ -32,7 +32,7 @@ struct Sheet {
 
   bool write(const std::vector<std::string>& cells) {
     line_.clear();
-    appendCsvLine(cells, &line_);
+    appendCsvLine(cells, EdgeBlanks::kQuoted, &line_);
     return output.write(line_.data(), line_.size());
   }
 

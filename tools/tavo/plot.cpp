@@ -36,28 +36,7 @@ constexpr size_t kNamedPoints = 20000;
 constexpr size_t kNoteLength = 40;
 
 // Text of a file in the picture's own syntax; control characters, which it cannot hold, as '?'.
-std::string escaped(std::string_view text) {
-  std::string result;
-  for (const char c : printable(text)) {
-    switch (c) {
-      case '&':
-        result += "&amp;";
-        break;
-      case '<':
-        result += "&lt;";
-        break;
-      case '>':
-        result += "&gt;";
-        break;
-      case '"':
-        result += "&quot;";
-        break;
-      default:
-        result += c;
-    }
-  }
-  return result;
-}
+std::string written(std::string_view text) { return escaped(printable(text), "&<>\""); }
 
 // About how wide a text is, whatever font the viewer has.
 double widthOf(std::string_view text) {
@@ -130,12 +109,12 @@ class Picture {
         "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"%.0f\" height=\"%.0f\" "
         "viewBox=\"0 0 %.0f %.0f\" role=\"img\" font-family=\"sans-serif\" font-size=\"%.0f\">\n",
         width_, height_, width_, height_, kFont);
-    svg_ += "<title>" + escaped(title) + "</title>\n";
+    svg_ += "<title>" + written(title) + "</title>\n";
     put("<rect width=\"100%%\" height=\"100%%\" fill=\"#fff\"/>\n<text x=\"%.1f\" y=\"23\" "
         "font-size=\"16\" font-weight=\"bold\">",
         kMargin);
     svg_ +=
-        escaped(title.substr(0, lengthOfWhole(title.substr(0, static_cast<size_t>(width_ / 9))))) +
+        written(title.substr(0, lengthOfWhole(title.substr(0, static_cast<size_t>(width_ / 9))))) +
         "</text>\n";
     put("<clipPath id=\"map\"><rect x=\"%.1f\" y=\"%.1f\" width=\"%.1f\" height=\"%.1f\"/>"
         "</clipPath>\n<g clip-path=\"url(#map)\">\n",
@@ -153,7 +132,7 @@ class Picture {
     drawFrame();
     drawLegend();
     put("<text x=\"%.1f\" y=\"%.1f\" fill=\"#444\">", kMargin, height_ - 9);
-    svg_ += escaped(foot) + "</text>\n</svg>\n";
+    svg_ += written(foot) + "</text>\n</svg>\n";
     return std::move(svg_);
   }
 
@@ -291,7 +270,7 @@ class Picture {
     put("<text x=\"%.1f\" y=\"%.1f\" text-anchor=\"%s\" paint-order=\"stroke\" stroke=\"#fff\" "
         "stroke-width=\"2.5\" stroke-linejoin=\"round\" %s>",
         x, y, anchor, style);
-    svg_ += escaped(text) + "</text>\n";
+    svg_ += written(text) + "</text>\n";
   }
 
   // Writes a label beside a place where there is room for it, and else not.
@@ -419,7 +398,7 @@ class Picture {
       put("<rect x=\"%.1f\" y=\"%.1f\" width=\"10\" height=\"10\" fill=\"%s\"/>\n", x, y - 9,
           colourOf(code));
       put("<text x=\"%.1f\" y=\"%.1f\">", x + 16, y);
-      svg_ += escaped(scene_.codes()[code]) + "</text>\n";
+      svg_ += written(scene_.codes()[code]) + "</text>\n";
       y += kLegendRow;
       --left;
     }

@@ -355,12 +355,6 @@ double offsetOf(const tavo_schema_field& field, const tavo_units& units) {
   }
 }
 
-double withoutNoise(double value, int digits) {
-  char text[40];
-  std::snprintf(text, sizeof text, "%.*g", digits, value);
-  return std::strtod(text, nullptr);
-}
-
 // A real in the units of A, as its file has it; `units` are its own.
 double shownIn(const tavo_schema_field& field, const tavo_units& shown, double value,
                const tavo_units& units) {

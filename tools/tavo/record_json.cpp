@@ -205,10 +205,10 @@ Json unitsJson(const tavo_units& units) {
   return json;
 }
 
-double withoutNoise(double value) {
-  char digits[40];
-  std::snprintf(digits, sizeof digits, "%.14g", value);
-  return std::strtod(digits, nullptr);
+double withoutNoise(double value, int digits) {
+  char text[40];
+  std::snprintf(text, sizeof text, "%.*g", digits, value);
+  return std::strtod(text, nullptr);
 }
 
 Json valueJson(const tavo_schema_field& field, const char* at, const tavo_units& units, bool si) {

@@ -49,8 +49,8 @@ Json valueJson(const tavo_schema_field& field, const char* at, const tavo_units&
 // The same as the record keeps it.
 Json valueJson(const tavo_schema_field& field, const char* at);
 
-// What converting to a unit and back has cost the last digits of a double is gone.
-double withoutNoise(double value);
+// What converting to a unit and back has cost the last digits of a real is gone.
+double withoutNoise(double value, int digits = 14);
 
 class RecordPrinter {
  public:

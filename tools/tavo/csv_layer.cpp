@@ -285,7 +285,7 @@ class CsvRows::Run {
   }
 
   void fill(size_t index, std::vector<std::string>* row) const {
-    const char* const bytes = static_cast<const char*>(records_.bytes) + index * records_.size;
+    const char* const bytes = recordAt(records_, index);
     for (const Cell& cell : cells_) {
       if ((records_.given[index] >> cell.place & 1) != 0) (*row)[cell.column] = cell.of(bytes);
     }

@@ -59,10 +59,7 @@ class DeepSurvey {
   // Record types that have a field table and records, in the format's order.
   const std::vector<uint32_t>& types() const { return types_; }
   const tavo_records& of(uint32_t type) const { return *tavo_survey_records(survey_, type); }
-  const char* bytes(RecordAt at) const {
-    const tavo_records& records = of(at.type);
-    return static_cast<const char*>(records.bytes) + at.index * records.size;
-  }
+  const char* bytes(RecordAt at) const { return recordAt(of(at.type), at.index); }
   template <class Record>
   Record record(RecordAt at) const {
     return load<Record>(bytes(at));

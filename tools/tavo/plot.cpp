@@ -323,8 +323,7 @@ class Picture {
     const tavo_records& setups = *tavo_survey_records(scene_.survey(), TVO_RECORD_SETUP);
     for (const Mark& setup : view_.setups) {
       if (!isWanted(kSetups, setup.group)) continue;
-      const auto record =
-          load<TVO_SetupRecord>(static_cast<const char*>(setups.bytes) + setup.owner * setups.size);
+      const auto record = recordAt<TVO_SetupRecord>(setups, setup.owner);
       drawLabel(across(setup.x), down(setup.y) - 10,
                 labelOf(record.STN_NO, record.STN_ID, sizeof record.STN_ID),
                 "font-weight=\"bold\"");
@@ -497,7 +496,7 @@ int writePicture(const PlotOptions& options, const InputText& text, const Scene&
   const tavo_records& projects = *tavo_survey_records(scene.survey(), TVO_RECORD_PROJECT);
   std::string title;
   if (projects.count > 0) {
-    const auto project = load<TVO_ProjectRecord>(static_cast<const char*>(projects.bytes));
+    const auto project = recordAt<TVO_ProjectRecord>(projects, 0);
     title = toUtf8({project.NAME, strnlen(project.NAME, sizeof project.NAME)});
   }
   const std::string foot = nameOf(*view->crs) + " · " + counted(view->points.size(), "point") +

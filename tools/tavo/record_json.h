@@ -18,6 +18,15 @@ T load(const char* bytes) {
   return value;
 }
 
+// A record among those of its type: its bytes, and its value.
+inline const char* recordAt(const tavo_records& records, size_t index) {
+  return static_cast<const char*>(records.bytes) + index * records.size;
+}
+template <class Record>
+Record recordAt(const tavo_records& records, size_t index) {
+  return load<Record>(recordAt(records, index));
+}
+
 // "DATABASE/POINTS/THEMINFO"; "" for null.
 std::string blockPath(const tavo_schema_block* block);
 

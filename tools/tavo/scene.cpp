@@ -49,10 +49,6 @@ Keys keysOf(uint32_t type) {
 
 std::string textAt(const char* bytes, size_t room) { return toUtf8({bytes, strnlen(bytes, room)}); }
 
-const char* recordAt(const tavo_records& records, size_t index) {
-  return static_cast<const char*>(records.bytes) + index * records.size;
-}
-
 constexpr size_t kCodeRoom = sizeof(TVO_PointRecord::Code);
 constexpr uint32_t kAnnotationTypes[] = {TVO_RECORD_POINT_ANNOTATIONS, TVO_RECORD_LINE_ANNOTATIONS,
                                          TVO_RECORD_POLYGON_ANNOTATIONS};
@@ -124,7 +120,7 @@ class SceneMaker {
     const tavo_records& codes = records(TVO_RECORD_CODES);
     static const tavo_given layerBit = bitOf(TVO_RECORD_CODES, offsetof(TVO_CodeRecord, LayerNo));
     for (size_t i = 0; i < codes.count; ++i) {
-      const auto code = load<TVO_CodeRecord>(recordAt(codes, i));
+      const auto code = recordAt<TVO_CodeRecord>(codes, i);
       const std::string text = textAt(code.Code, sizeof code.Code);
       codeTexts_.emplace(code.CodeNo, text);
       if ((codes.given[i] & layerBit) != 0) codeLayers_.emplace(text, code.LayerNo);
@@ -219,7 +215,7 @@ class SceneMaker {
     const tavo_records& owners = records(ownerType);
     std::unordered_map<uint32_t, uint32_t> groupOfNumber;
     for (size_t i = 0; i < owners.count; ++i) {
-      groupOfNumber.emplace(load<uint32_t>(recordAt(owners, i)), ownerGroups[i]);
+      groupOfNumber.emplace(recordAt<uint32_t>(owners, i), ownerGroups[i]);
     }
     constexpr size_t kNumbers[] = {offsetof(TVO_AnnotationRecord, PointNo),
                                    offsetof(TVO_AnnotationRecord, LineNo),
@@ -250,7 +246,7 @@ class SceneMaker {
     const tavo_records& items = records(TVO_RECORD_ITEMS);
     std::map<uint16_t, std::map<uint16_t, std::string>> lines;
     for (size_t i = 0; i < items.count; ++i) {
-      const auto item = load<TVO_TextItemRecord>(recordAt(items, i));
+      const auto item = recordAt<TVO_TextItemRecord>(items, i);
       std::string& line = lines[item.TextBoxNo][item.LineNo];
       if (!line.empty()) line += ' ';
       line += textAt(item.TextItem, sizeof item.TextItem);
@@ -263,7 +259,7 @@ class SceneMaker {
         tavo_geometry_positions(scene_.geometry(), TVO_RECORD_BOX_ON_POINT, &count);
     for (size_t i = 0; i < count; ++i) {
       if (at[i].dimension == 0) continue;
-      const auto box = load<TVO_TextBoxRecord>(recordAt(boxes, i));
+      const auto box = recordAt<TVO_TextBoxRecord>(boxes, i);
       std::string text;
       for (const auto& [number, line] : lines[box.TextBoxNo]) {
         text += (text.empty() ? "" : "\n") + line;
@@ -279,7 +275,7 @@ class SceneMaker {
     for (const Group& group : scene_.groups_) names[group.layer];
     const tavo_records& layers = records(TVO_RECORD_LAYERS);
     for (size_t i = 0; i < layers.count; ++i) {
-      const auto layer = load<TVO_LayerRecord>(recordAt(layers, i));
+      const auto layer = recordAt<TVO_LayerRecord>(layers, i);
       const auto found = names.find(uint16_t{layer.LayerNo});
       if (found != names.end()) found->second = textAt(layer.Name, sizeof layer.Name);
     }

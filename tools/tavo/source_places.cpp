@@ -70,8 +70,7 @@ class Finder {
     const PlacedField terminator = fieldOf(TVO_RECORD_HEADER, TVO_FIELD_TERMINATOR);
     Delimiters now;
     for (size_t i = 0; i < headers.count; ++i) {
-      const auto record =
-          load<HeaderRecord>(static_cast<const char*>(headers.bytes) + i * headers.size);
+      const auto record = recordAt<HeaderRecord>(headers, i);
       if (separator.given(headers.given[i])) now.separator = record.SEPARATOR;
       if (terminator.given(headers.given[i])) now.terminator = record.TERMINATOR;
       delimiters_.emplace_back(headers.lines[i], now);

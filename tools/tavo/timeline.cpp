@@ -32,11 +32,6 @@ std::string textOf(const char (&text)[N]) {
   return {text, strnlen(text, N)};
 }
 
-template <class Record>
-Record recordAt(const tavo_records& records, size_t index) {
-  return load<Record>(static_cast<const char*>(records.bytes) + index * records.size);
-}
-
 // The fields of POINTS in these members, as bits of a record's presence.
 tavo_given pointBits(std::initializer_list<size_t> offsets) {
   const tavo_schema_block* const block = tavo_schema_block_of(TVO_RECORD_POINTS);

@@ -159,7 +159,7 @@ class CsvRows::Attributes {
         const uint32_t number = values_[i].OwnerNo;  // which need not be aligned in the record
         byNumber_[number].push_back(i);
       } else {
-        byId_[textOf(values_[i].PointID)].push_back(i);
+        byId_[toUtf8(textOf(values_[i].PointID))].push_back(i);
       }
     }
   }
@@ -179,14 +179,10 @@ class CsvRows::Attributes {
   }
 
  private:
-  template <size_t N>
-  static std::string textOf(const char (&text)[N]) {
-    return toUtf8({text, strnlen(text, N)});
-  }
-  std::string head(size_t i) const { return "a_" + textOf(values_[i].Attribute); }
+  std::string head(size_t i) const { return "a_" + toUtf8(textOf(values_[i].Attribute)); }
   std::string value(size_t i) const {
     const FreeValue& value = values_[i].Value;
-    if (value.kind == TVO_ENUM_TEXT) return textOf(value.text);
+    if (value.kind == TVO_ENUM_TEXT) return toUtf8(textOf(value.text));
     if (value.kind == TVO_ENUM_REAL) return number(value.real);
     return value.kind == TVO_ENUM_INT ? std::to_string(int32_t{value.integer}) : std::string();
   }

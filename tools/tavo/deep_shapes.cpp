@@ -54,7 +54,7 @@ class Ends {
   // Null where the point is not there or has no place.
   const tavo_position* at(uint32_t number, const char (&id)[17]) const {
     const RecordAt* const point =
-        survey_.target(TVO_FIELD_PointNo, number, TVO_FIELD_PointID, {id, strnlen(id, sizeof id)});
+        survey_.target(TVO_FIELD_PointNo, number, TVO_FIELD_PointID, textOf(id));
     if (point == nullptr || places_[point->index].dimension == 0) return nullptr;
     return &places_[point->index];
   }

@@ -90,7 +90,7 @@ Observations observationsOf(const tavo_survey* survey, const tavo_geometry* geom
     if (std::isnan(observations[i].red_hz) && std::isnan(observations[i].red_vz)) continue;
     const auto slope = recordAt<TVO_SlopeRecord>(slopes, i);
     std::string id;
-    if (slope.TgtNo == 0) id.assign(slope.TgtID, strnlen(slope.TgtID, sizeof slope.TgtID));
+    if (slope.TgtNo == 0) id = textOf(slope.TgtID);
     targets[{observations[i].setup, slope.TgtNo, std::move(id)}][isFaceTwo(observations[i]) ? 1 : 0]
         .push_back(i);
   }

@@ -497,7 +497,7 @@ int writePicture(const PlotOptions& options, const InputText& text, const Scene&
   std::string title;
   if (projects.count > 0) {
     const auto project = recordAt<TVO_ProjectRecord>(projects, 0);
-    title = toUtf8({project.NAME, strnlen(project.NAME, sizeof project.NAME)});
+    title = toUtf8(textOf(project.NAME));
   }
   const std::string foot = nameOf(*view->crs) + " · " + counted(view->points.size(), "point") +
                            ", " + counted(view->lines.size(), "line") + ", " +

@@ -1,8 +1,6 @@
 // Reading members of packed records, which need not be aligned.
 #include "record_fields.h"
 
-#include <cstring>
-
 namespace tavo::tool {
 
 namespace {
@@ -39,8 +37,7 @@ uint32_t wholeNumber(const tavo_schema_field& field, const void* record) {
 
 std::string_view textAt(const tavo_schema_field& field, const void* record) {
   if (field.type != TAVO_TYPE_TEXT) return {};
-  const char* const text = memberOf(field, record);
-  return {text, strnlen(text, field.width)};
+  return textOf(memberOf(field, record), field.width);
 }
 
 std::optional<double> realAt(const tavo_schema_field& field, const void* record) {

@@ -3,6 +3,8 @@
 
 #include <array>
 #include <cstring>
+#include <string>
+#include <string_view>
 #include <vector>
 
 #include "json.h"
@@ -16,6 +18,15 @@ T load(const char* bytes) {
   T value;
   std::memcpy(&value, bytes, sizeof value);
   return value;
+}
+
+// A text of a record up to its end mark, as the file has it. It lives as long as the record.
+inline std::string_view textOf(const char* text, size_t room) {
+  return {text, strnlen(text, room)};
+}
+template <size_t N>
+std::string_view textOf(const char (&text)[N]) {
+  return textOf(text, N);
 }
 
 // A record among those of its type: its bytes, and its value.

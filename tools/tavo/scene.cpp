@@ -47,8 +47,6 @@ Keys keysOf(uint32_t type) {
           bitOf(type, offsetof(Record, LayerNo))};
 }
 
-std::string textAt(const char* bytes, size_t room) { return toUtf8({bytes, strnlen(bytes, room)}); }
-
 constexpr size_t kCodeRoom = sizeof(TVO_PointRecord::Code);
 constexpr uint32_t kAnnotationTypes[] = {TVO_RECORD_POINT_ANNOTATIONS, TVO_RECORD_LINE_ANNOTATIONS,
                                          TVO_RECORD_POLYGON_ANNOTATIONS};
@@ -121,7 +119,7 @@ class SceneMaker {
     static const tavo_given layerBit = bitOf(TVO_RECORD_CODES, offsetof(TVO_CodeRecord, LayerNo));
     for (size_t i = 0; i < codes.count; ++i) {
       const auto code = recordAt<TVO_CodeRecord>(codes, i);
-      const std::string text = textAt(code.Code, sizeof code.Code);
+      const std::string text = toUtf8(textOf(code.Code));
       codeTexts_.emplace(code.CodeNo, text);
       if ((codes.given[i] & layerBit) != 0) codeLayers_.emplace(text, code.LayerNo);
     }
@@ -142,7 +140,7 @@ class SceneMaker {
   // code's.
   uint32_t groupOf(const char* record, tavo_given given, const Keys& keys) {
     std::string code;
-    if ((given & keys.codeBit) != 0) code = textAt(record + keys.code, kCodeRoom);
+    if ((given & keys.codeBit) != 0) code = toUtf8(textOf(record + keys.code, kCodeRoom));
     if (code.empty() && (given & keys.codeNoBit) != 0) {
       const auto number = load<uint16_t>(record + keys.codeNo);
       const auto found = codeTexts_.find(number);
@@ -228,8 +226,8 @@ class SceneMaker {
       const char* const record = recordAt(all, i);
       const auto found = groupOfNumber.find(load<uint32_t>(record + kNumbers[which]));
       addNote(&View::annotations, at[i], found == groupOfNumber.end() ? 0 : found->second, i,
-              textAt(record + offsetof(TVO_AnnotationRecord, Annotation),
-                     sizeof(TVO_AnnotationRecord::Annotation)),
+              toUtf8(textOf(record + offsetof(TVO_AnnotationRecord, Annotation),
+                            sizeof(TVO_AnnotationRecord::Annotation))),
               all.lines[i]);
     }
   }
@@ -249,7 +247,7 @@ class SceneMaker {
       const auto item = recordAt<TVO_TextItemRecord>(items, i);
       std::string& line = lines[item.TextBoxNo][item.LineNo];
       if (!line.empty()) line += ' ';
-      line += textAt(item.TextItem, sizeof item.TextItem);
+      line += toUtf8(textOf(item.TextItem));
     }
     const tavo_records& boxes = records(TVO_RECORD_BOX_ON_POINT);
     static const tavo_given layerBit =
@@ -277,7 +275,7 @@ class SceneMaker {
     for (size_t i = 0; i < layers.count; ++i) {
       const auto layer = recordAt<TVO_LayerRecord>(layers, i);
       const auto found = names.find(uint16_t{layer.LayerNo});
-      if (found != names.end()) found->second = textAt(layer.Name, sizeof layer.Name);
+      if (found != names.end()) found->second = toUtf8(textOf(layer.Name));
     }
     for (auto& [number, name] : names) scene_.layers_.push_back({number, std::move(name)});
   }
@@ -321,8 +319,8 @@ std::optional<Place> Scene::placeOfLine(uint64_t line) const {
 }
 
 std::string labelOf(uint32_t number, const char* id, size_t room) {
-  std::string text = textAt(id, room);
-  return text.empty() ? std::to_string(number) : text;
+  const std::string_view text = textOf(id, room);
+  return text.empty() ? std::to_string(number) : toUtf8(text);
 }
 
 std::string labelOf(const tavo_survey* survey, Kind kind, size_t index) {

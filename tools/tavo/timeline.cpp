@@ -27,11 +27,6 @@ struct Entry {
   std::string values;
 };
 
-template <size_t N>
-std::string textOf(const char (&text)[N]) {
-  return {text, strnlen(text, N)};
-}
-
 // The fields of POINTS in these members, as bits of a record's presence.
 tavo_given pointBits(std::initializer_list<size_t> offsets) {
   const tavo_schema_block* const block = tavo_schema_block_of(TVO_RECORD_POINTS);
@@ -58,7 +53,7 @@ Entry entryOf(const PointRecord& point, tavo_given given) {
       pointBits({offsetof(PointRecord, Longitude), offsetof(PointRecord, Latitude)});
   static const tavo_given geocentric =
       pointBits({offsetof(PointRecord, X), offsetof(PointRecord, Y)});
-  Entry entry{"point", point.Date, point.PointNo, textOf(point.PointID), {}};
+  Entry entry{"point", point.Date, point.PointNo, std::string(textOf(point.PointID)), {}};
   if ((given & grid) != 0) {
     entry.values =
         triple("East %.4f  North %.4f  Elevation %.4f", point.East, point.North, point.Elevation);
@@ -68,12 +63,14 @@ Entry entryOf(const PointRecord& point, tavo_given given) {
   } else if ((given & geocentric) != 0) {
     entry.values = triple("X %.4f  Y %.4f  Z %.4f", point.X, point.Y, point.Z);
   }
-  if (const std::string code = textOf(point.Code); !code.empty()) entry.values += "  Code " + code;
+  if (const std::string_view code = textOf(point.Code); !code.empty()) {
+    entry.values.append("  Code ").append(code);
+  }
   return entry;
 }
 
 Entry entryOf(const SlopeRecord& slope) {
-  return {"slope", slope.Date, slope.TgtNo, textOf(slope.TgtID),
+  return {"slope", slope.Date, slope.TgtNo, std::string(textOf(slope.TgtID)),
           triple("Hz %.4f gon  Vz %.4f gon  SDist %.4f m", slope.Hz * kGonPerRadian,
                  slope.Vz * kGonPerRadian, slope.SDist)};
 }
@@ -81,7 +78,7 @@ Entry entryOf(const SlopeRecord& slope) {
 Entry entryOf(const SetupRecord& setup) {
   char height[64];
   std::snprintf(height, sizeof height, "INST_HT %.4f m", double{setup.INST_HT});
-  return {"setup", setup.Date, setup.STN_NO, textOf(setup.STN_ID), height};
+  return {"setup", setup.Date, setup.STN_NO, std::string(textOf(setup.STN_ID)), height};
 }
 
 Entry entryOf(const TimeTaggedRecord& code) {
@@ -89,7 +86,7 @@ Entry entryOf(const TimeTaggedRecord& code) {
   for (size_t i = 0; i < code.EntryCount; ++i) {
     const TimeTaggedEntry& entry = code.entries[i];
     if (i > 0) values += "  ";
-    values += textOf(entry.name) + ' ';
+    values.append(textOf(entry.name)).append(1, ' ');
     if (entry.kind == TVO_ENUM_TEXT) {
       values.append(1, '"').append(textOf(entry.text)).append(1, '"');
     } else if (entry.kind == TVO_ENUM_REAL) {
@@ -100,7 +97,7 @@ Entry entryOf(const TimeTaggedRecord& code) {
       values += std::to_string(entry.integer);
     }
   }
-  return {"code", code.TimeTag, code.Number, textOf(code.Code), values};
+  return {"code", code.TimeTag, code.Number, std::string(textOf(code.Code)), values};
 }
 
 Entry entryOf(const tavo_survey* survey, const tavo_moment& moment) {

@@ -3,13 +3,12 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <map>
 #include <numbers>
 #include <string_view>
 #include <unordered_map>
 
-#include "record_json.h"
+#include "record_fields.h"
 #include "text.h"
 
 namespace tavo::tool {
@@ -20,34 +19,16 @@ constexpr double kEarthRadius = 6371000;
 // How far in front of a finding a thing may stand to be shown in its stead, in lines.
 constexpr uint64_t kNear = 50;
 
-// Where a type's records have their code, layer and number, and which bits of presence say so.
+// The fields of a type that say in which group its records are.
 struct Keys {
-  size_t number, code, codeNo, layer;  // offsets
-  tavo_given codeBit, codeNoBit, layerBit;
+  explicit Keys(uint32_t type)
+      : code(fieldOf(type, TVO_FIELD_Code)),
+        codeNo(fieldOf(type, TVO_FIELD_CodeNo)),
+        layer(fieldOf(type, TVO_FIELD_LayerNo)) {}
+
+  PlacedField code, codeNo, layer;
 };
 
-// The presence bit of the member at an offset.
-tavo_given bitOf(uint32_t type, size_t offset) {
-  const tavo_schema_block* const block = tavo_schema_block_of(type);
-  const tavo_schema_field* field = nullptr;
-  for (size_t i = 0; (field = tavo_schema_field_at(block, i)) != nullptr; ++i) {
-    if (field->offset == offset) return tavo_given{1} << i;
-  }
-  return 0;
-}
-
-template <class Record>
-Keys keysOf(uint32_t type) {
-  return {0,
-          offsetof(Record, Code),
-          offsetof(Record, CodeNo),
-          offsetof(Record, LayerNo),
-          bitOf(type, offsetof(Record, Code)),
-          bitOf(type, offsetof(Record, CodeNo)),
-          bitOf(type, offsetof(Record, LayerNo))};
-}
-
-constexpr size_t kCodeRoom = sizeof(TVO_PointRecord::Code);
 constexpr uint32_t kAnnotationTypes[] = {TVO_RECORD_POINT_ANNOTATIONS, TVO_RECORD_LINE_ANNOTATIONS,
                                          TVO_RECORD_POLYGON_ANNOTATIONS};
 // Types whose records can have a place, for the search by line.
@@ -96,9 +77,9 @@ class SceneMaker {
       scene_.views_[i].crs = tavo_geometry_crs(scene_.geometry(), i);
     }
     auto& [points, lines, polygons] = scene_.ownerGroups_;
-    points = groupsOf(TVO_RECORD_POINTS, keysOf<TVO_PointRecord>(TVO_RECORD_POINTS));
-    lines = groupsOf(TVO_RECORD_LINES, keysOf<TVO_LineRecord>(TVO_RECORD_LINES));
-    polygons = groupsOf(TVO_RECORD_POLYGONS, keysOf<TVO_PolygonRecord>(TVO_RECORD_POLYGONS));
+    points = groupsOf(TVO_RECORD_POINTS);
+    lines = groupsOf(TVO_RECORD_LINES);
+    polygons = groupsOf(TVO_RECORD_POLYGONS);
     addMarks(TVO_RECORD_POINTS, &View::points, points);
     addMarks(TVO_RECORD_SETUP, &View::setups, {});
     addShapes(TVO_RECORD_LINES, &View::lines, lines);
@@ -116,12 +97,12 @@ class SceneMaker {
   // What the code list says of a code: its text by number, its layer by either.
   void readCodes() {
     const tavo_records& codes = records(TVO_RECORD_CODES);
-    static const tavo_given layerBit = bitOf(TVO_RECORD_CODES, offsetof(TVO_CodeRecord, LayerNo));
+    const PlacedField layer = fieldOf(TVO_RECORD_CODES, TVO_FIELD_LayerNo);
     for (size_t i = 0; i < codes.count; ++i) {
       const auto code = recordAt<TVO_CodeRecord>(codes, i);
       const std::string text = toUtf8(textOf(code.Code));
       codeTexts_.emplace(code.CodeNo, text);
-      if ((codes.given[i] & layerBit) != 0) codeLayers_.emplace(text, code.LayerNo);
+      if (layer.given(codes.given[i])) codeLayers_.emplace(text, code.LayerNo);
     }
   }
 
@@ -140,23 +121,24 @@ class SceneMaker {
   // code's.
   uint32_t groupOf(const char* record, tavo_given given, const Keys& keys) {
     std::string code;
-    if ((given & keys.codeBit) != 0) code = toUtf8(textOf(record + keys.code, kCodeRoom));
-    if (code.empty() && (given & keys.codeNoBit) != 0) {
-      const auto number = load<uint16_t>(record + keys.codeNo);
+    if (keys.code.given(given)) code = toUtf8(textAt(*keys.code.field, record));
+    if (code.empty() && keys.codeNo.given(given)) {
+      const auto number = load<uint16_t>(record + keys.codeNo.field->offset);
       const auto found = codeTexts_.find(number);
       code = found == codeTexts_.end() || found->second.empty() ? std::to_string(number)
                                                                 : found->second;
     }
     std::optional<uint16_t> layer;
-    if ((given & keys.layerBit) != 0) {
-      layer = load<uint16_t>(record + keys.layer);
+    if (keys.layer.given(given)) {
+      layer = load<uint16_t>(record + keys.layer.field->offset);
     } else if (const auto found = codeLayers_.find(code); found != codeLayers_.end()) {
       layer = found->second;
     }
     return groupOf(code, layer);
   }
 
-  std::vector<uint32_t> groupsOf(uint32_t type, const Keys& keys) {
+  std::vector<uint32_t> groupsOf(uint32_t type) {
+    const Keys keys(type);
     const tavo_records& all = records(type);
     std::vector<uint32_t> groups(all.count);
     // Neighbours mostly have the same code; the search is for the others.
@@ -164,11 +146,11 @@ class SceneMaker {
     std::string key;
     for (size_t i = 0; i < all.count; ++i) {
       const char* const record = recordAt(all, i);
-      key.assign(record + keys.code, kCodeRoom);
-      key.append(record + keys.codeNo, sizeof(uint16_t));
-      key.append(record + keys.layer, sizeof(uint16_t));
-      const tavo_given bits[] = {keys.codeBit, keys.codeNoBit, keys.layerBit};
-      for (const tavo_given bit : bits) key += (all.given[i] & bit) != 0 ? '1' : '0';
+      key.clear();
+      for (const PlacedField& field : {keys.code, keys.codeNo, keys.layer}) {
+        key.append(record + field.field->offset, field.field->size);
+        key += field.given(all.given[i]) ? '1' : '0';
+      }
       const auto [place, isNew] = known.emplace(key, 0U);
       if (isNew) place->second = groupOf(record, all.given[i], keys);
       groups[i] = place->second;
@@ -250,8 +232,7 @@ class SceneMaker {
       line += toUtf8(textOf(item.TextItem));
     }
     const tavo_records& boxes = records(TVO_RECORD_BOX_ON_POINT);
-    static const tavo_given layerBit =
-        bitOf(TVO_RECORD_BOX_ON_POINT, offsetof(TVO_TextBoxRecord, LayerNo));
+    const PlacedField layerNo = fieldOf(TVO_RECORD_BOX_ON_POINT, TVO_FIELD_LayerNo);
     size_t count = 0;
     const tavo_position* const at =
         tavo_geometry_positions(scene_.geometry(), TVO_RECORD_BOX_ON_POINT, &count);
@@ -263,7 +244,7 @@ class SceneMaker {
         text += (text.empty() ? "" : "\n") + line;
       }
       std::optional<uint16_t> layer;
-      if ((boxes.given[i] & layerBit) != 0) layer = box.LayerNo;
+      if (layerNo.given(boxes.given[i])) layer = box.LayerNo;
       addNote(&View::texts, at[i], groupOf("", layer), i, std::move(text), boxes.lines[i]);
     }
   }

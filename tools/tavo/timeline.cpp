@@ -1,14 +1,11 @@
 // tavo timeline: prints the time-stamped records of a text in the order of their time.
-#include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <cstring>
-#include <initializer_list>
 #include <numbers>
 
 #include "console.h"
 #include "findings.h"
-#include "record_json.h"
+#include "record_fields.h"
 #include "text.h"
 #include "verbs.h"
 
@@ -27,16 +24,14 @@ struct Entry {
   std::string values;
 };
 
-// The fields of POINTS in these members, as bits of a record's presence.
-tavo_given pointBits(std::initializer_list<size_t> offsets) {
-  const tavo_schema_block* const block = tavo_schema_block_of(TVO_RECORD_POINTS);
-  tavo_given bits = 0;
-  const tavo_schema_field* field = nullptr;
-  for (size_t i = 0; (field = tavo_schema_field_at(block, i)) != nullptr; ++i) {
-    if (std::ranges::find(offsets, field->offset) != offsets.end()) bits |= tavo_given{1} << i;
-  }
-  return bits;
-}
+// Coordinates of which a point gives one or both.
+struct Pair {
+  Pair(FieldId first, FieldId second)
+      : one(fieldOf(TVO_RECORD_POINTS, first)), other(fieldOf(TVO_RECORD_POINTS, second)) {}
+  bool given(tavo_given given) const { return one.given(given) || other.given(given); }
+
+  PlacedField one, other;
+};
 
 std::string triple(const char* format, double a, double b, double c) {
   char text[160];
@@ -47,20 +42,17 @@ std::string triple(const char* format, double a, double b, double c) {
 
 // Presence decides which of its systems a point is shown in.
 Entry entryOf(const PointRecord& point, tavo_given given) {
-  static const tavo_given grid =
-      pointBits({offsetof(PointRecord, East), offsetof(PointRecord, North)});
-  static const tavo_given geographic =
-      pointBits({offsetof(PointRecord, Longitude), offsetof(PointRecord, Latitude)});
-  static const tavo_given geocentric =
-      pointBits({offsetof(PointRecord, X), offsetof(PointRecord, Y)});
+  static const Pair grid(TVO_FIELD_East, TVO_FIELD_North);
+  static const Pair geographic(TVO_FIELD_Longitude, TVO_FIELD_Latitude);
+  static const Pair geocentric(TVO_FIELD_X, TVO_FIELD_Y);
   Entry entry{"point", point.Date, point.PointNo, std::string(textOf(point.PointID)), {}};
-  if ((given & grid) != 0) {
+  if (grid.given(given)) {
     entry.values =
         triple("East %.4f  North %.4f  Elevation %.4f", point.East, point.North, point.Elevation);
-  } else if ((given & geographic) != 0) {
+  } else if (geographic.given(given)) {
     entry.values = triple("Longitude %.10f  Latitude %.10f  EllHeight %.4f", point.Longitude,
                           point.Latitude, point.EllHeight);
-  } else if ((given & geocentric) != 0) {
+  } else if (geocentric.given(given)) {
     entry.values = triple("X %.4f  Y %.4f  Z %.4f", point.X, point.Y, point.Z);
   }
   if (const std::string_view code = textOf(point.Code); !code.empty()) {

@@ -158,14 +158,9 @@ ExitStatus Side::readText(const std::string& path, const std::string& head) {
     take(record);
     return TAVO_OK;
   });
-  if (!analysis.complete()) {
-    complain("reading '" + name_ + "' failed: " + tavo_status_text(analysis.status));
-    return kFailed;
-  }
+  if (!isWhole(text, analysis)) return kFailed;
   complainOfNotes(text, analysis);
-  if (analysis.counts.errors == 0) return kSound;
-  complain(name_ + ": " + analysis.summary() + " (see 'tavo check')");
-  return kFindings;
+  return complainOfFindings(text, analysis);
 }
 
 ExitStatus Side::readDataFile(const std::string& path, const std::string& head) {

@@ -231,14 +231,9 @@ ExitStatus dumpText(const Dump& dump, const InputText& text) {
   };
   const Analysis analysis = eachRecord(text, print, true);
   if (!flushOutput()) return kFailed;
-  if (!analysis.complete()) {
-    complain("reading '" + text.name() + "' failed: " + tavo_status_text(analysis.status));
-    return kFailed;
-  }
+  if (!isWhole(text, analysis)) return kFailed;
   complainOfNotes(text, analysis);
-  if (analysis.counts.errors == 0 && analysis.counts.warnings == 0) return kSound;
-  complain(text.name() + ": " + analysis.summary() + " (see 'tavo check')");
-  return analysis.counts.errors > 0 ? kFindings : kSound;
+  return complainOfFindings(text, analysis, true);
 }
 
 ExitStatus dumpDataFile(const Dump& dump, const std::string& path, const std::string& streamed) {

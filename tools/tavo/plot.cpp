@@ -532,9 +532,7 @@ int plot(const PlotOptions& options) {
   if (survey == nullptr) return kFailed;
   complainOfNotes(text, analysis);
   const int status = writePicture(options, text, Scene(survey.get()), analysis);
-  if (status != kSound || analysis.counts.errors == 0) return status;
-  complain(text.name() + ": " + analysis.summary() + " (see 'tavo check')");
-  return kFindings;
+  return status == kSound ? int{complainOfFindings(text, analysis)} : status;
 }
 
 }  // namespace tavo::tool

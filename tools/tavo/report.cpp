@@ -108,9 +108,7 @@ int readText(const std::string& path, Surveyed* result) {
       complain(text.name() + ": " + note.get<std::string>());
     }
   }
-  if (analysis.counts.errors == 0) return kSound;
-  complain(text.name() + ": " + analysis.summary() + " (see 'tavo check')");
-  return kFindings;
+  return complainOfFindings(text, analysis);
 }
 
 }  // namespace

@@ -145,9 +145,7 @@ int timeline(const TimelineOptions& options) {
   }
   if (!flushOutput()) return kFailed;
   complainOfNotes(text, analysis);
-  if (analysis.counts.errors == 0) return kSound;
-  complain(text.name() + ": " + analysis.summary() + " (see 'tavo check')");
-  return kFindings;
+  return complainOfFindings(text, analysis);
 }
 
 }  // namespace tavo::tool

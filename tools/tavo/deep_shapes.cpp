@@ -228,6 +228,7 @@ void findOutside(DeepSurvey& survey) {
   size_t count = 0;
   const tavo_position* const places = tavo_geometry_positions(geometry, TVO_RECORD_POINTS, &count);
   for (size_t i = 0; i < count; ++i) {
+    throwIfInterrupted();
     const tavo_position& at = places[i];
     if (at.dimension == 0 || limits[at.crs].none()) continue;
     double longitude = 0, latitude = 0;

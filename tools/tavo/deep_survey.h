@@ -13,6 +13,7 @@
 
 #include "findings.h"
 #include "geometry.h"
+#include "interrupt.h"
 #include "record_fields.h"
 #include "verbs.h"
 
@@ -59,7 +60,11 @@ class DeepSurvey {
   // Record types that have a field table and records, in the format's order.
   const std::vector<uint32_t>& types() const { return types_; }
   const tavo_records& of(uint32_t type) const { return *tavo_survey_records(survey_, type); }
-  const char* bytes(RecordAt at) const { return recordAt(of(at.type), at.index); }
+  // Nearly every step of every rule comes by here, so this is where an interruption ends them.
+  const char* bytes(RecordAt at) const {
+    throwIfInterrupted();
+    return recordAt(of(at.type), at.index);
+  }
   template <class Record>
   Record record(RecordAt at) const {
     return load<Record>(bytes(at));

@@ -335,21 +335,6 @@ std::vector<Change> Comparer::changes(uint32_t type, const Records& first, size_
   return all;
 }
 
-// The offset that belongs to a coordinate.
-double offsetOf(const tavo_schema_field& field, const tavo_units& units) {
-  if (field.unit != TAVO_UNIT_LINEAR || field.converted != 0) return 0;
-  switch (field.id) {
-    case TVO_FIELD_East:
-      return units.offset_east;
-    case TVO_FIELD_North:
-      return units.offset_north;
-    case TVO_FIELD_Elevation:
-      return units.offset_elevation;
-    default:
-      return 0;
-  }
-}
-
 // A real in the units of A, as its file has it; `units` are its own.
 double shownIn(const tavo_schema_field& field, const tavo_units& shown, double value,
                const tavo_units& units) {

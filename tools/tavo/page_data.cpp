@@ -8,10 +8,10 @@
 #include <map>
 #include <numbers>
 #include <set>
-#include <unordered_map>
 
 #include "columns.h"
 #include "observations.h"
+#include "owners.h"
 #include "record_json.h"
 #include "tavo/survey.hpp"
 #include "text.h"
@@ -324,18 +324,16 @@ class SurveyPage {
   void addAttributes(const tavo_records& points) {
     const auto attributes = recordsOf<PointTheminfo>(survey_);
     if (attributes.empty()) return;
-    std::unordered_map<uint32_t, size_t> rows;
-    for (size_t i = 0; i < points.count; ++i) {
-      rows.emplace(recordAt<uint32_t>(points, i), i);
-    }
+    const OwnerIndex rows(points);
     std::map<std::string, Texts> columns;
     for (const PointTheminfo one : attributes) {
-      const auto row = rows.find(one.PointNo().value_or(0));
+      const auto whose = packedOf<TVO_ThemInfoRecord>(one);
+      const size_t row = rows.find(whose.OwnerNo, textOf(whose.PointID));
       const auto value = one.Value();
-      if (row == rows.end() || !value) continue;
+      if (row == SIZE_MAX || !value) continue;
       Texts& column = columns[textOr(one.Attribute())];
       column.resize(points.count);
-      column[row->second] = attributeText(*value);
+      column[row] = attributeText(*value);
     }
     for (const auto& [name, texts] : columns) {
       data_.points.push_back({{"name", name}, {"unit", ""}, {"texts", textsJson(texts)}});

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <unordered_map>
 
+#include "owners.h"
 #include "record_fields.h"
 #include "text.h"
 
@@ -192,25 +193,17 @@ class SceneMaker {
   void addAnnotations(size_t which, uint32_t ownerType, const std::vector<uint32_t>& ownerGroups) {
     const tavo_records& all = records(kAnnotationTypes[which]);
     if (all.count == 0) return;
-    const tavo_records& owners = records(ownerType);
-    std::unordered_map<uint32_t, uint32_t> groupOfNumber;
-    for (size_t i = 0; i < owners.count; ++i) {
-      groupOfNumber.emplace(recordAt<uint32_t>(owners, i), ownerGroups[i]);
-    }
-    constexpr size_t kNumbers[] = {offsetof(TVO_AnnotationRecord, PointNo),
-                                   offsetof(TVO_AnnotationRecord, LineNo),
-                                   offsetof(TVO_AnnotationRecord, PolygonNo)};
+    const OwnerIndex owners(records(ownerType));
     size_t count = 0;
     const tavo_position* const at =
         tavo_geometry_positions(scene_.geometry(), kAnnotationTypes[which], &count);
     for (size_t i = 0; i < count; ++i) {
       if (at[i].dimension == 0) continue;
-      const char* const record = recordAt(all, i);
-      const auto found = groupOfNumber.find(load<uint32_t>(record + kNumbers[which]));
-      addNote(&View::annotations, at[i], found == groupOfNumber.end() ? 0 : found->second, i,
-              toUtf8(textOf(record + offsetof(TVO_AnnotationRecord, Annotation),
-                            sizeof(TVO_AnnotationRecord::Annotation))),
-              all.lines[i]);
+      const auto note = recordAt<TVO_AnnotationRecord>(all, i);
+      const uint32_t numbers[] = {note.PointNo, note.LineNo, note.PolygonNo};
+      const size_t owner = owners.find(numbers[which], textOf(note.PointID));
+      addNote(&View::annotations, at[i], owner == SIZE_MAX ? 0 : ownerGroups[owner], i,
+              toUtf8(textOf(note.Annotation)), all.lines[i]);
     }
   }
 
@@ -305,15 +298,11 @@ std::string labelOf(uint32_t number, const char* id, size_t room) {
 }
 
 std::string labelOf(const tavo_survey* survey, Kind kind, size_t index) {
-  // The three begin alike: a number, and behind it an identifier.
-  constexpr size_t kId = offsetof(TVO_PointRecord, PointID);
-  static_assert(offsetof(TVO_LineRecord, LineID) == kId &&
-                offsetof(TVO_PolygonRecord, PolygonID) == kId);
   const uint32_t type = kind == kPoints  ? uint32_t{TVO_RECORD_POINTS}
                         : kind == kLines ? uint32_t{TVO_RECORD_LINES}
                                          : uint32_t{TVO_RECORD_POLYGONS};
   const char* const record = recordAt(*tavo_survey_records(survey, type), index);
-  return labelOf(load<uint32_t>(record), record + kId, sizeof(TVO_PointRecord::PointID));
+  return labelOf(load<uint32_t>(record), record + kOwnerId, sizeof(TVO_PointRecord::PointID));
 }
 
 std::string nameOf(const tavo_crs& crs) {

@@ -5,6 +5,7 @@
 #include <numeric>
 #include <string_view>
 
+#include "interrupt.h"
 #include "record_fields.h"
 
 namespace tavo::tool {
@@ -152,6 +153,7 @@ std::vector<SourcePlace> findPlaces(const InputText& text, const tavo_survey* su
   std::string rest;
   bool more = true;
   text.eachBlock([&](std::string_view block) {
+    throwIfInterrupted();
     size_t end = 0;
     while (more && (end = block.find('\n')) != block.npos) {
       std::string_view line = block.substr(0, end);

@@ -13,31 +13,16 @@ import subprocess
 import sys
 import tempfile
 
-HEAD = """HEADER
-  VERSION  1.31
-END HEADER
-DEFINITIONS
-  ELLIPSOIDS (EllipsoidNo,Name,A,F)
-    1,"GRS 1980",6378137.0,298.257222101;
-  END ELLIPSOIDS
-  MAPPRJ_PARAMS
-    UTM (MapPrjNo,Name,ZoneNo,HEMISPHERE)
-      1,"UTM 32 North",32,NORTH;
-    END UTM
-  END MAPPRJ_PARAMS
-  PROJECTION_SETS (PrjSetNo,Name,EllipsoidNo,MapPrjNo)
-    1,"UTM zone 32",1,1;
-  END PROJECTION_SETS
-END DEFINITIONS
-DATABASE
-"""
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "tests" / "export"))
+from surveys import HEAD  # noqa: E402
+
 COLUMNS = "PointNo,PointID,CLASS,East,North,Elevation,Code"
 
 
 def write(folder, count):
     random.seed(1)
     with open(folder / "points.tvo", "w") as survey, open(folder / "points.csv", "w") as table:
-        survey.write(f"{HEAD}  POINTS ({COLUMNS})\n")
+        survey.write(f"{HEAD.format(zone=32)}DATABASE\n  POINTS ({COLUMNS})\n")
         table.write(COLUMNS + "\n")
         for i in range(1, count + 1):
             east, north = 419000 + 5000 * random.random(), 5309000 + 5000 * random.random()

@@ -12,8 +12,6 @@ namespace tavo::gdal {
 
 namespace {
 
-std::string_view viewOf(const char* at, size_t room) { return {at, strnlen(at, room)}; }
-
 // Owners of a type by number, or where there is none by identifier; of several the first.
 class OwnerIndex {
  public:
@@ -34,14 +32,12 @@ class OwnerIndex {
   }
 
  private:
-  const char* at(size_t i) const {
-    return static_cast<const char*>(records_.bytes) + i * records_.size;
-  }
+  const char* at(size_t i) const { return recordAt(records_, i); }
   // Most surveys name owners by number alone.
   size_t findId(std::string_view id) {
     if (!idsKnown_) {
       for (size_t i = 0; i < records_.count; ++i) {
-        ids_.try_emplace(viewOf(at(i) + id_.offset, id_.width), i);
+        ids_.try_emplace(viewAt(at(i) + id_.offset, id_.width), i);
       }
       idsKnown_ = true;
     }
@@ -69,11 +65,11 @@ struct UsedCodes {
     const Member text = memberOf(block, TVO_FIELD_Code);
     const tavo_records& records = source.records(owner);
     for (size_t i = 0; i < records.count; ++i) {
-      const char* const at = static_cast<const char*>(records.bytes) + i * records.size;
+      const char* const at = recordAt(records, i);
       const Row row{owner, i, at, records.given[i], nullptr};
       if (number.in(row)) numbers.insert(load<uint16_t>(at + number.offset));
       if (text.in(row)) {
-        texts.insert(viewOf(at + text.offset, sizeof(TVO_CodeRecord::Code)));
+        texts.insert(viewAt(at + text.offset, sizeof(TVO_CodeRecord::Code)));
       }
     }
     for (const CodeEntry& code : source.survey().codes()) {
@@ -127,7 +123,7 @@ Attributes::Value Attributes::valueOf(const Packed& packed, const char* text, ui
   return {0,
           0,
           kindOf(packed.kind),
-          viewOf(text, sizeof packed.text),
+          viewAt(text, sizeof packed.text),
           packed.real,
           packed.integer,
           type,
@@ -178,11 +174,11 @@ Attributes Attributes::ofOwners(const Source& source, uint32_t owner, uint32_t t
   const Member given = memberOf(*tavo_schema_block_of(theminfo), TVO_FIELD_Value);
   for (size_t i = 0; i < records.count; ++i) {
     using Record = TVO_ThemInfoRecord;
-    const char* const at = static_cast<const char*>(records.bytes) + i * records.size;
+    const char* const at = recordAt(records, i);
     if (!given.in({theminfo, i, at, records.given[i], nullptr})) continue;
     const auto record = load<Record>(at);
-    const std::string_view name = viewOf(at + offsetof(Record, Attribute), sizeof record.Attribute);
-    const std::string_view id = viewOf(at + offsetof(Record, PointID), sizeof record.PointID);
+    const std::string_view name = viewAt(at + offsetof(Record, Attribute), sizeof record.Attribute);
+    const std::string_view id = viewAt(at + offsetof(Record, PointID), sizeof record.PointID);
     const size_t row = owners.find(record.OwnerNo, id);
     const Value value = valueOf(
         record.Value, at + offsetof(Record, Value) + offsetof(TVO_FreeValue, text), theminfo, i);
@@ -204,14 +200,13 @@ Attributes Attributes::ofTimeTaggedCodes(const Source& source) {
   constexpr uint32_t kType = TVO_RECORD_TIME_TAGGED_CODES;
   const tavo_records& records = source.records(kType);
   for (size_t i = 0; i < records.count; ++i) {
-    const auto record =
-        load<TVO_TimeTaggedRecord>(static_cast<const char*>(records.bytes) + i * records.size);
+    const auto record = load<TVO_TimeTaggedRecord>(recordAt(records, i));
     const char* at = reinterpret_cast<const char*>(record.entries);
     for (size_t n = 0; n < record.EntryCount; ++n, at += sizeof(TVO_TimeTaggedEntry)) {
       constexpr size_t kFirstEntry = 3;  // of the bits
       if ((records.given[i] >> (kFirstEntry + n) & 1) == 0) continue;
       const auto entry = load<TVO_TimeTaggedEntry>(at);
-      made.add(i, viewOf(at, sizeof entry.name),
+      made.add(i, viewAt(at, sizeof entry.name),
                valueOf(entry, at + offsetof(TVO_TimeTaggedEntry, text), kType, i));
     }
   }

@@ -85,8 +85,7 @@ class Places {
       if (pair.type != type) continue;
       // The number comes first in all of them.
       const tavo_records& records = source_.records(type);
-      const auto number =
-          load<uint32_t>(static_cast<const char*>(records.bytes) + index * records.size);
+      const auto number = load<uint32_t>(recordAt(records, index));
       const tavo_records& owners = source_.records(pair.owner);
       const char* at = static_cast<const char*>(owners.bytes);
       for (size_t i = 0; number != 0 && i < owners.count; ++i, at += owners.size) {

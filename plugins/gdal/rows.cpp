@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <string>
 
+#include "texts.h"
+
 namespace tavo::gdal {
 
 namespace {
@@ -95,8 +97,7 @@ std::string_view Rows::text(size_t row, TVO_FieldId id) const {
   size_t place = 0;
   const tavo_schema_field* const field = find(id, place);
   if (field == nullptr) return {};
-  const char* const at = this->at(row) + field->offset;
-  return {at, strnlen(at, field->size)};
+  return viewAt(at(row) + field->offset, field->size);
 }
 
 }  // namespace tavo::gdal

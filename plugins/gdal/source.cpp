@@ -57,8 +57,7 @@ Source::Source(Survey survey, const tavo_geometry_options& options) : survey_(st
 
 Row Source::row(uint32_t type, size_t index) const {
   const tavo_records& all = records(type);
-  Row row{type, index, static_cast<const char*>(all.bytes) + index * all.size, all.given[index],
-          tavo_default_units()};
+  Row row{type, index, recordAt(all, index), all.given[index], tavo_default_units()};
   const auto found = units_.find(type);
   if (found == units_.end()) return row;
   const auto behind = std::ranges::upper_bound(found->second, index, {}, &Stretch::first);
@@ -81,9 +80,8 @@ const std::string* Source::codeName(const Row& row, const Member& number,
     if (found != codesByNumber_.end()) return &found->second;
   }
   if (code.in(row)) {
-    const char* const text = row.bytes + code.offset;
     const auto found =
-        codesByText_.find(std::string_view(text, strnlen(text, sizeof(TVO_CodeRecord::Code))));
+        codesByText_.find(viewAt(row.bytes + code.offset, sizeof(TVO_CodeRecord::Code)));
     if (found != codesByText_.end()) return &found->second;
   }
   return nullptr;

@@ -30,6 +30,11 @@ struct Member {
 };
 Member memberOf(const tavo_schema_block& block, TVO_FieldId id);
 
+// The bytes of a record among those of its type.
+inline const char* recordAt(const tavo_records& records, size_t index) {
+  return static_cast<const char*>(records.bytes) + index * records.size;
+}
+
 class Source {
  public:
   // tavo::Error when memory runs out.

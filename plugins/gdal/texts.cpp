@@ -25,7 +25,7 @@ std::string toUtf8(std::string_view text) {
   return out;
 }
 
-std::string textAt(const char* at, size_t room) { return toUtf8({at, strnlen(at, room)}); }
+std::string textAt(const char* at, size_t room) { return toUtf8(viewAt(at, room)); }
 
 double shortest(float value) {
   char digits[32];

@@ -18,7 +18,9 @@ T load(const char* at) {
   return value;
 }
 
-// The text up to its end mark, as it is where it is UTF-8, else taken for Latin-1.
+// A text of a record up to its end mark, as the file has it.
+inline std::string_view viewAt(const char* at, size_t room) { return {at, strnlen(at, room)}; }
+// A text as it is where it is UTF-8, else taken for Latin-1; of a record up to its end mark.
 std::string toUtf8(std::string_view text);
 std::string textAt(const char* at, size_t room);
 

@@ -9,30 +9,14 @@ import time
 
 from osgeo import gdal, ogr, osr
 
+from surveys import HEAD
+
 for module in (gdal, ogr, osr):
     module.UseExceptions()
 
 TOOL, EXAMPLES = sys.argv[1], pathlib.Path(sys.argv[2])
 SURVEY = str(EXAMPLES / "survey.tvo")
-UTM = """HEADER
-  UNITS
-    LINEAR METRE
-  END UNITS
-END HEADER
-DEFINITIONS
-  ELLIPSOIDS (EllipsoidNo,Name,A,F)
-    1,"GRS 1980",6378137.0,298.257222101;
-  END ELLIPSOIDS
-  MAPPRJ_PARAMS
-    UTM (MapPrjNo,Name,ZoneNo,HEMISPHERE)
-      1,"UTM",{zone},NORTH;
-    END UTM
-  END MAPPRJ_PARAMS
-  PROJECTION_SETS (PrjSetNo,Name,EllipsoidNo,MapPrjNo)
-    1,"UTM",1,1;
-  END PROJECTION_SETS
-END DEFINITIONS
-DATABASE
+UTM = HEAD + """DATABASE
   POINTS (PointNo,East,North{heights})
 {points}
   END POINTS

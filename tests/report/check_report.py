@@ -41,6 +41,9 @@ DATABASE
     1,"</b>'&lt",1000.0,2000.0,"<u>x</u>",1,"<img src=x onerror=a>";
     2,"Gr\xfc\xdf",1040.0,2030.0,"\\"'&",1,"";
     3,"bad",{BAD},2030.0,"<script>",1,"";
+    THEMINFO (PointID,Attribute,Value)
+      "Gr\xfc\xdf","Age",12;
+    END THEMINFO
   END POINTS
   LINES (LineNo,LineID,LayerNo)
     1,"<hr>",1;
@@ -153,7 +156,9 @@ class Page(unittest.TestCase):
         for value, expected in zip(after, (15, 20)):
             self.assertAlmostEqual(value, expected, places=1)
         self.assertEqual(self.browser.run("return document.activeElement.id;"), "map")
-        self.assertIn("Point 2", self.browser.run("return document.getElementById('values').innerText;"))
+        values = self.browser.run("return document.getElementById('values').innerText;")
+        for word in ("Point 2", "Age 12"):  # of THEMINFO that names the point by its identifier alone
+            self.assertIn(word, values)
         marked = self.browser.run("return [...document.querySelectorAll('mark')].map(m => m.textContent);")
         self.assertIn(BAD, marked)
 

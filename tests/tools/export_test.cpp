@@ -11,9 +11,9 @@ constexpr char kFeet[] =
     "HEADER\n  UNITS\n    LINEAR INT_FEET\n    ANGULAR DEGS\n  END UNITS\n"
     "  OFFSETS\n    EAST 1000\n  END OFFSETS\nEND HEADER\n"
     "DATABASE\n"
-    "  POINTS (PointNo,PointID,East,North,Elevation)\n"
-    "    1,\"A\",10,20,;\n"
-    "    2,\"B,2\",0,,3;\n"
+    "  POINTS (PointNo,PointID,East,North,Elevation,X)\n"
+    "    1,\"A\",10,20,,100;\n"
+    "    2,\"B,2\",0,,3,;\n"
     "    THEMINFO (PointNo,Attribute,Value)\n"
     "      2,\"Girth\",12.5;\n      2,\"Girth\",13;\n"
     "    END THEMINFO\n"
@@ -28,13 +28,16 @@ TEST_F(ExportTest, ValuesHaveTheUnitsOfTheHead) {
   write("feet.tvo", kFeet);
   EXPECT_EQ(expectOutput(0, {"export", "feet.tvo", "-o", "-", "--layer", "observations"}),
             "survey,TgtNo,Hz [gon],SDist [m]\nfeet,1,100,30.48\n");
+  // An offset is no coordinate that has it added.
+  EXPECT_EQ(expectOutput(0, {"export", "feet.tvo", "-o", "-", "--layer", "offsets"}),
+            "survey,EAST [m]\nfeet,304.8\n");
   const ToolResult points = run({"export", "feet.tvo", "-o", "-"});
   EXPECT_EQ(points.status, 0) << points.err;
   EXPECT_NE(points.err.find("2 theminfo, 1 lines, 1 edges"), std::string::npos) << points.err;
   EXPECT_EQ(points.out,
-            "survey,PointNo,PointID,East [m],North [m],Elevation [m],a_Girth\n"
-            "feet,1,A,307.848,6.096,,\n"
-            "feet,2,\"B,2\",304.8,,0.9144,12.5; 13\n");
+            "survey,PointNo,PointID,East [m],North [m],Elevation [m],X [m],a_Girth\n"
+            "feet,1,A,307.848,6.096,,30.48,\n"
+            "feet,2,\"B,2\",304.8,,0.9144,,12.5; 13\n");
 }
 
 TEST_F(ExportTest, SurveysAreAddedAndReplaced) {

@@ -132,6 +132,23 @@ TEST_F(FilesTest, InterruptionAndFullDiskLeaveTheOldFile) {
 #endif
 
 #ifndef _WIN32
+// The log is complete when the rules of the deep check begin: it is of errors on the last lines.
+TEST_F(FilesTest, InterruptionEndsTheDeepCheck) {
+  std::string points = "DATABASE\nPOINTS (PointNo,PointID,East,North)\n";
+  for (int i = 1; i < 400000; ++i) {
+    const std::string number = std::to_string(i);
+    points += number + ",\"P" + number + "\"," + number + ".5,1.25;\n";
+  }
+  for (int i = 0; i < 100; ++i) points += "x;\n";
+  write("points.tvo", points + "END POINTS\nEND DATABASE\n");
+  const Arguments call{"check", "--deep", "--log", "deep.log", "points.tvo"};
+  EXPECT_EQ(runInterrupted(call, SIGINT, 100), -SIGINT);
+  // Neither findings nor a log, as there would be behind the last rule.
+  EXPECT_EQ(read("tool.out"), "");
+  EXPECT_FALSE(exists("deep.log"));
+  EXPECT_EQ(temporaryFiles(), Arguments{});
+}
+
 // Killed at any moment, an import leaves the old file or the new one.
 TEST_F(FilesTest, KilledImportLeavesOneOfTheFiles) {
   std::string points = "DATABASE\nPOINTS (PointNo,East)\n";
@@ -257,6 +274,33 @@ TEST_F(FilesTest, WhatIsNoPlainTextIsSaid) {
       EXPECT_NE(out.find("(standard input): note: "s + row.what + "\n"), out.npos) << out;
       EXPECT_NE(dump.err.find("tavo: (standard input): "s + row.what + "\n"), out.npos) << dump.err;
       EXPECT_EQ(json["notes"], nlohmann::json::array({row.what}));
+    }
+  }
+}
+
+// Lines and hashes that these tell are a text's; what is built of the data file has them.
+TEST_F(FilesTest, VerbsOfTextsSayWhatADataFileIs) {
+  const Arguments verbs[] = {{"check"},
+                             {"timeline"},
+                             {"format", "-o", "out.tvo"},
+                             {"import", "-o", "out.dat"},
+                             {"export", "-o", "out.csv"},
+                             {"plot", "-o", "out.svg"},
+                             {"report", "-o", "out.html"}};
+  const std::string data = read("survey.dat");
+  const std::string text = expectOutput(0, {"build", "survey.dat", "-o", "-"});
+  for (const Arguments& verb : verbs) {
+    for (const std::string file : {"survey.dat", "-"}) {
+      Arguments call = verb;
+      call.push_back(file);
+      const ToolResult result = run(call, file == "-" ? data : "");
+      if (result.err.find("this build makes no reports") != std::string::npos) continue;
+      EXPECT_EQ(result.status, 2) << verb[0];
+      EXPECT_NE(result.err.find(" is a data file, not a text (see 'tavo dump' and 'tavo build')"),
+                std::string::npos)
+          << result.err;
+      if (verb.size() > 1) EXPECT_FALSE(exists(verb[2]));
+      if (file == "-") expectOutput(0, call, text);
     }
   }
 }

@@ -99,12 +99,17 @@ int start(const std::vector<std::string>& arguments) { return wait(spawn(argumen
 }  // namespace
 
 #ifndef _WIN32
-int ToolTest::runInterrupted(const std::vector<std::string>& arguments, int signal) {
+int ToolTest::runInterrupted(const std::vector<std::string>& arguments, int signal, size_t bytes) {
   std::vector<std::string> command{TAVO_TOOL};
   command.insert(command.end(), arguments.begin(), arguments.end());
   write(kIn, "");
   const pid_t process = spawn(command);
-  for (int i = 0; i < 100000 && temporaryFiles().empty(); ++i) usleep(100);
+  const auto waits = [bytes] {
+    const std::vector<std::string> files = temporaryFiles();
+    std::error_code gone;
+    return files.empty() || std::filesystem::file_size(files.front(), gone) < bytes;
+  };
+  for (int i = 0; i < 100000 && waits(); ++i) usleep(100);
   EXPECT_EQ(kill(process, signal), 0);
   return wait(process);
 }

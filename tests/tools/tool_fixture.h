@@ -18,8 +18,10 @@ class ToolTest : public testing::Test {
  protected:
   static ToolResult run(const std::vector<std::string>& arguments, const std::string& input = {});
 #ifndef _WIN32
-  // Starts the tool, sends it a signal as soon as it has a temporary file, and waits for its end.
-  static int runInterrupted(const std::vector<std::string>& arguments, int signal);
+  // Starts the tool, sends it a signal as soon as it has a temporary file with so many bytes, and
+  // waits for its end.
+  static int runInterrupted(const std::vector<std::string>& arguments, int signal,
+                            size_t bytes = 0);
   // Starts the tool, kills it after so many microseconds, and waits for its end.
   static int runKilled(const std::vector<std::string>& arguments, unsigned after);
 #endif

@@ -5,6 +5,8 @@
 #include <cmath>
 #include <set>
 
+#include "interrupt.h"
+
 namespace tavo::tool {
 
 namespace {
@@ -110,6 +112,7 @@ std::optional<Corner> findCrossing(std::vector<Side> sides) {
   std::set<size_t, decltype(below)> order(below);
   std::vector<decltype(order)::iterator> places(sides.size(), order.end());
   for (const Event& event : events) {
+    throwIfInterrupted();
     const auto at = event.begins ? order.insert(event.side).first : places[event.side];
     places[event.side] = at;
     const auto next = std::next(at);

@@ -20,7 +20,7 @@ struct Side {
 
 // A place where two sides meet that do not follow each other, or lie on each other: a sweep from
 // west to east that ends at the first such place, in n log n steps for n sides. Rings may touch
-// each other in points, but not cross.
+// each other in points, but not cross. Throws Interruption.
 std::optional<Corner> findCrossing(std::vector<Side> sides);
 
 }  // namespace tavo::tool

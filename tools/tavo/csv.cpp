@@ -5,12 +5,13 @@
 
 namespace tavo::tool {
 
-void appendCsvLine(const std::vector<std::string>& cells, std::string* text) {
+void appendCsvLine(const std::vector<std::string>& cells, EdgeBlanks blanks, std::string* text) {
   bool first = true;
   for (const std::string& cell : cells) {
     if (!first) *text += ',';
     first = false;
-    const bool edge = !cell.empty() && (cell.front() == ' ' || cell.back() == ' ');
+    const bool edge =
+        blanks == EdgeBlanks::kQuoted && (cell.starts_with(' ') || cell.ends_with(' '));
     if (!edge && cell.find_first_of(",\"\r\n") == cell.npos) {
       *text += cell;
       continue;

@@ -12,7 +12,7 @@
 #include <string_view>
 #include <unordered_map>
 
-#include "record_json.h"
+#include "record_fields.h"
 #include "text.h"
 
 namespace tavo::tool {
@@ -23,7 +23,8 @@ constexpr char kShapeHead[] = "WKT";
 
 // How a field's values are shown: value * scale + offset, in a unit.
 struct Shown {
-  std::string unit = {};  // "": it has none
+  std::string unit = {};           // "": it has none
+  uint32_t kind = TAVO_UNIT_NONE;  // of the HEADER's units, from which the value is converted
   double scale = 1;
   double offset = 0;
 };
@@ -39,39 +40,24 @@ Shown shownAs(const tavo_schema_field& field, const tavo_units& units) {
       {&tavo_units::linear, "m", 1},
       {&tavo_units::geographic, "deg", 180 / std::numbers::pi},
   };
-  Shown shown;
-  if (field.unit != TAVO_UNIT_NONE) {
-    const Unit& unit = kUnits[field.unit - TAVO_UNIT_ANGULAR];
+  // Geocentric coordinates are lengths, too.
+  const bool geocentric =
+      field.id == TVO_FIELD_X || field.id == TVO_FIELD_Y || field.id == TVO_FIELD_Z;
+  const uint32_t kind = geocentric ? uint32_t{TAVO_UNIT_LINEAR} : field.unit;
+  if (kind != TAVO_UNIT_NONE) {
+    const Unit& unit = kUnits[kind - TAVO_UNIT_ANGULAR];
     if (units.*unit.inForce == TVO_ENUM_UNKNOWN) return {.unit = "unknown unit"};
-    shown.unit = unit.name;
-    shown.scale = unit.scale;
+    return {unit.name, kind, unit.scale, offsetOf(field, units)};
   }
   switch (field.id) {
-    case TVO_FIELD_East:
-      shown.offset = units.offset_east;
-      break;
-    case TVO_FIELD_North:
-      shown.offset = units.offset_north;
-      break;
-    case TVO_FIELD_Elevation:
-      shown.offset = units.offset_elevation;
-      break;
-    case TVO_FIELD_X:
-    case TVO_FIELD_Y:
-    case TVO_FIELD_Z:
-      shown.unit = "m";
-      break;
     case TVO_FIELD_DryTemp:
     case TVO_FIELD_WetTemp:
-      shown.unit = tavo_schema_value_name(units.temperature);
-      break;
+      return {.unit = tavo_schema_value_name(units.temperature)};
     case TVO_FIELD_AtmPress:
-      shown.unit = tavo_schema_value_name(units.pressure);
-      break;
+      return {.unit = tavo_schema_value_name(units.pressure)};
     default:
-      break;
+      return {};
   }
-  return shown;
 }
 
 std::string headOf(const tavo_schema_field& field, const Shown& shown) {
@@ -103,10 +89,9 @@ struct Cell {
 
   std::string of(const char* record) const {
     Json value = valueJson(*field, record + field->offset);
-    const bool moved = field->unit != TAVO_UNIT_NONE || shown.offset != 0;
-    if (!moved || !value.is_number_float()) return cellOf(value);
+    if (shown.kind == TAVO_UNIT_NONE || !value.is_number_float()) return cellOf(value);
     const double read = value.get<double>();
-    const double si = field->converted != 0 ? read : tavo_to_si(units, field->unit, read);
+    const double si = field->converted != 0 ? read : tavo_to_si(units, shown.kind, read);
     const double now = si * shown.scale + shown.offset;
     return number(now == read ? read : withoutNoise(now));
   }
@@ -159,7 +144,7 @@ class CsvRows::Attributes {
         const uint32_t number = values_[i].OwnerNo;  // which need not be aligned in the record
         byNumber_[number].push_back(i);
       } else {
-        byId_[textOf(values_[i].PointID)].push_back(i);
+        byId_[toUtf8(textOf(values_[i].PointID))].push_back(i);
       }
     }
   }
@@ -179,14 +164,10 @@ class CsvRows::Attributes {
   }
 
  private:
-  template <size_t N>
-  static std::string textOf(const char (&text)[N]) {
-    return toUtf8({text, strnlen(text, N)});
-  }
-  std::string head(size_t i) const { return "a_" + textOf(values_[i].Attribute); }
+  std::string head(size_t i) const { return "a_" + toUtf8(textOf(values_[i].Attribute)); }
   std::string value(size_t i) const {
     const FreeValue& value = values_[i].Value;
-    if (value.kind == TVO_ENUM_TEXT) return textOf(value.text);
+    if (value.kind == TVO_ENUM_TEXT) return toUtf8(textOf(value.text));
     if (value.kind == TVO_ENUM_REAL) return number(value.real);
     return value.kind == TVO_ENUM_INT ? std::to_string(int32_t{value.integer}) : std::string();
   }
@@ -285,7 +266,7 @@ class CsvRows::Run {
   }
 
   void fill(size_t index, std::vector<std::string>* row) const {
-    const char* const bytes = static_cast<const char*>(records_.bytes) + index * records_.size;
+    const char* const bytes = recordAt(records_, index);
     for (const Cell& cell : cells_) {
       if ((records_.given[index] >> cell.place & 1) != 0) (*row)[cell.column] = cell.of(bytes);
     }

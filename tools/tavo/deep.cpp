@@ -83,7 +83,7 @@ void merge(std::vector<Found> deep, Analysis* analysis) {
 }  // namespace
 
 void checkDeep(const InputText& text, tavo_survey* survey, const RuleSettings& settings,
-               Analysis* analysis) {
+               Analysis* analysis) try {
   DeepSurvey deep(survey, settings);
   for (const auto rules :
        {&checkReferences, &checkShapes, &checkAttributes, &checkValues, &checkObservations}) {
@@ -98,6 +98,8 @@ void checkDeep(const InputText& text, tavo_survey* survey, const RuleSettings& s
     found.push_back(foundOf(deep, deep.drafts()[i], wanted[i].line, places[i]));
   }
   merge(std::move(found), analysis);
+} catch (const Interruption&) {
+  analysis->status = TVO_ERR_ABORTED;
 }
 
 }  // namespace tavo::tool

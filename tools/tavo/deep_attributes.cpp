@@ -30,11 +30,6 @@ constexpr OwnerKind kOwners[] = {
     {TVO_RECORD_POLYGONS, TVO_RECORD_POLYGON_THEMINFO, TVO_FIELD_PolygonNo},
 };
 
-template <size_t N>
-std::string textOf(const char (&text)[N]) {
-  return {text, strnlen(text, N)};
-}
-
 class Attributes {
  public:
   explicit Attributes(DeepSurvey& survey) : survey_(survey) {
@@ -46,7 +41,7 @@ class Attributes {
     }
     for (size_t i = 0; i < survey.of(TVO_RECORD_CHOICELIST).count; ++i) {
       const auto choice = survey.record<ChoiceRecord>({TVO_RECORD_CHOICELIST, i});
-      choices_[choice.ListNo].insert(textOf(choice.Element));
+      choices_[choice.ListNo].emplace(textOf(choice.Element));
     }
   }
 
@@ -68,7 +63,7 @@ class Attributes {
 
   DeepSurvey& survey_;
   std::map<size_t, std::vector<Attribute>> byCode_;  // by the code's place among CODES
-  std::map<uint32_t, std::set<std::string>> choices_;
+  std::map<uint32_t, std::set<std::string, std::less<>>> choices_;
 };
 
 // Null where the owner's code has none.
@@ -90,7 +85,7 @@ void Attributes::check(const OwnerKind& kind) {
     const RecordAt* const owner = ownerOf(kind, value);
     const auto* const all = owner == nullptr ? nullptr : attributesOf(*owner);
     if (all == nullptr) continue;
-    const std::string name = textOf(value.Attribute);
+    const std::string_view name = textOf(value.Attribute);
     const auto attribute = std::ranges::find_if(
         *all, [&](const Attribute& known) { return textOf(known.record.Attribute) == name; });
     if (attribute == all->end()) {

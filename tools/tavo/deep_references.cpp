@@ -249,7 +249,7 @@ void References::followOperations() {
   for (size_t i = 0; i < survey_.of(type).count; ++i) {
     const auto record = survey_.record<OperationPointsRecord>({type, i});
     for (const OperationPoint& point : record.points) {
-      const std::string_view id(point.PointID, strnlen(point.PointID, sizeof point.PointID));
+      const std::string_view id = textOf(point.PointID);
       if (point.PointNo == 0 && id.empty()) continue;
       if (survey_.target(TVO_FIELD_PointNo, point.PointNo, TVO_FIELD_PointID, id) == nullptr) {
         missPoint({type, i}, nameOf(point.PointNo, id));

@@ -54,7 +54,7 @@ class Ends {
   // Null where the point is not there or has no place.
   const tavo_position* at(uint32_t number, const char (&id)[17]) const {
     const RecordAt* const point =
-        survey_.target(TVO_FIELD_PointNo, number, TVO_FIELD_PointID, {id, strnlen(id, sizeof id)});
+        survey_.target(TVO_FIELD_PointNo, number, TVO_FIELD_PointID, textOf(id));
     if (point == nullptr || places_[point->index].dimension == 0) return nullptr;
     return &places_[point->index];
   }
@@ -228,6 +228,7 @@ void findOutside(DeepSurvey& survey) {
   size_t count = 0;
   const tavo_position* const places = tavo_geometry_positions(geometry, TVO_RECORD_POINTS, &count);
   for (size_t i = 0; i < count; ++i) {
+    throwIfInterrupted();
     const tavo_position& at = places[i];
     if (at.dimension == 0 || limits[at.crs].none()) continue;
     double longitude = 0, latitude = 0;

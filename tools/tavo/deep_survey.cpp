@@ -20,10 +20,7 @@ const RecordAt* Definitions::find(const tavo_schema_field& field, const void* re
 }
 
 DeepSurvey::DeepSurvey(const tavo_survey* survey, const RuleSettings& settings)
-    : survey_(survey), settings_(settings) {
-  tavo_geometry* geometry = nullptr;
-  if (tavo_geometry_create(&geometry, survey, nullptr) != TAVO_OK) throw std::bad_alloc();
-  geometry_.reset(geometry);
+    : survey_(survey), settings_(settings), geometry_(geometryOf(survey)) {
   const tavo_schema_block* block = nullptr;
   for (size_t i = 0; (block = tavo_schema_block_at(i)) != nullptr; ++i) {
     if (block->data_type == 0 || fields_.contains(block->data_type)) continue;
@@ -133,31 +130,9 @@ Position DeepSurvey::position(const tavo_position& at) const {
 }
 
 std::optional<Position> DeepSurvey::ownPosition(RecordAt at) const {
-  size_t count = 0;
-  const tavo_position* const positions = tavo_geometry_positions(geometry_.get(), at.type, &count);
-  if (at.index < count) {
-    if (positions[at.index].dimension == 0) return std::nullopt;
-    return position(positions[at.index]);
-  }
-  // Shapes stand in the order of their owners.
-  size_t low = 0, high = tavo_geometry_shape_count(geometry_.get(), at.type);
-  tavo_shape shape{};
-  while (low < high) {
-    const size_t middle = low + (high - low) / 2;
-    tavo_geometry_shape(geometry_.get(), at.type, middle, &shape);
-    if (shape.owner < at.index) {
-      low = middle + 1;
-    } else {
-      high = middle;
-    }
-  }
-  const bool found = tavo_geometry_shape(geometry_.get(), at.type, low, &shape) != 0 &&
-                     shape.owner == at.index && shape.vertex_count > 0;
-  if (!found) return std::nullopt;
-  // Of a ray the target.
-  const size_t vertex = at.type == TVO_RECORD_SLOPE ? shape.vertex_count - 1 : 0;
-  const double* const v = shape.vertices + 3 * vertex;
-  return position({v[0], v[1], v[2], shape.crs, shape.dimension});
+  const auto place = placeOf(geometry_.get(), at.type, at.index);
+  if (!place) return std::nullopt;
+  return position(*place);
 }
 
 // A record without a place of its own lies where the first thing does that it names.

@@ -4,7 +4,6 @@
 
 #include <cstdint>
 #include <map>
-#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -13,6 +12,8 @@
 #include <vector>
 
 #include "findings.h"
+#include "geometry.h"
+#include "interrupt.h"
 #include "record_fields.h"
 #include "verbs.h"
 
@@ -59,9 +60,10 @@ class DeepSurvey {
   // Record types that have a field table and records, in the format's order.
   const std::vector<uint32_t>& types() const { return types_; }
   const tavo_records& of(uint32_t type) const { return *tavo_survey_records(survey_, type); }
+  // Nearly every step of every rule comes by here, so this is where an interruption ends them.
   const char* bytes(RecordAt at) const {
-    const tavo_records& records = of(at.type);
-    return static_cast<const char*>(records.bytes) + at.index * records.size;
+    throwIfInterrupted();
+    return recordAt(of(at.type), at.index);
   }
   template <class Record>
   Record record(RecordAt at) const {
@@ -85,15 +87,12 @@ class DeepSurvey {
   Position position(const tavo_position& at) const;
 
  private:
-  struct FreeGeometry {
-    void operator()(tavo_geometry* geometry) const { tavo_geometry_free(geometry); }
-  };
   void collectDefinitions();
   std::optional<Position> ownPosition(RecordAt at) const;
 
   const tavo_survey* survey_;
   const RuleSettings& settings_;
-  std::unique_ptr<tavo_geometry, FreeGeometry> geometry_;
+  Geometry geometry_;
   std::vector<uint32_t> types_;
   std::map<uint32_t, std::vector<PlacedField>> fields_;
   std::map<uint32_t, std::vector<const tavo_block*>> blocks_;

@@ -57,7 +57,7 @@ class Faces {
       if (seen.setup == SIZE_MAX || !std::isfinite(seen.vz) || !errors_.contains(slope.CfgNo)) {
         continue;
       }
-      const std::string id(slope.TgtID, strnlen(slope.TgtID, sizeof slope.TgtID));
+      const std::string id(textOf(slope.TgtID));
       auto& [one, two] = targets[{seen.setup, slope.TgtNo, id, slope.CfgNo}];
       double circle = std::fmod(seen.vz, kTurn);
       if (circle < 0) circle += kTurn;

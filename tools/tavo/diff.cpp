@@ -158,14 +158,9 @@ ExitStatus Side::readText(const std::string& path, const std::string& head) {
     take(record);
     return TAVO_OK;
   });
-  if (!analysis.complete()) {
-    complain("reading '" + name_ + "' failed: " + tavo_status_text(analysis.status));
-    return kFailed;
-  }
+  if (!isWhole(text, analysis)) return kFailed;
   complainOfNotes(text, analysis);
-  if (analysis.counts.errors == 0) return kSound;
-  complain(name_ + ": " + analysis.summary() + " (see 'tavo check')");
-  return kFindings;
+  return complainOfFindings(text, analysis);
 }
 
 ExitStatus Side::readDataFile(const std::string& path, const std::string& head) {
@@ -338,27 +333,6 @@ std::vector<Change> Comparer::changes(uint32_t type, const Records& first, size_
     all.push_back(std::move(change));
   }
   return all;
-}
-
-// The offset that belongs to a coordinate.
-double offsetOf(const tavo_schema_field& field, const tavo_units& units) {
-  if (field.unit != TAVO_UNIT_LINEAR || field.converted != 0) return 0;
-  switch (field.id) {
-    case TVO_FIELD_East:
-      return units.offset_east;
-    case TVO_FIELD_North:
-      return units.offset_north;
-    case TVO_FIELD_Elevation:
-      return units.offset_elevation;
-    default:
-      return 0;
-  }
-}
-
-double withoutNoise(double value, int digits) {
-  char text[40];
-  std::snprintf(text, sizeof text, "%.*g", digits, value);
-  return std::strtod(text, nullptr);
 }
 
 // A real in the units of A, as its file has it; `units` are its own.

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "console.h"
-#include "exchange.h"
+#include "csv.h"
 #include "files.h"
 #include "findings.h"
 #include "record_json.h"
@@ -104,7 +104,7 @@ class CsvTable {
   bool printHead() const {
     std::vector<std::string> head{"file", "name"};
     head.insert(head.end(), columns_.begin(), columns_.end());
-    return printed(csvLine(head));
+    return printed(head);
   }
   bool print(const std::string& file, const Json& record) const {
     std::vector<std::string> row{file, record["name"].get<std::string>()};
@@ -115,7 +115,7 @@ class CsvTable {
                     : at->is_string()  ? at->get<std::string>()
                                        : oneLine(*at));
     }
-    return printed(csvLine(row));
+    return printed(row);
   }
 
  private:
@@ -129,7 +129,9 @@ class CsvTable {
       {TVO_RECORD_OPERATIONS, "Operation"},     {TVO_RECORD_OPERATION_POINTS, "points"},
   };
 
-  static bool printed(const std::string& line) {
+  static bool printed(const std::vector<std::string>& cells) {
+    std::string line;
+    appendCsvLine(cells, EdgeBlanks::kPlain, &line);
     return std::fwrite(line.data(), 1, line.size(), stdout) == line.size();
   }
   void add(const std::string& name) {
@@ -229,14 +231,9 @@ ExitStatus dumpText(const Dump& dump, const InputText& text) {
   };
   const Analysis analysis = eachRecord(text, print, true);
   if (!flushOutput()) return kFailed;
-  if (!analysis.complete()) {
-    complain("reading '" + text.name() + "' failed: " + tavo_status_text(analysis.status));
-    return kFailed;
-  }
+  if (!isWhole(text, analysis)) return kFailed;
   complainOfNotes(text, analysis);
-  if (analysis.counts.errors == 0 && analysis.counts.warnings == 0) return kSound;
-  complain(text.name() + ": " + analysis.summary() + " (see 'tavo check')");
-  return analysis.counts.errors > 0 ? kFindings : kSound;
+  return complainOfFindings(text, analysis, true);
 }
 
 ExitStatus dumpDataFile(const Dump& dump, const std::string& path, const std::string& streamed) {

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <span>
 
+#include "csv.h"
 #include "text.h"
 #include "topics.h"
 
@@ -151,21 +152,6 @@ bool SarifRun::print() const {
        {"runs", Json::array({std::move(run)})}});
 }
 
-std::string csvLine(const std::vector<std::string>& fields) {
-  std::string line;
-  for (const std::string& field : fields) {
-    if (&field != &fields.front()) line += ',';
-    if (field.find_first_of(",\"\r\n") == field.npos) {
-      line += field;
-      continue;
-    }
-    line += '"';
-    for (const char c : field) line.append(c == '"' ? 2 : 1, c);
-    line += '"';
-  }
-  return line + '\n';
-}
-
 std::string csvHead() {
   return "file,line,column,length,code,kind,message,detail,text,source,block,number,id,x,y,z,crs\n";
 }
@@ -176,14 +162,15 @@ std::string csvLines(const InputText& text, const Analysis& analysis) {
     const bool placed = found.column > 0;
     const Owner& owner = found.owner;
     const auto& at = owner.position;
-    lines += csvLine({toUtf8(text.name()), found.line > 0 ? std::to_string(found.line) : "",
-                      placed ? std::to_string(found.column) : "",
-                      placed ? std::to_string(found.length) : "", found.code(),
-                      findingKind(found.kind), toUtf8(found.message()), toUtf8(found.detail),
-                      found.message() == found.text ? "" : toUtf8(found.text), toUtf8(found.source),
-                      owner.block, owner.number != 0 ? std::to_string(owner.number) : "",
-                      toUtf8(owner.id), at ? number(at->x) : "", at ? number(at->y) : "",
-                      at ? number(at->z) : "", at ? toUtf8(at->crs) : ""});
+    appendCsvLine(
+        {toUtf8(text.name()), found.line > 0 ? std::to_string(found.line) : "",
+         placed ? std::to_string(found.column) : "", placed ? std::to_string(found.length) : "",
+         found.code(), findingKind(found.kind), toUtf8(found.message()), toUtf8(found.detail),
+         found.message() == found.text ? "" : toUtf8(found.text), toUtf8(found.source), owner.block,
+         owner.number != 0 ? std::to_string(owner.number) : "", toUtf8(owner.id),
+         at ? number(at->x) : "", at ? number(at->y) : "", at ? number(at->z) : "",
+         at ? toUtf8(at->crs) : ""},
+        EdgeBlanks::kPlain, &lines);
   }
   return lines;
 }

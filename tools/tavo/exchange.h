@@ -2,7 +2,6 @@
 #pragma once
 
 #include <string>
-#include <vector>
 
 #include "findings.h"
 #include "json.h"
@@ -24,8 +23,6 @@ class SarifRun {
   Json problems_ = Json::array();
 };
 
-// Fields as a line of CSV, quoted where needed.
-std::string csvLine(const std::vector<std::string>& fields);
 // The line that names the columns, and one line for each finding of a file.
 std::string csvHead();
 std::string csvLines(const InputText& text, const Analysis& analysis);

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <memory>
-#include <new>
 #include <set>
 #include <string>
 #include <string_view>
@@ -14,15 +13,12 @@
 #include "csv_layer.h"
 #include "export_input.h"
 #include "files.h"
+#include "geometry.h"
 #include "text.h"
 
 namespace tavo::tool {
 
 namespace {
-
-struct FreeGeometry {
-  void operator()(tavo_geometry* geometry) const { tavo_geometry_free(geometry); }
-};
 
 // A file under construction.
 struct Sheet {
@@ -36,7 +32,7 @@ struct Sheet {
 
   bool write(const std::vector<std::string>& cells) {
     line_.clear();
-    appendCsvLine(cells, &line_);
+    appendCsvLine(cells, EdgeBlanks::kQuoted, &line_);
     return output.write(line_.data(), line_.size());
   }
 
@@ -157,11 +153,9 @@ class CsvExport {
   bool eachLayer(const tavo_survey* survey, Function function) const {
     tavo_geometry_options options = TAVO_GEOMETRY_OPTIONS_INIT;
     options.ignore_transformations = options_.ignoreTransformations ? 1 : 0;
-    tavo_geometry* made = nullptr;
-    if (tavo_geometry_create(&made, survey, &options) != TAVO_OK) throw std::bad_alloc();
-    const std::unique_ptr<tavo_geometry, FreeGeometry> geometry(made);
+    const Geometry geometry = geometryOf(survey, &options);
     return std::ranges::all_of(sheets_, [&](const auto& sheet) {
-      return function(CsvRows(survey, made, sheet->layer), sheet.get());
+      return function(CsvRows(survey, geometry.get(), sheet->layer), sheet.get());
     });
   }
 

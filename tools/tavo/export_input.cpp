@@ -79,15 +79,9 @@ std::string alreadyThere(const std::string& output, const std::string& survey) {
 }
 
 Survey readExported(const std::string& path, bool strict, InputText* text, int* status) {
-  if (const std::string problem = text->open(path); !problem.empty()) {
-    complain(problem);
-    *status = kFailed;
-    return nullptr;
-  }
   Analysis analysis;
-  Survey survey = readSurvey(*text, &analysis);
+  Survey survey = openSurvey(path, text, &analysis);
   if (survey == nullptr) {
-    complain("reading '" + text->name() + "' failed: " + tavo_status_text(analysis.status));
     *status = kFailed;
     return nullptr;
   }

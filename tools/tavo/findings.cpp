@@ -189,10 +189,7 @@ Survey openSurvey(const std::string& path, InputText* text, Analysis* analysis) 
     return nullptr;
   }
   Survey survey = readSurvey(*text, analysis);
-  if (survey == nullptr) {
-    complain("reading '" + text->name() + "' failed: " + tavo_status_text(analysis->status));
-  }
-  return survey;
+  return isWhole(*text, *analysis) ? std::move(survey) : nullptr;
 }
 
 void printFindings(std::FILE* stream, const InputText& text, const Analysis& analysis,
@@ -236,6 +233,20 @@ void printCounts(std::FILE* stream, const Analysis& analysis) {
 
 void complainOfNotes(const InputText& text, const Analysis& analysis) {
   for (const std::string& note : analysis.notes) complain(text.name() + ": " + note);
+}
+
+bool isWhole(const InputText& text, const Analysis& analysis) {
+  if (analysis.complete()) return true;
+  complain("reading '" + text.name() + "' failed: " + tavo_status_text(analysis.status));
+  return false;
+}
+
+ExitStatus complainOfFindings(const InputText& text, const Analysis& analysis, bool warnings) {
+  const bool errors = analysis.counts.errors > 0;
+  if (errors || (warnings && analysis.counts.warnings > 0)) {
+    complain(text.name() + ": " + analysis.summary() + " (see 'tavo check')");
+  }
+  return errors ? kFindings : kSound;
 }
 
 Json findingJson(const Found& found) {

@@ -17,6 +17,7 @@
 #include "json.h"
 #include "tavo/survey.h"
 #include "tavo/tavo.h"
+#include "verbs.h"
 
 namespace tavo::tool {
 
@@ -111,6 +112,13 @@ Survey openSurvey(const std::string& path, InputText* text, Analysis* analysis);
 void printFindings(std::FILE* stream, const InputText& text, const Analysis& analysis, bool colour);
 // The notes alone, on standard error.
 void complainOfNotes(const InputText& text, const Analysis& analysis);
+
+// False, with a complaint, when a text was not read to its end.
+bool isWhole(const InputText& text, const Analysis& analysis);
+// The exit status that a text's errors mean, with a complaint that counts what was found; with
+// `warnings` also where these are all.
+ExitStatus complainOfFindings(const InputText& text, const Analysis& analysis,
+                              bool warnings = false);
 
 // How many findings each code has, a line each, in the order of the codes.
 void printCounts(std::FILE* stream, const Analysis& analysis);

@@ -126,10 +126,9 @@ bool readOriginal(Original* original) {
     return original->records.append(record);
   };
   original->analysis = analyse(original->text, take, kPlain);
-  if (original->analysis.complete()) return true;
-  complain("reading '" + original->text.name() + "' failed: " +
-           (original->records.failed() ? "its records cannot be kept in a temporary file"
-                                       : tavo_status_text(original->analysis.status)));
+  if (!original->records.failed()) return isWhole(original->text, original->analysis);
+  complain("reading '" + original->text.name() +
+           "' failed: its records cannot be kept in a temporary file");
   return false;
 }
 

@@ -394,10 +394,7 @@ ExitStatus readText(const std::string& path, const std::string& head, Json* json
     summary.take(record);
     return TAVO_OK;
   });
-  if (!analysis.complete()) {
-    complain("reading '" + text.name() + "' failed: " + tavo_status_text(analysis.status));
-    return kFailed;
-  }
+  if (!isWhole(text, analysis)) return kFailed;
   complainOfNotes(text, analysis);
   *json = jsonOf("tavo-info/1", text);
   (*json)["kind"] = "text";

@@ -8,6 +8,7 @@
 #else
 #include <csignal>
 #include <iterator>
+#include <mutex>
 #endif
 
 namespace tavo::tool {
@@ -51,12 +52,15 @@ const struct {
   void (*handler)(int);
 } kSignals[] = {
     {SIGINT, note}, {SIGTERM, note}, {SIGHUP, note}, {SIGPIPE, note}, {SIGXFSZ, SIG_IGN}};
+// Files that are checked side by side have one each.
+std::mutex guard;
 struct sigaction before[std::size(kSignals)];
 int living = 0;
 
 }  // namespace
 
 Interruptible::Interruptible() {
+  const std::lock_guard lock(guard);
   if (living++ > 0) return;
   for (size_t i = 0; i < std::size(kSignals); ++i) {
     struct sigaction action = {};
@@ -68,6 +72,7 @@ Interruptible::Interruptible() {
 }
 
 Interruptible::~Interruptible() {
+  const std::lock_guard lock(guard);
   if (--living > 0) return;
   for (size_t i = 0; i < std::size(kSignals); ++i) {
     sigaction(kSignals[i].number, &before[i], nullptr);

@@ -16,6 +16,12 @@ class Interruptible {
 // Whether the program was asked to end. What takes long looks at it now and then.
 bool interrupted();
 
+// The same for work that is many calls deep: throws Interruption, which ends it.
+struct Interruption {};
+inline void throwIfInterrupted() {
+  if (interrupted()) throw Interruption();
+}
+
 // For the end of the program: ends it as the request would have done. Comes back when there was
 // none.
 void endIfInterrupted();

@@ -88,10 +88,9 @@ Observations observationsOf(const tavo_survey* survey, const tavo_geometry* geom
   std::map<std::tuple<size_t, uint32_t, std::string>, std::array<std::vector<size_t>, 2>> targets;
   for (size_t i = 0; i < count; ++i) {
     if (std::isnan(observations[i].red_hz) && std::isnan(observations[i].red_vz)) continue;
-    const auto slope =
-        load<TVO_SlopeRecord>(static_cast<const char*>(slopes.bytes) + i * slopes.size);
+    const auto slope = recordAt<TVO_SlopeRecord>(slopes, i);
     std::string id;
-    if (slope.TgtNo == 0) id.assign(slope.TgtID, strnlen(slope.TgtID, sizeof slope.TgtID));
+    if (slope.TgtNo == 0) id = textOf(slope.TgtID);
     targets[{observations[i].setup, slope.TgtNo, std::move(id)}][isFaceTwo(observations[i]) ? 1 : 0]
         .push_back(i);
   }

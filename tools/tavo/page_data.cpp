@@ -8,10 +8,10 @@
 #include <map>
 #include <numbers>
 #include <set>
-#include <unordered_map>
 
 #include "columns.h"
 #include "observations.h"
+#include "owners.h"
 #include "record_json.h"
 #include "tavo/survey.hpp"
 #include "text.h"
@@ -87,7 +87,7 @@ void addItems(const tavo_survey* survey, uint32_t type, Json* pairs) {
   const tavo_records& records = *tavo_survey_records(survey, type);
   const tavo_schema_block* const block = tavo_schema_block_of(type);
   for (size_t i = 0; i < records.count; ++i) {
-    const char* const record = static_cast<const char*>(records.bytes) + i * records.size;
+    const char* const record = recordAt(records, i);
     const tavo_schema_field* field = nullptr;
     for (size_t n = 0; (field = tavo_schema_field_at(block, n)) != nullptr; ++n) {
       if ((records.given[i] >> n & 1) == 0 || field->offset == UINT32_MAX) continue;
@@ -324,18 +324,16 @@ class SurveyPage {
   void addAttributes(const tavo_records& points) {
     const auto attributes = recordsOf<PointTheminfo>(survey_);
     if (attributes.empty()) return;
-    std::unordered_map<uint32_t, size_t> rows;
-    for (size_t i = 0; i < points.count; ++i) {
-      rows.emplace(load<uint32_t>(static_cast<const char*>(points.bytes) + i * points.size), i);
-    }
+    const OwnerIndex rows(points);
     std::map<std::string, Texts> columns;
     for (const PointTheminfo one : attributes) {
-      const auto row = rows.find(one.PointNo().value_or(0));
+      const auto whose = packedOf<TVO_ThemInfoRecord>(one);
+      const size_t row = rows.find(whose.OwnerNo, textOf(whose.PointID));
       const auto value = one.Value();
-      if (row == rows.end() || !value) continue;
+      if (row == SIZE_MAX || !value) continue;
       Texts& column = columns[textOr(one.Attribute())];
       column.resize(points.count);
-      column[row->second] = attributeText(*value);
+      column[row] = attributeText(*value);
     }
     for (const auto& [name, texts] : columns) {
       data_.points.push_back({{"name", name}, {"unit", ""}, {"texts", textsJson(texts)}});
@@ -362,8 +360,7 @@ class SurveyPage {
       if (block.data_type != TVO_RECORD_POINTS) continue;
       for (size_t i = block.first; i < block.first + block.count; ++i) {
         if ((points.given[i] >> bit & 1) == 0) continue;
-        const char* const record = static_cast<const char*>(points.bytes) + i * points.size;
-        Json value = valueJson(field, record + field.offset, *block.units, true);
+        Json value = valueJson(field, recordAt(points, i) + field.offset, *block.units, true);
         const double factor = kFactors[field.unit];
         if (value.is_number() && factor != 1) {
           value = std::round(value.get<double>() * factor * 1e10) / 1e10;
@@ -613,8 +610,7 @@ class SurveyPage {
   }
   TVO_DateTime dateOf(const tavo_moment& moment) const {
     const tavo_records& records = *tavo_survey_records(survey_, moment.type);
-    const char* const record =
-        static_cast<const char*>(records.bytes) + moment.index * records.size;
+    const char* const record = recordAt(records, moment.index);
     switch (moment.type) {
       case TVO_RECORD_POINTS:
         return load<TVO_PointRecord>(record).Date;

@@ -36,28 +36,7 @@ constexpr size_t kNamedPoints = 20000;
 constexpr size_t kNoteLength = 40;
 
 // Text of a file in the picture's own syntax; control characters, which it cannot hold, as '?'.
-std::string escaped(std::string_view text) {
-  std::string result;
-  for (const char c : printable(text)) {
-    switch (c) {
-      case '&':
-        result += "&amp;";
-        break;
-      case '<':
-        result += "&lt;";
-        break;
-      case '>':
-        result += "&gt;";
-        break;
-      case '"':
-        result += "&quot;";
-        break;
-      default:
-        result += c;
-    }
-  }
-  return result;
-}
+std::string written(std::string_view text) { return escaped(printable(text), "&<>\""); }
 
 // About how wide a text is, whatever font the viewer has.
 double widthOf(std::string_view text) {
@@ -130,12 +109,12 @@ class Picture {
         "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"%.0f\" height=\"%.0f\" "
         "viewBox=\"0 0 %.0f %.0f\" role=\"img\" font-family=\"sans-serif\" font-size=\"%.0f\">\n",
         width_, height_, width_, height_, kFont);
-    svg_ += "<title>" + escaped(title) + "</title>\n";
+    svg_ += "<title>" + written(title) + "</title>\n";
     put("<rect width=\"100%%\" height=\"100%%\" fill=\"#fff\"/>\n<text x=\"%.1f\" y=\"23\" "
         "font-size=\"16\" font-weight=\"bold\">",
         kMargin);
     svg_ +=
-        escaped(title.substr(0, lengthOfWhole(title.substr(0, static_cast<size_t>(width_ / 9))))) +
+        written(title.substr(0, lengthOfWhole(title.substr(0, static_cast<size_t>(width_ / 9))))) +
         "</text>\n";
     put("<clipPath id=\"map\"><rect x=\"%.1f\" y=\"%.1f\" width=\"%.1f\" height=\"%.1f\"/>"
         "</clipPath>\n<g clip-path=\"url(#map)\">\n",
@@ -153,7 +132,7 @@ class Picture {
     drawFrame();
     drawLegend();
     put("<text x=\"%.1f\" y=\"%.1f\" fill=\"#444\">", kMargin, height_ - 9);
-    svg_ += escaped(foot) + "</text>\n</svg>\n";
+    svg_ += written(foot) + "</text>\n</svg>\n";
     return std::move(svg_);
   }
 
@@ -291,7 +270,7 @@ class Picture {
     put("<text x=\"%.1f\" y=\"%.1f\" text-anchor=\"%s\" paint-order=\"stroke\" stroke=\"#fff\" "
         "stroke-width=\"2.5\" stroke-linejoin=\"round\" %s>",
         x, y, anchor, style);
-    svg_ += escaped(text) + "</text>\n";
+    svg_ += written(text) + "</text>\n";
   }
 
   // Writes a label beside a place where there is room for it, and else not.
@@ -344,8 +323,7 @@ class Picture {
     const tavo_records& setups = *tavo_survey_records(scene_.survey(), TVO_RECORD_SETUP);
     for (const Mark& setup : view_.setups) {
       if (!isWanted(kSetups, setup.group)) continue;
-      const auto record =
-          load<TVO_SetupRecord>(static_cast<const char*>(setups.bytes) + setup.owner * setups.size);
+      const auto record = recordAt<TVO_SetupRecord>(setups, setup.owner);
       drawLabel(across(setup.x), down(setup.y) - 10,
                 labelOf(record.STN_NO, record.STN_ID, sizeof record.STN_ID),
                 "font-weight=\"bold\"");
@@ -419,7 +397,7 @@ class Picture {
       put("<rect x=\"%.1f\" y=\"%.1f\" width=\"10\" height=\"10\" fill=\"%s\"/>\n", x, y - 9,
           colourOf(code));
       put("<text x=\"%.1f\" y=\"%.1f\">", x + 16, y);
-      svg_ += escaped(scene_.codes()[code]) + "</text>\n";
+      svg_ += written(scene_.codes()[code]) + "</text>\n";
       y += kLegendRow;
       --left;
     }
@@ -518,8 +496,8 @@ int writePicture(const PlotOptions& options, const InputText& text, const Scene&
   const tavo_records& projects = *tavo_survey_records(scene.survey(), TVO_RECORD_PROJECT);
   std::string title;
   if (projects.count > 0) {
-    const auto project = load<TVO_ProjectRecord>(static_cast<const char*>(projects.bytes));
-    title = toUtf8({project.NAME, strnlen(project.NAME, sizeof project.NAME)});
+    const auto project = recordAt<TVO_ProjectRecord>(projects, 0);
+    title = toUtf8(textOf(project.NAME));
   }
   const std::string foot = nameOf(*view->crs) + " · " + counted(view->points.size(), "point") +
                            ", " + counted(view->lines.size(), "line") + ", " +
@@ -554,9 +532,7 @@ int plot(const PlotOptions& options) {
   if (survey == nullptr) return kFailed;
   complainOfNotes(text, analysis);
   const int status = writePicture(options, text, Scene(survey.get()), analysis);
-  if (status != kSound || analysis.counts.errors == 0) return status;
-  complain(text.name() + ": " + analysis.summary() + " (see 'tavo check')");
-  return kFindings;
+  return status == kSound ? int{complainOfFindings(text, analysis)} : status;
 }
 
 }  // namespace tavo::tool

@@ -1,8 +1,6 @@
 // Reading members of packed records, which need not be aligned.
 #include "record_fields.h"
 
-#include <cstring>
-
 namespace tavo::tool {
 
 namespace {
@@ -39,8 +37,22 @@ uint32_t wholeNumber(const tavo_schema_field& field, const void* record) {
 
 std::string_view textAt(const tavo_schema_field& field, const void* record) {
   if (field.type != TAVO_TYPE_TEXT) return {};
-  const char* const text = memberOf(field, record);
-  return {text, strnlen(text, field.width)};
+  return textOf(memberOf(field, record), field.width);
+}
+
+double offsetOf(const tavo_schema_field& field, const tavo_units& units) {
+  // The items of OFFSETS have the same names, but are lengths that are converted already.
+  if (field.unit != TAVO_UNIT_LINEAR || field.converted != 0) return 0;
+  switch (field.id) {
+    case TVO_FIELD_East:
+      return units.offset_east;
+    case TVO_FIELD_North:
+      return units.offset_north;
+    case TVO_FIELD_Elevation:
+      return units.offset_elevation;
+    default:
+      return 0;
+  }
 }
 
 std::optional<double> realAt(const tavo_schema_field& field, const void* record) {

@@ -26,6 +26,8 @@ PlacedField fieldOf(uint32_t type, FieldId id);
 uint32_t wholeNumber(const tavo_schema_field& field, const void* record);
 // The value of a text field up to its end mark; "" for fields of other types.
 std::string_view textAt(const tavo_schema_field& field, const void* record);
+// The offset of the HEADER that belongs to a coordinate as its file has it; 0 for all other fields.
+double offsetOf(const tavo_schema_field& field, const tavo_units& units);
 // The value of a real; nothing for fields of other types.
 std::optional<double> realAt(const tavo_schema_field& field, const void* record);
 

@@ -16,13 +16,6 @@ namespace tavo::tool {
 
 namespace {
 
-std::string textOf(const char* bytes, size_t room) {
-  const void* const end = std::memchr(bytes, '\0', room);
-  const size_t size =
-      end == nullptr ? room : static_cast<size_t>(static_cast<const char*>(end) - bytes);
-  return toUtf8({bytes, size});
-}
-
 std::string bits(unsigned value, unsigned width) {
   std::string digits;
   for (unsigned bit = width; bit-- > 0;) digits += (value >> bit & 1U) != 0 ? '1' : '0';
@@ -41,7 +34,7 @@ template <class Value>
 Json kindJson(const Value& value) {
   switch (value.kind) {
     case TVO_ENUM_TEXT:
-      return textOf(value.text, sizeof value.text);
+      return toUtf8(textOf(value.text));
     case TVO_ENUM_REAL:
       return double{value.real};
     case TVO_ENUM_INT:
@@ -54,14 +47,14 @@ Json kindJson(const Value& value) {
 
 Json timeTaggedJson(const TimeTaggedRecord& record) {
   Json fields;
-  fields["Code"] = textOf(record.Code, sizeof record.Code);
+  fields["Code"] = toUtf8(textOf(record.Code));
   if (Json tag = dateJson(record.TimeTag); !tag.is_null()) fields["TimeTag"] = std::move(tag);
   fields["Number"] = uint16_t{record.Number};
   Json values = Json::array();
   const char* entry = reinterpret_cast<const char*>(record.entries);
   for (size_t i = 0; entry != nullptr && i < record.EntryCount; ++i) {
     const auto value = load<TimeTaggedEntry>(entry + i * sizeof(TimeTaggedEntry));
-    values.push_back({{"name", textOf(value.name, sizeof value.name)}, {"value", kindJson(value)}});
+    values.push_back({{"name", toUtf8(textOf(value.name))}, {"value", kindJson(value)}});
   }
   fields["values"] = std::move(values);
   return fields;
@@ -76,8 +69,8 @@ Json operationPointsJson(const OperationPointsRecord& record) {
   }
   for (size_t i = 0; i < used; ++i) {
     const OperationPoint& point = record.points[i];
-    points.push_back({{"PointNo", uint32_t{point.PointNo}},
-                      {"PointID", textOf(point.PointID, sizeof point.PointID)}});
+    points.push_back(
+        {{"PointNo", uint32_t{point.PointNo}}, {"PointID", toUtf8(textOf(point.PointID))}});
   }
   return points;
 }
@@ -205,16 +198,16 @@ Json unitsJson(const tavo_units& units) {
   return json;
 }
 
-double withoutNoise(double value) {
-  char digits[40];
-  std::snprintf(digits, sizeof digits, "%.14g", value);
-  return std::strtod(digits, nullptr);
+double withoutNoise(double value, int digits) {
+  char text[40];
+  std::snprintf(text, sizeof text, "%.*g", digits, value);
+  return std::strtod(text, nullptr);
 }
 
 Json valueJson(const tavo_schema_field& field, const char* at, const tavo_units& units, bool si) {
   switch (field.type) {
     case TAVO_TYPE_CHAR:
-      return textOf(at, 1);
+      return toUtf8(textOf(at, 1));
     case TAVO_TYPE_UINT8:
       return load<uint8_t>(at);
     case TAVO_TYPE_UINT16:
@@ -232,7 +225,7 @@ Json valueJson(const tavo_schema_field& field, const char* at, const tavo_units&
     case TAVO_TYPE_DATE_TIME:
       return dateJson(load<DateTime>(at));
     case TAVO_TYPE_TEXT:
-      return textOf(at, field.width);
+      return toUtf8(textOf(at, field.width));
     case TAVO_TYPE_DEFAULT:
       return kindJson(load<DefaultValue>(at));
     case TAVO_TYPE_ENUM:
@@ -260,7 +253,7 @@ Json RecordPrinter::print(uint32_t type, const void* record) {
     if (type == TVO_RECORD_UNITS_COLUMNS || type == TVO_RECORD_OFFSETS_COLUMNS) {
       headerColumns_ = load<ColumnsRecord>(bytes);
     }
-    const std::string comment = textOf(bytes, TVO_COMMENT_SIZE);
+    const std::string comment = toUtf8(textOf(bytes, TVO_COMMENT_SIZE));
     if (!comment.empty()) line["comment"] = comment;
     line["columns"] = columns(type, bytes);
   } else if (type == TVO_RECORD_TIME_TAGGED_CODES) {

@@ -3,6 +3,8 @@
 
 #include <array>
 #include <cstring>
+#include <string>
+#include <string_view>
 #include <vector>
 
 #include "json.h"
@@ -16,6 +18,24 @@ T load(const char* bytes) {
   T value;
   std::memcpy(&value, bytes, sizeof value);
   return value;
+}
+
+// A text of a record up to its end mark, as the file has it. It lives as long as the record.
+inline std::string_view textOf(const char* text, size_t room) {
+  return {text, strnlen(text, room)};
+}
+template <size_t N>
+std::string_view textOf(const char (&text)[N]) {
+  return textOf(text, N);
+}
+
+// A record among those of its type: its bytes, and its value.
+inline const char* recordAt(const tavo_records& records, size_t index) {
+  return static_cast<const char*>(records.bytes) + index * records.size;
+}
+template <class Record>
+Record recordAt(const tavo_records& records, size_t index) {
+  return load<Record>(recordAt(records, index));
 }
 
 // "DATABASE/POINTS/THEMINFO"; "" for null.
@@ -49,8 +69,8 @@ Json valueJson(const tavo_schema_field& field, const char* at, const tavo_units&
 // The same as the record keeps it.
 Json valueJson(const tavo_schema_field& field, const char* at);
 
-// What converting to a unit and back has cost the last digits of a double is gone.
-double withoutNoise(double value);
+// What converting to a unit and back has cost the last digits of a real is gone.
+double withoutNoise(double value, int digits = 14);
 
 class RecordPrinter {
  public:

@@ -18,17 +18,8 @@ namespace {
 
 constexpr const char* kScripts[] = {"leaflet.js", "uplot.js", "page.js"};
 constexpr const char* kStyles[] = {"leaflet.css", "uplot.css", "page.css"};
-
-std::string escaped(std::string_view text) {
-  std::string result;
-  for (const char c : text) {
-    c == '&'   ? result += "&amp;"
-    : c == '<' ? result += "&lt;"
-    : c == '"' ? result += "&quot;"
-               : result += c;
-  }
-  return result;
-}
+// What is no plain text in the page.
+constexpr char kMarks[] = "&<\"";
 
 // The data of one survey, ready to stand in the page.
 struct Surveyed {
@@ -62,10 +53,11 @@ std::string filled(std::string_view name, const std::vector<Surveyed>& surveys) 
   std::string text;
   if (name == "POLICY") return policy();
   if (name == "TOOL") return std::string("tavo ") + tavo_version();
-  if (name == "LEAFLET_LICENCE") return escaped(asset("leaflet.licence"));
-  if (name == "UPLOT_LICENCE") return escaped(asset("uplot.licence"));
+  if (name == "LEAFLET_LICENCE") return escaped(asset("leaflet.licence"), kMarks);
+  if (name == "UPLOT_LICENCE") return escaped(asset("uplot.licence"), kMarks);
   if (name == "TITLE") {
-    return surveys.size() == 1 ? escaped(surveys[0].title) : counted(surveys.size(), "survey");
+    return surveys.size() == 1 ? escaped(surveys[0].title, kMarks)
+                               : counted(surveys.size(), "survey");
   }
   if (name == "STYLE") {
     for (const char* const style : kStyles) text += asset(style);
@@ -116,9 +108,7 @@ int readText(const std::string& path, Surveyed* result) {
       complain(text.name() + ": " + note.get<std::string>());
     }
   }
-  if (analysis.counts.errors == 0) return kSound;
-  complain(text.name() + ": " + analysis.summary() + " (see 'tavo check')");
-  return kFindings;
+  return complainOfFindings(text, analysis);
 }
 
 }  // namespace

@@ -3,14 +3,13 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <map>
-#include <new>
 #include <numbers>
 #include <string_view>
 #include <unordered_map>
 
-#include "record_json.h"
+#include "owners.h"
+#include "record_fields.h"
 #include "text.h"
 
 namespace tavo::tool {
@@ -21,40 +20,16 @@ constexpr double kEarthRadius = 6371000;
 // How far in front of a finding a thing may stand to be shown in its stead, in lines.
 constexpr uint64_t kNear = 50;
 
-// Where a type's records have their code, layer and number, and which bits of presence say so.
+// The fields of a type that say in which group its records are.
 struct Keys {
-  size_t number, code, codeNo, layer;  // offsets
-  tavo_given codeBit, codeNoBit, layerBit;
+  explicit Keys(uint32_t type)
+      : code(fieldOf(type, TVO_FIELD_Code)),
+        codeNo(fieldOf(type, TVO_FIELD_CodeNo)),
+        layer(fieldOf(type, TVO_FIELD_LayerNo)) {}
+
+  PlacedField code, codeNo, layer;
 };
 
-// The presence bit of the member at an offset.
-tavo_given bitOf(uint32_t type, size_t offset) {
-  const tavo_schema_block* const block = tavo_schema_block_of(type);
-  const tavo_schema_field* field = nullptr;
-  for (size_t i = 0; (field = tavo_schema_field_at(block, i)) != nullptr; ++i) {
-    if (field->offset == offset) return tavo_given{1} << i;
-  }
-  return 0;
-}
-
-template <class Record>
-Keys keysOf(uint32_t type) {
-  return {0,
-          offsetof(Record, Code),
-          offsetof(Record, CodeNo),
-          offsetof(Record, LayerNo),
-          bitOf(type, offsetof(Record, Code)),
-          bitOf(type, offsetof(Record, CodeNo)),
-          bitOf(type, offsetof(Record, LayerNo))};
-}
-
-std::string textAt(const char* bytes, size_t room) { return toUtf8({bytes, strnlen(bytes, room)}); }
-
-const char* recordAt(const tavo_records& records, size_t index) {
-  return static_cast<const char*>(records.bytes) + index * records.size;
-}
-
-constexpr size_t kCodeRoom = sizeof(TVO_PointRecord::Code);
 constexpr uint32_t kAnnotationTypes[] = {TVO_RECORD_POINT_ANNOTATIONS, TVO_RECORD_LINE_ANNOTATIONS,
                                          TVO_RECORD_POLYGON_ANNOTATIONS};
 // Types whose records can have a place, for the search by line.
@@ -103,9 +78,9 @@ class SceneMaker {
       scene_.views_[i].crs = tavo_geometry_crs(scene_.geometry(), i);
     }
     auto& [points, lines, polygons] = scene_.ownerGroups_;
-    points = groupsOf(TVO_RECORD_POINTS, keysOf<TVO_PointRecord>(TVO_RECORD_POINTS));
-    lines = groupsOf(TVO_RECORD_LINES, keysOf<TVO_LineRecord>(TVO_RECORD_LINES));
-    polygons = groupsOf(TVO_RECORD_POLYGONS, keysOf<TVO_PolygonRecord>(TVO_RECORD_POLYGONS));
+    points = groupsOf(TVO_RECORD_POINTS);
+    lines = groupsOf(TVO_RECORD_LINES);
+    polygons = groupsOf(TVO_RECORD_POLYGONS);
     addMarks(TVO_RECORD_POINTS, &View::points, points);
     addMarks(TVO_RECORD_SETUP, &View::setups, {});
     addShapes(TVO_RECORD_LINES, &View::lines, lines);
@@ -123,12 +98,12 @@ class SceneMaker {
   // What the code list says of a code: its text by number, its layer by either.
   void readCodes() {
     const tavo_records& codes = records(TVO_RECORD_CODES);
-    static const tavo_given layerBit = bitOf(TVO_RECORD_CODES, offsetof(TVO_CodeRecord, LayerNo));
+    const PlacedField layer = fieldOf(TVO_RECORD_CODES, TVO_FIELD_LayerNo);
     for (size_t i = 0; i < codes.count; ++i) {
-      const auto code = load<TVO_CodeRecord>(recordAt(codes, i));
-      const std::string text = textAt(code.Code, sizeof code.Code);
+      const auto code = recordAt<TVO_CodeRecord>(codes, i);
+      const std::string text = toUtf8(textOf(code.Code));
       codeTexts_.emplace(code.CodeNo, text);
-      if ((codes.given[i] & layerBit) != 0) codeLayers_.emplace(text, code.LayerNo);
+      if (layer.given(codes.given[i])) codeLayers_.emplace(text, code.LayerNo);
     }
   }
 
@@ -147,23 +122,24 @@ class SceneMaker {
   // code's.
   uint32_t groupOf(const char* record, tavo_given given, const Keys& keys) {
     std::string code;
-    if ((given & keys.codeBit) != 0) code = textAt(record + keys.code, kCodeRoom);
-    if (code.empty() && (given & keys.codeNoBit) != 0) {
-      const auto number = load<uint16_t>(record + keys.codeNo);
+    if (keys.code.given(given)) code = toUtf8(textAt(*keys.code.field, record));
+    if (code.empty() && keys.codeNo.given(given)) {
+      const auto number = load<uint16_t>(record + keys.codeNo.field->offset);
       const auto found = codeTexts_.find(number);
       code = found == codeTexts_.end() || found->second.empty() ? std::to_string(number)
                                                                 : found->second;
     }
     std::optional<uint16_t> layer;
-    if ((given & keys.layerBit) != 0) {
-      layer = load<uint16_t>(record + keys.layer);
+    if (keys.layer.given(given)) {
+      layer = load<uint16_t>(record + keys.layer.field->offset);
     } else if (const auto found = codeLayers_.find(code); found != codeLayers_.end()) {
       layer = found->second;
     }
     return groupOf(code, layer);
   }
 
-  std::vector<uint32_t> groupsOf(uint32_t type, const Keys& keys) {
+  std::vector<uint32_t> groupsOf(uint32_t type) {
+    const Keys keys(type);
     const tavo_records& all = records(type);
     std::vector<uint32_t> groups(all.count);
     // Neighbours mostly have the same code; the search is for the others.
@@ -171,11 +147,11 @@ class SceneMaker {
     std::string key;
     for (size_t i = 0; i < all.count; ++i) {
       const char* const record = recordAt(all, i);
-      key.assign(record + keys.code, kCodeRoom);
-      key.append(record + keys.codeNo, sizeof(uint16_t));
-      key.append(record + keys.layer, sizeof(uint16_t));
-      const tavo_given bits[] = {keys.codeBit, keys.codeNoBit, keys.layerBit};
-      for (const tavo_given bit : bits) key += (all.given[i] & bit) != 0 ? '1' : '0';
+      key.clear();
+      for (const PlacedField& field : {keys.code, keys.codeNo, keys.layer}) {
+        key.append(record + field.field->offset, field.field->size);
+        key += field.given(all.given[i]) ? '1' : '0';
+      }
       const auto [place, isNew] = known.emplace(key, 0U);
       if (isNew) place->second = groupOf(record, all.given[i], keys);
       groups[i] = place->second;
@@ -217,25 +193,17 @@ class SceneMaker {
   void addAnnotations(size_t which, uint32_t ownerType, const std::vector<uint32_t>& ownerGroups) {
     const tavo_records& all = records(kAnnotationTypes[which]);
     if (all.count == 0) return;
-    const tavo_records& owners = records(ownerType);
-    std::unordered_map<uint32_t, uint32_t> groupOfNumber;
-    for (size_t i = 0; i < owners.count; ++i) {
-      groupOfNumber.emplace(load<uint32_t>(recordAt(owners, i)), ownerGroups[i]);
-    }
-    constexpr size_t kNumbers[] = {offsetof(TVO_AnnotationRecord, PointNo),
-                                   offsetof(TVO_AnnotationRecord, LineNo),
-                                   offsetof(TVO_AnnotationRecord, PolygonNo)};
+    const OwnerIndex owners(records(ownerType));
     size_t count = 0;
     const tavo_position* const at =
         tavo_geometry_positions(scene_.geometry(), kAnnotationTypes[which], &count);
     for (size_t i = 0; i < count; ++i) {
       if (at[i].dimension == 0) continue;
-      const char* const record = recordAt(all, i);
-      const auto found = groupOfNumber.find(load<uint32_t>(record + kNumbers[which]));
-      addNote(&View::annotations, at[i], found == groupOfNumber.end() ? 0 : found->second, i,
-              textAt(record + offsetof(TVO_AnnotationRecord, Annotation),
-                     sizeof(TVO_AnnotationRecord::Annotation)),
-              all.lines[i]);
+      const auto note = recordAt<TVO_AnnotationRecord>(all, i);
+      const uint32_t numbers[] = {note.PointNo, note.LineNo, note.PolygonNo};
+      const size_t owner = owners.find(numbers[which], textOf(note.PointID));
+      addNote(&View::annotations, at[i], owner == SIZE_MAX ? 0 : ownerGroups[owner], i,
+              toUtf8(textOf(note.Annotation)), all.lines[i]);
     }
   }
 
@@ -251,26 +219,25 @@ class SceneMaker {
     const tavo_records& items = records(TVO_RECORD_ITEMS);
     std::map<uint16_t, std::map<uint16_t, std::string>> lines;
     for (size_t i = 0; i < items.count; ++i) {
-      const auto item = load<TVO_TextItemRecord>(recordAt(items, i));
+      const auto item = recordAt<TVO_TextItemRecord>(items, i);
       std::string& line = lines[item.TextBoxNo][item.LineNo];
       if (!line.empty()) line += ' ';
-      line += textAt(item.TextItem, sizeof item.TextItem);
+      line += toUtf8(textOf(item.TextItem));
     }
     const tavo_records& boxes = records(TVO_RECORD_BOX_ON_POINT);
-    static const tavo_given layerBit =
-        bitOf(TVO_RECORD_BOX_ON_POINT, offsetof(TVO_TextBoxRecord, LayerNo));
+    const PlacedField layerNo = fieldOf(TVO_RECORD_BOX_ON_POINT, TVO_FIELD_LayerNo);
     size_t count = 0;
     const tavo_position* const at =
         tavo_geometry_positions(scene_.geometry(), TVO_RECORD_BOX_ON_POINT, &count);
     for (size_t i = 0; i < count; ++i) {
       if (at[i].dimension == 0) continue;
-      const auto box = load<TVO_TextBoxRecord>(recordAt(boxes, i));
+      const auto box = recordAt<TVO_TextBoxRecord>(boxes, i);
       std::string text;
       for (const auto& [number, line] : lines[box.TextBoxNo]) {
         text += (text.empty() ? "" : "\n") + line;
       }
       std::optional<uint16_t> layer;
-      if ((boxes.given[i] & layerBit) != 0) layer = box.LayerNo;
+      if (layerNo.given(boxes.given[i])) layer = box.LayerNo;
       addNote(&View::texts, at[i], groupOf("", layer), i, std::move(text), boxes.lines[i]);
     }
   }
@@ -280,9 +247,9 @@ class SceneMaker {
     for (const Group& group : scene_.groups_) names[group.layer];
     const tavo_records& layers = records(TVO_RECORD_LAYERS);
     for (size_t i = 0; i < layers.count; ++i) {
-      const auto layer = load<TVO_LayerRecord>(recordAt(layers, i));
+      const auto layer = recordAt<TVO_LayerRecord>(layers, i);
       const auto found = names.find(uint16_t{layer.LayerNo});
-      if (found != names.end()) found->second = textAt(layer.Name, sizeof layer.Name);
+      if (found != names.end()) found->second = toUtf8(textOf(layer.Name));
     }
     for (auto& [number, name] : names) scene_.layers_.push_back({number, std::move(name)});
   }
@@ -295,35 +262,14 @@ class SceneMaker {
   std::unordered_map<uint64_t, uint32_t> groupPlaces_;
 };
 
-Scene::Scene(const tavo_survey* survey) : survey_(survey) {
-  tavo_geometry* geometry = nullptr;
-  if (tavo_geometry_create(&geometry, survey, nullptr) != TAVO_OK) throw std::bad_alloc();
-  geometry_.reset(geometry);
+Scene::Scene(const tavo_survey* survey) : survey_(survey), geometry_(geometryOf(survey)) {
   SceneMaker(this).make();
 }
 
 std::optional<Place> Scene::placeOf(uint32_t type, size_t index) const {
-  size_t count = 0;
-  const tavo_position* const at = tavo_geometry_positions(geometry(), type, &count);
-  if (index < count) {
-    if (at[index].dimension == 0) return {};
-    return Place{at[index].crs, at[index].x, at[index].y};
-  }
-  // Shapes stand in the order of their owners.
-  size_t low = 0;
-  size_t high = tavo_geometry_shape_count(geometry(), type);
-  const size_t end = high;
-  tavo_shape shape{};
-  while (low < high) {
-    const size_t middle = (low + high) / 2;
-    tavo_geometry_shape(geometry(), type, middle, &shape);
-    (shape.owner < index ? low : high) = shape.owner < index ? middle + 1 : middle;
-  }
-  if (low == end || tavo_geometry_shape(geometry(), type, low, &shape) == 0) return {};
-  if (shape.owner != index || shape.vertex_count == 0) return {};
-  const double* const vertex =
-      shape.vertices + (type == TVO_RECORD_SLOPE ? 3 * (shape.vertex_count - 1) : 0);
-  return Place{shape.crs, vertex[0], vertex[1]};
+  const auto at = tool::placeOf(geometry(), type, index);
+  if (!at) return {};
+  return Place{at->crs, at->x, at->y};
 }
 
 std::optional<Place> Scene::placeOfLine(uint64_t line) const {
@@ -347,20 +293,16 @@ std::optional<Place> Scene::placeOfLine(uint64_t line) const {
 }
 
 std::string labelOf(uint32_t number, const char* id, size_t room) {
-  std::string text = textAt(id, room);
-  return text.empty() ? std::to_string(number) : text;
+  const std::string_view text = textOf(id, room);
+  return text.empty() ? std::to_string(number) : toUtf8(text);
 }
 
 std::string labelOf(const tavo_survey* survey, Kind kind, size_t index) {
-  // The three begin alike: a number, and behind it an identifier.
-  constexpr size_t kId = offsetof(TVO_PointRecord, PointID);
-  static_assert(offsetof(TVO_LineRecord, LineID) == kId &&
-                offsetof(TVO_PolygonRecord, PolygonID) == kId);
   const uint32_t type = kind == kPoints  ? uint32_t{TVO_RECORD_POINTS}
                         : kind == kLines ? uint32_t{TVO_RECORD_LINES}
                                          : uint32_t{TVO_RECORD_POLYGONS};
   const char* const record = recordAt(*tavo_survey_records(survey, type), index);
-  return labelOf(load<uint32_t>(record), record + kId, sizeof(TVO_PointRecord::PointID));
+  return labelOf(load<uint32_t>(record), record + kOwnerId, sizeof(TVO_PointRecord::PointID));
 }
 
 std::string nameOf(const tavo_crs& crs) {

@@ -5,12 +5,12 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "findings.h"
+#include "geometry.h"
 #include "tavo/survey.h"
 
 namespace tavo::tool {
@@ -102,10 +102,6 @@ struct Place {
   uint64_t near = 0;  // another line, of the nearest thing in front of it that has a place; else 0
 };
 
-struct FreeGeometry {
-  void operator()(tavo_geometry* geometry) const { tavo_geometry_free(geometry); }
-};
-
 class Scene {
  public:
   // The survey must outlive the scene.
@@ -131,7 +127,7 @@ class Scene {
   friend class SceneMaker;
 
   const tavo_survey* survey_;
-  std::unique_ptr<tavo_geometry, FreeGeometry> geometry_;
+  Geometry geometry_;
   std::vector<View> views_;
   std::vector<std::string> codes_;
   std::vector<Group> groups_;

@@ -5,6 +5,7 @@
 #include <numeric>
 #include <string_view>
 
+#include "interrupt.h"
 #include "record_fields.h"
 
 namespace tavo::tool {
@@ -70,8 +71,7 @@ class Finder {
     const PlacedField terminator = fieldOf(TVO_RECORD_HEADER, TVO_FIELD_TERMINATOR);
     Delimiters now;
     for (size_t i = 0; i < headers.count; ++i) {
-      const auto record =
-          load<HeaderRecord>(static_cast<const char*>(headers.bytes) + i * headers.size);
+      const auto record = recordAt<HeaderRecord>(headers, i);
       if (separator.given(headers.given[i])) now.separator = record.SEPARATOR;
       if (terminator.given(headers.given[i])) now.terminator = record.TERMINATOR;
       delimiters_.emplace_back(headers.lines[i], now);
@@ -153,6 +153,7 @@ std::vector<SourcePlace> findPlaces(const InputText& text, const tavo_survey* su
   std::string rest;
   bool more = true;
   text.eachBlock([&](std::string_view block) {
+    throwIfInterrupted();
     size_t end = 0;
     while (more && (end = block.find('\n')) != block.npos) {
       std::string_view line = block.substr(0, end);

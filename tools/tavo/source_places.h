@@ -28,7 +28,8 @@ struct SourcePlace {
   std::string source;   // the whole line
 };
 
-// One place for each wanted one. The survey is the text's, whose HEADERs set the delimiters.
+// One place for each wanted one. The survey is the text's, whose HEADERs set the delimiters. Throws
+// Interruption.
 std::vector<SourcePlace> findPlaces(const InputText& text, const tavo_survey* survey,
                                     const std::vector<Wanted>& wanted);
 

@@ -70,6 +70,18 @@ std::string printable(std::string_view text, size_t limit) {
   return result;
 }
 
+std::string escaped(std::string_view text, std::string_view marks) {
+  std::string result;
+  for (const char c : text) {
+    if (marks.find(c) == marks.npos) {
+      result += c;
+    } else {
+      result += c == '&' ? "&amp;" : c == '<' ? "&lt;" : c == '>' ? "&gt;" : "&quot;";
+    }
+  }
+  return result;
+}
+
 size_t lengthOfWhole(std::string_view text) {
   for (size_t n = 1; n <= std::min<size_t>(3, text.size()); ++n) {
     const auto byte = static_cast<unsigned char>(text[text.size() - n]);

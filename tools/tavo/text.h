@@ -14,6 +14,9 @@ std::string toUtf8(std::string_view text);
 // cut before the first character that does not fit into `limit` bytes of the text.
 std::string printable(std::string_view text, size_t limit = std::string_view::npos);
 
+// The text with those of the characters & < > " that are in `marks` as entities of HTML and XML.
+std::string escaped(std::string_view text, std::string_view marks);
+
 // Length of the text without the beginning of a UTF-8 sequence at its end, which a cut has left.
 size_t lengthOfWhole(std::string_view text);
 

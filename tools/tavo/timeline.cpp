@@ -1,14 +1,11 @@
 // tavo timeline: prints the time-stamped records of a text in the order of their time.
-#include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <cstring>
-#include <initializer_list>
 #include <numbers>
 
 #include "console.h"
 #include "findings.h"
-#include "record_json.h"
+#include "record_fields.h"
 #include "text.h"
 #include "verbs.h"
 
@@ -27,26 +24,14 @@ struct Entry {
   std::string values;
 };
 
-template <size_t N>
-std::string textOf(const char (&text)[N]) {
-  return {text, strnlen(text, N)};
-}
+// Coordinates of which a point gives one or both.
+struct Pair {
+  Pair(FieldId first, FieldId second)
+      : one(fieldOf(TVO_RECORD_POINTS, first)), other(fieldOf(TVO_RECORD_POINTS, second)) {}
+  bool given(tavo_given given) const { return one.given(given) || other.given(given); }
 
-template <class Record>
-Record recordAt(const tavo_records& records, size_t index) {
-  return load<Record>(static_cast<const char*>(records.bytes) + index * records.size);
-}
-
-// The fields of POINTS in these members, as bits of a record's presence.
-tavo_given pointBits(std::initializer_list<size_t> offsets) {
-  const tavo_schema_block* const block = tavo_schema_block_of(TVO_RECORD_POINTS);
-  tavo_given bits = 0;
-  const tavo_schema_field* field = nullptr;
-  for (size_t i = 0; (field = tavo_schema_field_at(block, i)) != nullptr; ++i) {
-    if (std::ranges::find(offsets, field->offset) != offsets.end()) bits |= tavo_given{1} << i;
-  }
-  return bits;
-}
+  PlacedField one, other;
+};
 
 std::string triple(const char* format, double a, double b, double c) {
   char text[160];
@@ -57,28 +42,27 @@ std::string triple(const char* format, double a, double b, double c) {
 
 // Presence decides which of its systems a point is shown in.
 Entry entryOf(const PointRecord& point, tavo_given given) {
-  static const tavo_given grid =
-      pointBits({offsetof(PointRecord, East), offsetof(PointRecord, North)});
-  static const tavo_given geographic =
-      pointBits({offsetof(PointRecord, Longitude), offsetof(PointRecord, Latitude)});
-  static const tavo_given geocentric =
-      pointBits({offsetof(PointRecord, X), offsetof(PointRecord, Y)});
-  Entry entry{"point", point.Date, point.PointNo, textOf(point.PointID), {}};
-  if ((given & grid) != 0) {
+  static const Pair grid(TVO_FIELD_East, TVO_FIELD_North);
+  static const Pair geographic(TVO_FIELD_Longitude, TVO_FIELD_Latitude);
+  static const Pair geocentric(TVO_FIELD_X, TVO_FIELD_Y);
+  Entry entry{"point", point.Date, point.PointNo, std::string(textOf(point.PointID)), {}};
+  if (grid.given(given)) {
     entry.values =
         triple("East %.4f  North %.4f  Elevation %.4f", point.East, point.North, point.Elevation);
-  } else if ((given & geographic) != 0) {
+  } else if (geographic.given(given)) {
     entry.values = triple("Longitude %.10f  Latitude %.10f  EllHeight %.4f", point.Longitude,
                           point.Latitude, point.EllHeight);
-  } else if ((given & geocentric) != 0) {
+  } else if (geocentric.given(given)) {
     entry.values = triple("X %.4f  Y %.4f  Z %.4f", point.X, point.Y, point.Z);
   }
-  if (const std::string code = textOf(point.Code); !code.empty()) entry.values += "  Code " + code;
+  if (const std::string_view code = textOf(point.Code); !code.empty()) {
+    entry.values.append("  Code ").append(code);
+  }
   return entry;
 }
 
 Entry entryOf(const SlopeRecord& slope) {
-  return {"slope", slope.Date, slope.TgtNo, textOf(slope.TgtID),
+  return {"slope", slope.Date, slope.TgtNo, std::string(textOf(slope.TgtID)),
           triple("Hz %.4f gon  Vz %.4f gon  SDist %.4f m", slope.Hz * kGonPerRadian,
                  slope.Vz * kGonPerRadian, slope.SDist)};
 }
@@ -86,7 +70,7 @@ Entry entryOf(const SlopeRecord& slope) {
 Entry entryOf(const SetupRecord& setup) {
   char height[64];
   std::snprintf(height, sizeof height, "INST_HT %.4f m", double{setup.INST_HT});
-  return {"setup", setup.Date, setup.STN_NO, textOf(setup.STN_ID), height};
+  return {"setup", setup.Date, setup.STN_NO, std::string(textOf(setup.STN_ID)), height};
 }
 
 Entry entryOf(const TimeTaggedRecord& code) {
@@ -94,7 +78,7 @@ Entry entryOf(const TimeTaggedRecord& code) {
   for (size_t i = 0; i < code.EntryCount; ++i) {
     const TimeTaggedEntry& entry = code.entries[i];
     if (i > 0) values += "  ";
-    values += textOf(entry.name) + ' ';
+    values.append(textOf(entry.name)).append(1, ' ');
     if (entry.kind == TVO_ENUM_TEXT) {
       values.append(1, '"').append(textOf(entry.text)).append(1, '"');
     } else if (entry.kind == TVO_ENUM_REAL) {
@@ -105,7 +89,7 @@ Entry entryOf(const TimeTaggedRecord& code) {
       values += std::to_string(entry.integer);
     }
   }
-  return {"code", code.TimeTag, code.Number, textOf(code.Code), values};
+  return {"code", code.TimeTag, code.Number, std::string(textOf(code.Code)), values};
 }
 
 Entry entryOf(const tavo_survey* survey, const tavo_moment& moment) {
@@ -161,9 +145,7 @@ int timeline(const TimelineOptions& options) {
   }
   if (!flushOutput()) return kFailed;
   complainOfNotes(text, analysis);
-  if (analysis.counts.errors == 0) return kSound;
-  complain(text.name() + ": " + analysis.summary() + " (see 'tavo check')");
-  return kFindings;
+  return complainOfFindings(text, analysis);
 }
 
 }  // namespace tavo::tool

@@ -90,9 +90,12 @@ def test_ctrl_c_ends_a_long_run():
 def test_a_signal_ends_the_writing(tmp_path):
     """What its handler raises comes out whole, and no file is made, nor anything left beside it."""
     survey = tavo.read(text("POINTS (PointNo,PointID,East,North)\n" + '1,"a",1,2;\n' * 400000 + "END POINTS"))
-    began = time.monotonic()
-    survey.build()
-    whole = time.monotonic() - began
+    times = [time.monotonic()]
+    for _ in range(3):
+        survey.build()
+        times.append(time.monotonic())
+    # On a busy machine one may take several times as long as the next.
+    whole = min(after - before for before, after in zip(times, times[1:]))
 
     def fail(*_):
         raise Own("told")
@@ -100,7 +103,7 @@ def test_a_signal_ends_the_writing(tmp_path):
     before = signal.signal(signal.SIGALRM, fail)
     try:
         for call in (lambda: survey.build(tmp_path / "a.tvo"), lambda: survey.edit().build(tmp_path / "a.tvo")):
-            signal.setitimer(signal.ITIMER_REAL, whole / 4)
+            signal.setitimer(signal.ITIMER_REAL, whole / 8)
             with pytest.raises(Own, match="told"):
                 call()
     finally:

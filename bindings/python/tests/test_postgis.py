@@ -45,25 +45,25 @@ def stored(server, database):
 class Killer:
     """An on_progress that kills workers while they export, and knows whether it did."""
 
-    def __init__(self, client):
-        self.client, self.killed = client, 0
+    def __init__(self, cluster):
+        self.nannies, self.killed = list(cluster.workers.values()), 0
 
     def __call__(self, done, total):
-        if self.killed < KILLS and done > total * (self.killed + 1) // (KILLS + 1):
-            pid = next(iter(self.client.run(os.getpid).values()))
+        pid = self.nannies[self.killed % len(self.nannies)].pid  # None while it is begun anew
+        if self.killed < KILLS and done > total * (self.killed + 1) // (KILLS + 1) and pid:
             os.kill(pid, signal.SIGKILL)
             self.killed += 1
 
 
 def test_killed_workers_bring_each_survey_once(surveys, server):
-    surveys = surveys[:150]  # each by a program of its own
+    surveys = surveys[:100]  # each by a program of its own
     single = [str(TOOL), "export", *map(str, surveys), "-o", target(server, "single")]
     done = subprocess.run(single, capture_output=True, text=True, check=False)
     assert done.returncode == 1, done.stderr  # some surveys have errors
     with distributed.LocalCluster(n_workers=2, threads_per_worker=1, processes=True,
                                   dashboard_address=None) as cluster:
         with distributed.Client(cluster) as client:
-            killer = Killer(client)
+            killer = Killer(cluster)
             summary = tavo.batch.export(surveys, target(server, "survey"), client.get_executor(),
                                         program=TOOL, on_progress=killer)
     assert killer.killed == KILLS
@@ -71,4 +71,4 @@ def test_killed_workers_bring_each_survey_once(surveys, server):
     assert [row["path"] for row in summary] == list(map(str, surveys))
     expected = stored(server, "single")
     assert stored(server, "survey") == expected
-    assert len(expected["points"]) > 140 and len(expected["findings"]) > 100
+    assert len(expected["points"]) > 95 and len(expected["findings"]) > 50

@@ -300,7 +300,7 @@ TEST_F(FilesTest, VerbsOfTextsSayWhatADataFileIs) {
       EXPECT_NE(result.err.find(" is a data file, not a text (see 'tavo dump' and 'tavo build')"),
                 std::string::npos)
           << result.err;
-      if (verb.size() > 1) EXPECT_FALSE(exists(verb[2]));
+      EXPECT_FALSE(verb.size() > 1 && exists(verb[2]));
       if (file == "-") expectOutput(0, call, text);
     }
   }

@@ -48,7 +48,7 @@ function(tavo_register_gtest target name)
   else()
     add_test(NAME "${TAVO_LANE}.${name}" COMMAND ${target} WORKING_DIRECTORY "${scratch}")
     # The default data file is one place per Wine prefix.
-    set_tests_properties("${TAVO_LANE}.${name}" PROPERTIES TIMEOUT 600)
+    set_tests_properties("${TAVO_LANE}.${name}" PROPERTIES TIMEOUT 1800)
     if(name MATCHES "^(store|api|tools|writers)$")
       set_tests_properties("${TAVO_LANE}.${name}" PROPERTIES RESOURCE_LOCK
                                                              "${TAVO_LANE}.default_data_file")

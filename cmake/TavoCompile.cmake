@@ -18,6 +18,10 @@ else()
   target_compile_options(
     tavo_compile INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -ffp-contract=off
                            $<$<BOOL:${TAVO_WERROR}>:-Werror>)
+  if(CMAKE_UNITY_BUILD AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    # What is in an unnamed namespace of a joined file is in no header.
+    target_compile_options(tavo_compile INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-Wno-subobject-linkage>)
+  endif()
 endif()
 
 if(TAVO_SANITIZE)

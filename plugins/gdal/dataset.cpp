@@ -16,14 +16,14 @@ namespace tavo::gdal {
 namespace {
 
 // Layers with a place, and those of lines of a fixed layout, in the order in which they are listed.
-struct Kind {
+struct LayerKind {
   const char* name;
   OGRwkbGeometryType geometry;
   std::vector<uint32_t> types;
 };
 
-const std::vector<Kind>& kinds() {
-  static const std::vector<Kind> kKinds = {
+const std::vector<LayerKind>& kinds() {
+  static const std::vector<LayerKind> kKinds = {
       {"points", wkbPoint, {TVO_RECORD_POINTS}},
       {"lines", wkbMultiLineString, {TVO_RECORD_LINES}},
       {"polygons", wkbMultiPolygon, {TVO_RECORD_POLYGONS}},
@@ -46,7 +46,7 @@ bool isTable(uint32_t type) {
       type == TVO_RECORD_POLYGON_THEMINFO) {
     return false;
   }
-  return std::ranges::none_of(kinds(), [type](const Kind& kind) {
+  return std::ranges::none_of(kinds(), [type](const LayerKind& kind) {
     return std::ranges::find(kind.types, type) != kind.types.end();
   });
 }
@@ -349,7 +349,7 @@ void Dataset::addTable(const std::string& name, const std::vector<uint32_t>& typ
 }
 
 void Dataset::makeLayers(bool all) {
-  for (const Kind& kind : kinds()) {
+  for (const LayerKind& kind : kinds()) {
     if (kind.geometry == wkbNone) {
       addTable(kind.name, kind.types, all);
     } else {

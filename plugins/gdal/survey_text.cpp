@@ -22,7 +22,6 @@ namespace {
 
 using Form = WrittenSystem::Form;
 
-constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
 constexpr double kDegree = std::numbers::pi / 180;
 constexpr size_t kCodeRoom = sizeof(TVO_CodeRecord::Code) - 1;
 
@@ -258,10 +257,10 @@ void SurveyText::shareVertices(Numbers& numbers) {
       const bool elliptic = height == TVO_FIELD_Elevation && !rows.has(row, height);
       const TVO_FieldId z = elliptic ? TVO_FieldId{TVO_FIELD_Height} : height;
       Vertex at{rows.get<double>(row, x), rows.get<double>(row, y),
-                rows.has(row, z) ? rows.get<double>(row, z) : kNone};
+                rows.has(row, z) ? rows.get<double>(row, z) : kNoNumber};
       const auto number = rows.get<uint32_t>(row, TVO_FIELD_PointNo);
       share(keyOf(group.system, at), number);
-      at.z = kNone;
+      at.z = kNoNumber;
       share(keyOf(group.system, at), number);
     }
   }

@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdint>
 #include <deque>
+#include <limits>
 #include <map>
 #include <optional>
 #include <string>
@@ -17,6 +18,8 @@
 #include "written_system.h"
 
 namespace tavo::gdal {
+
+constexpr double kNoNumber = std::numeric_limits<double>::quiet_NaN();
 
 enum class Kind : unsigned { kPoint, kLine, kPolygon };
 

@@ -19,7 +19,6 @@ namespace {
 using Form = WrittenSystem::Form;
 using Way = FieldTarget::Way;
 
-constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
 constexpr double kSame = 1e-6;  // of coordinates in a column and in a geometry
 
 // Layers of our own reading side that say again what others say, or that hold what is not written
@@ -335,7 +334,8 @@ Vertex WrittenLayer::inFile(double x, double y, double z) const {
 }
 
 void WrittenLayer::place(Group& group, size_t row, const OGRPoint& point) {
-  const Vertex at = inFile(point.getX(), point.getY(), point.Is3D() != 0 ? point.getZ() : kNone);
+  const Vertex at =
+      inFile(point.getX(), point.getY(), point.Is3D() != 0 ? point.getZ() : kNoNumber);
   if (!std::isfinite(at.x) || !std::isfinite(at.y)) {
     text_.losses.add(Loss::kNotFinitePlace);
     return;
@@ -388,7 +388,8 @@ void WrittenLayer::replaceCoordinates(Rows& rows, size_t row, const Vertex& at) 
 std::vector<uint32_t> WrittenLayer::verticesOf(const OGRSimpleCurve& line, bool closed) {
   std::vector<Vertex> places;
   for (int i = 0; i < line.getNumPoints(); ++i) {
-    const Vertex at = inFile(line.getX(i), line.getY(i), line.Is3D() != 0 ? line.getZ(i) : kNone);
+    const Vertex at =
+        inFile(line.getX(i), line.getY(i), line.Is3D() != 0 ? line.getZ(i) : kNoNumber);
     if (!std::isfinite(at.x) || !std::isfinite(at.y)) {
       text_.losses.add(Loss::kNotFinitePlace);
       return {};

@@ -6,7 +6,9 @@
 enum {
   kSysExecve = 11,
   kSysMunmap = 91,
+  kSysModifyLdt = 123,
   kSysMmap2 = 192,
+  kSysSetThreadArea = 243,
   kMapFixedNoReplace = 0x100000,
   kErrNoMem = 12,
   kErrExist = 17,
@@ -20,6 +22,8 @@ extern int* __errno_location(void);
 extern char* getenv(const char* name);
 extern char** environ;
 extern void* dlsym(void* handle, const char* name);
+extern void* malloc(unsigned size);
+extern void free(void* memory);
 
 static unsigned systemCall(unsigned number, const unsigned args[6]) {
   __asm__ volatile(
@@ -142,5 +146,100 @@ int sigaction(int signal, const struct Action* action, struct Action* old) {
   handlers[signal] = action->handler;
   const int result = next(signal, &changed, old);
   if (old != 0 && before != 0) old->handler = before;
+  return result;
+}
+
+/* The emulator's threads share one global descriptor table, where each of Linux' has its own. Wine
+ * loads %fs and %gs again and again, so a thread would get the block of another one, started later,
+ * from the entry that both use. The local table is one for all threads on Linux, too: every thread
+ * gets a descriptor of its own there for %gs, and Wine takes one for %fs once the global table is
+ * full; it leaves the first 512 to who uses them for %gs.
+ */
+struct Descriptor {
+  int entry;
+  unsigned base;
+  unsigned limit;
+  unsigned flags;
+};
+
+enum { kThreadDescriptors = 512, kWriteLocal = 0x11, kOfLocalTable = 7, kOfGlobalTable = 3 };
+
+static unsigned descriptorBases[kThreadDescriptors];
+static int globalEntry;
+static int descriptorLock;
+
+static void lockDescriptors(void) {
+  while (__sync_lock_test_and_set(&descriptorLock, 1) != 0) {
+  }
+}
+
+static void unlockDescriptors(void) { __sync_lock_release(&descriptorLock); }
+
+/* Of 32-bit data, with a limit in pages, for this thread's block. */
+static struct Descriptor descriptorHere(int entry) {
+  struct Descriptor here = {entry, 0, 0xfffff, 0x51};
+  __asm__ volatile("mov %%gs:0, %0" : "=r"(here.base));
+  return here;
+}
+
+static void loadGs(int entry, int table) {
+  __asm__ volatile("mov %w0, %%gs" : : "r"((entry << 3) | table));
+}
+
+static unsigned setGlobal(struct Descriptor* descriptor) {
+  const unsigned args[6] = {(unsigned)descriptor, 0, 0, 0, 0, 0};
+  return systemCall(kSysSetThreadArea, args);
+}
+
+/* Into an entry of this thread's own: that of an ended thread when its block is used again. */
+static void leaveGlobalTable(void) {
+  struct Descriptor own = descriptorHere(0);
+  const unsigned args[6] = {kWriteLocal, (unsigned)&own, sizeof own, 0, 0, 0};
+  while (descriptorBases[own.entry] != 0 && descriptorBases[own.entry] != own.base) {
+    if (++own.entry == kThreadDescriptors) __builtin_trap();
+  }
+  descriptorBases[own.entry] = own.base;
+  if (systemCall(kSysModifyLdt, args) != 0) __builtin_trap();
+  loadGs(own.entry, kOfLocalTable);
+}
+
+__attribute__((constructor)) static void fillGlobalTable(void) {
+  struct Descriptor any = descriptorHere(-1);
+  __asm__ volatile("mov %%gs, %0" : "=r"(globalEntry));
+  globalEntry >>= 3;
+  leaveGlobalTable();
+  while (setGlobal(&any) == 0) any.entry = -1;
+}
+
+struct Start {
+  void* (*routine)(void*);
+  void* argument;
+};
+
+static void* startThread(void* memory) {
+  const struct Start start = *(struct Start*)memory;
+  free(memory);
+  lockDescriptors();
+  leaveGlobalTable();
+  unlockDescriptors();
+  return start.routine(start.argument);
+}
+
+/* A new thread starts with its creator's selector and its own block in the global table. */
+int pthread_create(void* thread, const void* attributes, void* (*routine)(void*), void* argument) {
+  typedef int (*Create)(void*, const void*, void* (*)(void*), void*);
+  const Create create = (Create)dlsym((void*)-1L, "pthread_create");
+  struct Descriptor here = descriptorHere(globalEntry);
+  struct Start* start = malloc(sizeof *start);
+  if (start == 0) return kErrNoMem;
+  start->routine = routine;
+  start->argument = argument;
+  lockDescriptors();
+  setGlobal(&here);
+  loadGs(globalEntry, kOfGlobalTable);
+  const int result = create(thread, attributes, startThread, start);
+  leaveGlobalTable();
+  unlockDescriptors();
+  if (result != 0) free(start);
   return result;
 }

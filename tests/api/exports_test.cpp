@@ -6,6 +6,7 @@
 #include <functional>
 #include <string>
 
+#include "callbacks.h"
 #include "support/analysis.h"
 #include "tavo/records.h"
 #include "tavo/tavo.h"
@@ -13,6 +14,8 @@
 namespace tavo {
 namespace {
 
+using tests::ignore;
+using tests::noRecord;
 using tests::readFile;
 using tests::writeFile;
 
@@ -20,11 +23,9 @@ const char kJobs[] =
     "DATABASE\n  JOBS (JobNo,Name)\n    1,  \"A1\";\n    2,  \"B2\";\n"
     "  END JOBS\nEND DATABASE\n";
 
-uint32_t TVO_CALL ignore(uint32_t, const void*) { return 0; }
 uint32_t TVO_CALL refuse(uint32_t, const void*) { return 0x12340000U | TVO_ERR_ABORTED; }
 uint32_t TVO_CALL throwing(uint32_t, const void*) { throw 1; }
 uint16_t TVO_CALL throwingSource(uint32_t, uint32_t*, void**) { throw 1; }
-uint16_t TVO_CALL noRecord(uint32_t, uint32_t*, void**) { return 1; }
 uint16_t TVO_CALL aborted(uint32_t, uint32_t*, void**) { return TVO_ERR_ABORTED; }
 uint16_t TVO_CALL unalign(uint32_t move, uint32_t* type, void** record) {
   TVO_SetColumns(0);

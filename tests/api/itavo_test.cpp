@@ -69,7 +69,7 @@ std::string walk(TimeCursor* cursor, bool forward) {
 }
 
 // Dates of the summer of 2024 have keys that do not turn negative when they wrap.
-const char kSurvey[] =
+const char kMoments[] =
     "DATABASE\nPOINTS (PointNo,Date)\n"
     "1,03-06-2024/10:00:00.0;\n"
     "2,;\n"
@@ -87,7 +87,7 @@ const char kSurvey[] =
 
 TEST(ITavo, WalksPointsSetupsAndCodesInTimeOrder) {
   Timeline timeline;
-  timeline.analyse(kSurvey);
+  timeline.analyse(kMoments);
   TimeCursor* const cursor = timeline->CreateCursor();
   EXPECT_EQ(cursor->IsValid(), 0U);
   EXPECT_EQ(entryText(cursor), "-");
@@ -107,11 +107,11 @@ TEST(ITavo, CursorsKeepTheirAddressAndTheCountsOfTheirMaking) {
   TimeCursor* const early = timeline->CreateCursor();
   EXPECT_EQ(early->First(), 0U);
   EXPECT_EQ(entryText(early), "-");
-  timeline.analyse(kSurvey);
+  timeline.analyse(kMoments);
   TimeCursor* const first = timeline->CreateCursor();
   std::vector<TimeCursor*> others(100);
   for (TimeCursor*& other : others) other = timeline->CreateCursor();
-  timeline.analyse(kSurvey);  // appends
+  timeline.analyse(kMoments);  // appends
   EXPECT_EQ(early->Last(), 0U);
   const std::string once = walk(first, true);
   const std::string twice = walk(timeline->CreateCursor(), true);

@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "callbacks.h"
 #include "support/analysis.h"
 #include "support/failing_allocations.h"
 #include "tavo/itavo.h"
@@ -21,6 +22,7 @@ namespace {
 
 using tests::failsOn;
 using tests::failures;
+using tests::ignore;
 using tests::untilFailure;
 
 const char kSurvey[] =
@@ -32,8 +34,6 @@ const std::string kLarge =
     "DATABASE\nPOINTS (PointNo,Date)\n1,15-06-2024/10:30:00.0;\nEXTRAINFO (PointNo,East,North)\n"
     "1,2.0,3.0;\nEND EXTRAINFO\nEND POINTS\nEND DATABASE\nTIME_TAGGED_CODES\n"
     "\"C\",15-06-2024/10:30:00.0,1,\"a\",\"b\";\nEND TIME_TAGGED_CODES\n";
-
-uint32_t TVO_CALL ignore(uint32_t, const void*) { return 0; }
 
 uint32_t analyse(const char* input, TVO_RecordSink sink) {
   return TVO_Analyse(input, "memory.log", sink, 10, nullptr, nullptr);

@@ -7,6 +7,7 @@
 #include <fstream>
 #include <thread>
 
+#include "callbacks.h"
 #include "platform/file.h"
 #include "store/engine/child_process.h"
 #include "support/analysis.h"
@@ -18,15 +19,14 @@ namespace {
 
 namespace fs = std::filesystem;
 using engine::test::ChildProcess;
+using tests::ignore;
+using tests::noRecord;
 using tests::readFile;
 using tests::writeFile;
 
 const char kText[] = "DATABASE\n  JOBS (JobNo)\n    1;\n  END JOBS\nEND DATABASE\n";
 // A name beyond Latin-1 in the code page of Western Windows.
 constexpr char kOdd[] = "\xC5\xA0\x9A.tvo";
-
-uint32_t TVO_CALL ignore(uint32_t, const void*) { return 0; }
-uint16_t TVO_CALL noRecord(uint32_t, uint32_t*, void**) { return 1; }
 
 uint32_t moveResults[2];
 uint32_t TVO_CALL moveDataFile(uint32_t, const void*) {

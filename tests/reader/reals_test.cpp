@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <limits>
 #include <random>
+#include <vector>
 
 #include "reader/values.h"
 #include "support/analysis.h"
@@ -34,12 +35,31 @@ class ControlWord {
  private:
   uint16_t before_;
 };
-constexpr uint16_t kControlWords[] = {0x027F, 0x037F, 0x007F};
+
+// Of double, extended and single precision. Single precision is the processor's to show: an
+// emulated x87 may round what it only loads, results of functions among them.
+const std::vector<uint16_t>& controlWords() {
+  static const std::vector<uint16_t> kWords = [] {
+    std::vector<uint16_t> words = {0x027F, 0x037F};
+    constexpr uint16_t kSingle = 0x007F;
+    const ControlWord set(kSingle);
+    const double tenth = 0.1;
+    double loaded = 0;
+    __asm__ volatile("fldl %1\n\tfstpl %0" : "=m"(loaded) : "m"(tenth));
+    if (loaded == tenth) {
+      words.push_back(kSingle);
+    } else {
+      std::puts("THIS MACHINE EMULATES THE X87 INEXACTLY: single precision is not tested");
+    }
+    return words;
+  }();
+  return kWords;
+}
 #else
 struct ControlWord {
   explicit ControlWord(uint16_t) {}
 };
-constexpr uint16_t kControlWords[] = {0};
+std::vector<uint16_t> controlWords() { return {0}; }
 #endif
 
 // The whole text as a field; NaN when it is refused.
@@ -70,7 +90,7 @@ class Expected {
     rows_.push_back({std::move(text), std::isinf(value) ? kRefused : value});
   }
   void check() const {
-    for (const uint16_t word : kControlWords) {
+    for (const uint16_t word : controlWords()) {
       std::vector<Real> values;
       values.reserve(rows_.size());
       {
@@ -251,7 +271,7 @@ TEST(Reals, RecordsAreTheSameUnderEveryControlWord) {
   };
   const std::string expected = records();
   EXPECT_EQ(expected.size(), 2 * kRandomNumbers * sizeof(SlopeRecord));
-  for (const uint16_t word : kControlWords) {
+  for (const uint16_t word : controlWords()) {
     std::string bytes;
     {
       const ControlWord set(word);

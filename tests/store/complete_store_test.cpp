@@ -20,7 +20,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr char kPath[] = "complete_store_test.dat";
+constexpr char kCompleteFile[] = "complete_store_test.dat";
 constexpr char kRepaired[] = "complete_store_test_new.dat";
 
 // A record with all that a complete file keeps of it; of a time-tagged code the pointer is replaced
@@ -110,19 +110,19 @@ void setContents(const char* path, const std::string& bytes) {
 class CompleteStoreTest : public testing::Test {
  protected:
   ~CompleteStoreTest() override {
-    for (const char* path : {kPath, kRepaired, "complete_store_test.log"}) remove(path);
+    for (const char* path : {kCompleteFile, kRepaired, "complete_store_test.log"}) remove(path);
   }
 
   // Into a new file and back, from either end.
   static void roundTrip(const char* path) {
     SCOPED_TRACE(path);
-    remove(kPath);
+    remove(kCompleteFile);
     CompleteStore store;
-    ASSERT_EQ(store.create(kPath), 0u);
+    ASSERT_EQ(store.create(kCompleteFile), 0u);
     std::vector<Kept> delivered = import(path, store);
     ASSERT_EQ(store.close(), 0);
-    EXPECT_EQ(findings(kPath), "");
-    ASSERT_EQ(store.open(kPath, CompleteStore::Access::kReadOnly), 0u);
+    EXPECT_EQ(findings(kCompleteFile), "");
+    ASSERT_EQ(store.open(kCompleteFile, CompleteStore::Access::kReadOnly), 0u);
     EXPECT_EQ(store.count(), delivered.size());
     EXPECT_EQ(walk(store, TVO_FIRST, TVO_NEXT), delivered);
     std::ranges::reverse(delivered);
@@ -156,7 +156,7 @@ PointRecord point(uint32_t number, const char* id) {
 
 TEST_F(CompleteStoreTest, FindsChangesAndAppends) {
   CompleteStore store;
-  ASSERT_EQ(store.create(kPath), 0u);
+  ASSERT_EQ(store.create(kCompleteFile), 0u);
   const SubjectRecord subject = {7, "AB"};
   LayerRecord layer = {};
   layer.LayerNo = 7;
@@ -191,7 +191,7 @@ TEST_F(CompleteStoreTest, FindsChangesAndAppends) {
   EXPECT_EQ(store.remove(), 0u);
   EXPECT_FALSE(store.onRecord());
   ASSERT_EQ(store.close(), 0);
-  ASSERT_EQ(store.open(kPath), 0u);
+  ASSERT_EQ(store.open(kCompleteFile), 0u);
   ASSERT_EQ(store.write({TVO_RECORD_POINTS, &key, 501, 3, 4}), 0u);
   ASSERT_EQ(store.write({TVO_RECORD_POINTS, &key, 502, 3, 4}), 0u);
   std::vector<Kept> kept = walk(store, TVO_FIRST, TVO_NEXT);
@@ -202,22 +202,22 @@ TEST_F(CompleteStoreTest, FindsChangesAndAppends) {
   EXPECT_EQ(kept[500].line, 501u);
   EXPECT_EQ(kept[501].line, 502u);
   ASSERT_EQ(store.close(), 0);
-  EXPECT_EQ(findings(kPath), "");
+  EXPECT_EQ(findings(kCompleteFile), "");
 }
 
 TEST_F(CompleteStoreTest, KindsAreToldApart) {
   CompleteStore complete;
-  ASSERT_EQ(complete.create(kPath), 0u);
-  EXPECT_EQ(complete.open(kPath), TVO_ERR_DATA_FILE_OPEN);
+  ASSERT_EQ(complete.create(kCompleteFile), 0u);
+  EXPECT_EQ(complete.open(kCompleteFile), TVO_ERR_DATA_FILE_OPEN);
   ASSERT_EQ(complete.close(), 0);
-  EXPECT_EQ(dataFileKind(kPath), FileKind::kComplete);
+  EXPECT_EQ(dataFileKind(kCompleteFile), FileKind::kComplete);
   RecordStore compatible;
-  EXPECT_EQ(TVO_CODE(compatible.openDataFile(kPath)), TVO_ERR_DATA_FILE);
-  ASSERT_EQ(compatible.setDataFile(kPath), 0u);
+  EXPECT_EQ(TVO_CODE(compatible.openDataFile(kCompleteFile)), TVO_ERR_DATA_FILE);
+  ASSERT_EQ(compatible.setDataFile(kCompleteFile), 0u);
   ASSERT_EQ(compatible.close(), 0);
-  EXPECT_EQ(dataFileKind(kPath), FileKind::kCompatible);
-  EXPECT_EQ(TVO_CODE(complete.open(kPath)), TVO_ERR_DATA_FILE);
-  EXPECT_EQ(TVO_CODE(complete.create(kPath)), TVO_ERR_DATA_FILE);
+  EXPECT_EQ(dataFileKind(kCompleteFile), FileKind::kCompatible);
+  EXPECT_EQ(TVO_CODE(complete.open(kCompleteFile)), TVO_ERR_DATA_FILE);
+  EXPECT_EQ(TVO_CODE(complete.create(kCompleteFile)), TVO_ERR_DATA_FILE);
   CompleteRecord record;
   EXPECT_EQ(TVO_CODE(complete.read(TVO_FIRST, &record)), TVO_ERR_DATA_FILE);
   EXPECT_EQ(dataFileKind("no such file"), std::nullopt);
@@ -225,18 +225,18 @@ TEST_F(CompleteStoreTest, KindsAreToldApart) {
 
 TEST_F(CompleteStoreTest, FindingsNameRecordAndBlock) {
   CompleteStore store;
-  ASSERT_EQ(store.create(kPath), 0u);
+  ASSERT_EQ(store.create(kCompleteFile), 0u);
   const PointRecord record = point(258, "id");
   ASSERT_EQ(store.write({TVO_RECORD_POINTS, &record, 9, 3, 4}), 0u);
   ASSERT_EQ(store.close(), 0);
-  std::string bytes = contents(kPath);
+  std::string bytes = contents(kCompleteFile);
   // The record's key in the index of numbers.
   const std::string entry = {10, kByNumber, '\x80', 1, 0, 0, 0, 2, 1, 0, 0};
   const size_t at = bytes.find(entry);
   ASSERT_NE(at, std::string::npos);
   bytes[at + 7] = 3;
-  setContents(kPath, bytes);
-  const std::string found = findings(kPath);
+  setContents(kCompleteFile, bytes);
+  const std::string found = findings(kCompleteFile);
   EXPECT_NE(found.find("record 1 (type 34, POINTS, block 4): lacks its key in index 3"),
             std::string::npos)
       << found;
@@ -303,7 +303,7 @@ std::string damaged(std::string file, std::mt19937& random) {
 void importCompatible(const char* path) {
   std::vector<Kept> kept;
   RecordStore store;
-  ASSERT_EQ(store.setDataFile(kPath), 0u);
+  ASSERT_EQ(store.setDataFile(kCompleteFile), 0u);
   reader::OperationColumns operations;
   const auto take = [](void* to, const reader::DeliveredRecord& record) -> uint32_t {
     static_cast<RecordStore*>(to)->write(record.type, record.bytes);
@@ -321,23 +321,23 @@ TEST_F(CompleteStoreTest, RepairSavesEveryWholeRecord) {
   for (const FileKind kind : {FileKind::kComplete, FileKind::kCompatible}) {
     for (const char* name : {"/all-sections.tvo", "/survey.tvo"}) {
       const std::string path = std::string(TAVO_EXAMPLES_DIR) + name;
-      remove(kPath);
+      remove(kCompleteFile);
       if (kind == FileKind::kComplete) {
         CompleteStore store;
-        ASSERT_EQ(store.create(kPath), 0u);
+        ASSERT_EQ(store.create(kCompleteFile), 0u);
         import(path.c_str(), store);
         ASSERT_EQ(store.close(), 0);
       } else {
         importCompatible(path.c_str());
       }
-      const std::string sound = contents(kPath);
+      const std::string sound = contents(kCompleteFile);
       const std::map<int32_t, Packed> records = packedRecords(sound);
       for (int round = 0; round < 50 * TAVO_TEST_EFFORT / 100 + 1; ++round) {
         const std::string file = round == 0 ? sound : damaged(sound, random);
-        setContents(kPath, file);
+        setContents(kCompleteFile, file);
         remove(kRepaired);
         RepairReport report;
-        ASSERT_EQ(repairDataFile(kPath, kRepaired, nullptr, &report), 0) << round;
+        ASSERT_EQ(repairDataFile(kCompleteFile, kRepaired, nullptr, &report), 0) << round;
         EXPECT_EQ(report.kind, kind);
         std::multiset<std::string> saved = formsOf(contents(kRepaired));
         EXPECT_EQ(saved.size(), report.total(report.found));
@@ -360,8 +360,8 @@ TEST_F(CompleteStoreTest, RepairSavesEveryWholeRecord) {
 TEST_F(CompleteStoreTest, RepairNeedsADataFile) {
   RepairReport report;
   EXPECT_NE(repairDataFile("no such file", kRepaired, nullptr, &report), 0);
-  setContents(kPath, std::string(5000, 'x'));
-  EXPECT_EQ(repairDataFile(kPath, kRepaired, nullptr, &report), engine::kBadSignature);
+  setContents(kCompleteFile, std::string(5000, 'x'));
+  EXPECT_EQ(repairDataFile(kCompleteFile, kRepaired, nullptr, &report), engine::kBadSignature);
   EXPECT_FALSE(fs::exists(kRepaired));
 }
 

@@ -14,9 +14,9 @@
 namespace tavo::store {
 namespace {
 
-constexpr char kPath[] = "data_file_test.dat";
+constexpr char kDataFile[] = "data_file_test.dat";
 
-Bytes contents(const char* path) {
+Bytes fileBytes(const char* path) {
   std::ifstream file(path, std::ios::binary);
   return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
@@ -42,7 +42,7 @@ std::vector<std::string> findings(DataFileStatistics* statistics = nullptr) {
   std::vector<std::string> list;
   DataFileStatistics own;
   const int result = verifyDataFile(
-      kPath, [&list](const DataFileFinding& finding) { list.push_back(finding.text); },
+      kDataFile, [&list](const DataFileFinding& finding) { list.push_back(finding.text); },
       statistics != nullptr ? statistics : &own);
   if (result != 0) list.push_back("result " + std::to_string(result));
   return list;
@@ -50,16 +50,16 @@ std::vector<std::string> findings(DataFileStatistics* statistics = nullptr) {
 
 class DataFileTest : public testing::Test {
  protected:
-  ~DataFileTest() override { remove(kPath); }
+  ~DataFileTest() override { remove(kDataFile); }
 };
 
 TEST_F(DataFileTest, BytesOfASmallFile) {
   RecordStore store;
-  ASSERT_EQ(store.setDataFile(kPath), 0u);
+  ASSERT_EQ(store.setDataFile(kDataFile), 0u);
   SubjectRecord subject{7, "AB"};
   ASSERT_EQ(store.write(TVO_RECORD_SUBJECTS, &subject), 0u);
   ASSERT_EQ(store.close(), 0);
-  const Bytes file = contents(kPath);
+  const Bytes file = fileBytes(kDataFile);
   ASSERT_GE(file.size(), 2048u);
   EXPECT_EQ(file.size() % 1024, 0u);
   EXPECT_EQ(engine::loadU32(&file[44]), 2u);  // next record number
@@ -86,7 +86,7 @@ TEST_F(DataFileTest, BytesOfASmallFile) {
 // file format does, or the choice of pages to split and reserve.
 TEST_F(DataFileTest, BytesAreTheSameOnEveryPlatform) {
   RecordStore store;
-  ASSERT_EQ(store.setDataFile(kPath), 0u);
+  ASSERT_EQ(store.setDataFile(kDataFile), 0u);
   fill(store, 1500);
   Bytes room(sizeof(ProjectRecord));
   for (const uint32_t move : {TVO_FIRST, TVO_LAST, TVO_FIRST}) {
@@ -95,29 +95,29 @@ TEST_F(DataFileTest, BytesAreTheSameOnEveryPlatform) {
   }
   ASSERT_EQ(store.close(), 0);
   uint32_t sum = 2166136261u;
-  for (const unsigned char byte : contents(kPath)) sum = (sum ^ byte) * 16777619u;
+  for (const unsigned char byte : fileBytes(kDataFile)) sum = (sum ^ byte) * 16777619u;
   EXPECT_EQ(sum, 1210672769u);
 }
 
 TEST_F(DataFileTest, Recognition) {
-  EXPECT_FALSE(isDataFile(kPath));
+  EXPECT_FALSE(isDataFile(kDataFile));
   RecordStore store;
-  ASSERT_EQ(store.setDataFile(kPath), 0u);
+  ASSERT_EQ(store.setDataFile(kDataFile), 0u);
   store.closeDataFile();
-  EXPECT_TRUE(isDataFile(kPath));
-  Bytes file = contents(kPath);
+  EXPECT_TRUE(isDataFile(kDataFile));
+  Bytes file = fileBytes(kDataFile);
   ++file[4];
-  setContents(kPath, file);
-  EXPECT_FALSE(isDataFile(kPath));
-  EXPECT_EQ(store.openDataFile(kPath), 0xFFFF0000u | TVO_ERR_DATA_FILE);
+  setContents(kDataFile, file);
+  EXPECT_FALSE(isDataFile(kDataFile));
+  EXPECT_EQ(store.openDataFile(kDataFile), 0xFFFF0000u | TVO_ERR_DATA_FILE);
   EXPECT_EQ(findings(), std::vector<std::string>{"result -5"});
-  setContents(kPath, Bytes(100, 'x'));
-  EXPECT_FALSE(isDataFile(kPath));
+  setContents(kDataFile, Bytes(100, 'x'));
+  EXPECT_FALSE(isDataFile(kDataFile));
 }
 
 TEST_F(DataFileTest, CheckOfASoundFile) {
   RecordStore store;
-  ASSERT_EQ(store.setDataFile(kPath), 0u);
+  ASSERT_EQ(store.setDataFile(kDataFile), 0u);
   fill(store, 500);
   ASSERT_EQ(store.close(), 0);
   DataFileStatistics statistics;
@@ -134,7 +134,7 @@ TEST_F(DataFileTest, CheckFindsWrongTypesAndKeys) {
   // Made with the engine itself, which knows no record types.
   engine::PageCache cache;
   engine::Store file(cache);
-  ASSERT_EQ(file.create(kPath, kIndexes), 0);
+  ASSERT_EQ(file.create(kDataFile, kIndexes), 0);
   RecordForm form(TVO_RECORD_SUBJECTS);
   const Bytes subject = sampleRecord(TVO_RECORD_SUBJECTS, 1);
   form.load(TVO_RECORD_SUBJECTS, subject.data());
@@ -158,7 +158,7 @@ TEST_F(DataFileTest, CheckFindsWrongTypesAndKeys) {
 
   // The store itself hands out what it can.
   RecordStore store;
-  ASSERT_EQ(store.openDataFile(kPath), 0u);
+  ASSERT_EQ(store.openDataFile(kDataFile), 0u);
   EXPECT_EQ(readRecord(store, TVO_FIRST).status, TVO_ERR_RECORD_TYPE);
 }
 
@@ -181,10 +181,10 @@ void useEverything(RecordStore& store) {
 
 TEST_F(DataFileTest, DamagedFilesNeverCrash) {
   RecordStore maker;
-  ASSERT_EQ(maker.setDataFile(kPath), 0u);
+  ASSERT_EQ(maker.setDataFile(kDataFile), 0u);
   fill(maker, 250);
   ASSERT_EQ(maker.close(), 0);
-  const Bytes sound = contents(kPath);
+  const Bytes sound = fileBytes(kDataFile);
   std::mt19937 random(4711);
   for (int round = 0; round < 250 * TAVO_TEST_EFFORT / 100; ++round) {
     Bytes file = sound;
@@ -199,10 +199,10 @@ TEST_F(DataFileTest, DamagedFilesNeverCrash) {
     // Page counts in the millions would only make the rounds long.
     for (const size_t at : {38u, 39u, 54u, 55u}) file[at] = 0;
     if (round % 10 == 0) file.resize(random() % file.size());
-    setContents(kPath, file);
+    setContents(kDataFile, file);
     findings();
     RecordStore store;
-    if (store.openDataFile(kPath) != 0) continue;
+    if (store.openDataFile(kDataFile) != 0) continue;
     useEverything(store);
     store.closeDataFile();
     findings();
@@ -263,7 +263,7 @@ class FailingFiles : public platform::FileSystem {
 TEST_F(DataFileTest, FailedSearchIsNoMissingRecord) {
   {
     RecordStore store;
-    ASSERT_EQ(store.setDataFile(kPath), 0u);
+    ASSERT_EQ(store.setDataFile(kDataFile), 0u);
     fill(store, 2000);
     ASSERT_EQ(store.close(), 0);
   }
@@ -274,7 +274,7 @@ TEST_F(DataFileTest, FailedSearchIsNoMissingRecord) {
       for (int failAt = 0;; ++failAt) {
         FailingFiles files;
         RecordStore store(files);
-        ASSERT_EQ(store.openDataFile(kPath), 0u);
+        ASSERT_EQ(store.openDataFile(kDataFile), 0u);
         files.how = how;
         files.readsToo = true;
         files.failAt = failAt;
@@ -296,7 +296,7 @@ TEST_F(DataFileTest, FailedSearchIsNoMissingRecord) {
 TEST_F(DataFileTest, FullDiskGivesTheWriteError) {
   FailingFiles files;
   RecordStore store(files);
-  ASSERT_EQ(store.setDataFile(kPath), 0u);
+  ASSERT_EQ(store.setDataFile(kDataFile), 0u);
   fill(store, 200);
   files.how = platform::Transfer::kShort;
   files.stays = true;
@@ -320,7 +320,7 @@ TEST_F(DataFileTest, EveryTransferMayFail) {
     files.stays = failAt % 3 == 0;
     files.how = failAt % 5 == 0 ? platform::Transfer::kShort : platform::Transfer::kFailed;
     RecordStore store(files);
-    const uint32_t created = store.setDataFile(kPath);
+    const uint32_t created = store.setDataFile(kDataFile);
     if (created != 0) {
       EXPECT_EQ(TVO_CODE(created), TVO_ERR_OPEN);
       EXPECT_FALSE(store.isOpen());

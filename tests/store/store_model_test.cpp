@@ -11,7 +11,7 @@
 namespace tavo::store {
 namespace {
 
-constexpr char kPath[] = "model_test.dat";
+constexpr char kModelFile[] = "model_test.dat";
 
 // Records by sort code and record number; numbers of removed records are used again, lowest first.
 class Model {
@@ -56,10 +56,10 @@ class Model {
 
 class Session {
  public:
-  explicit Session(uint32_t seed) : random_(seed) { EXPECT_EQ(store_.setDataFile(kPath), 0u); }
+  explicit Session(uint32_t seed) : random_(seed) { EXPECT_EQ(store_.setDataFile(kModelFile), 0u); }
   ~Session() {
     store_.closeDataFile();
-    remove(kPath);
+    remove(kModelFile);
   }
 
   void step() {
@@ -71,7 +71,7 @@ class Session {
     if (kind < 99) return walk();
     store_.closeDataFile();
     model_.current = nullptr;
-    EXPECT_EQ(store_.openDataFile(kPath), 0u);
+    EXPECT_EQ(store_.openDataFile(kModelFile), 0u);
   }
 
   // The file holds exactly the model's records, in its order.
@@ -92,14 +92,14 @@ class Session {
     ASSERT_EQ(store_.close(), 0);
     DataFileStatistics statistics;
     const auto report = [](const DataFileFinding& finding) { ADD_FAILURE() << finding.text; };
-    ASSERT_EQ(verifyDataFile(kPath, report, &statistics), 0);
+    ASSERT_EQ(verifyDataFile(kModelFile, report, &statistics), 0);
     std::array<uint32_t, schema::kRecordTypes> byType{};
     for (const auto& [place, record] : model_.records) ++byType[record.type];
     EXPECT_EQ(statistics.recordsByType, byType);
     EXPECT_EQ(statistics.records, model_.records.size());
     EXPECT_EQ(statistics.findings, 0u);
     EXPECT_EQ(statistics.fileSize, 1024u * (1u + statistics.pagesInFile));
-    EXPECT_EQ(store_.openDataFile(kPath), 0u);
+    EXPECT_EQ(store_.openDataFile(kModelFile), 0u);
   }
 
  private:

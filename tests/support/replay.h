@@ -18,6 +18,8 @@
 
 namespace tavo::tests {
 
+constexpr writers::BuildSettings kPlain{false, {4, 4, 10}};
+
 class Replay final : public writers::RecordSource {
  public:
   struct Item {

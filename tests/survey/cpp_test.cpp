@@ -13,7 +13,7 @@
 namespace tavo::tests {
 namespace {
 
-constexpr std::string_view kText =
+constexpr std::string_view kHostText =
     "HEADER\r\n VERSION 1.31\r\nEND HEADER\r\n"
     "DATABASE\r\n"
     " POINTS(PointNo, PointID, East, North, Date)\r\n"
@@ -23,7 +23,7 @@ constexpr std::string_view kText =
     "END DATABASE\r\n";
 
 TEST(Cpp, EmptyColumnsAndDeclaredZerosDiffer) {
-  const Survey survey = Survey::read(Input::memory(kText));
+  const Survey survey = Survey::read(Input::memory(kHostText));
   const Records<Point> points = survey.points();
   ASSERT_EQ(points.size(), 2u);
   EXPECT_EQ(points[0].PointID(), "A1");
@@ -57,7 +57,7 @@ TEST(Cpp, ExceptionsOfAHostEndTheRun) {
   struct Stop : std::runtime_error {
     Stop() : std::runtime_error("stop") {}
   };
-  const std::string broken(std::string(kText) + "DATABASE\r\n POINTS(PointNo)\r\n x;\r\n");
+  const std::string broken(std::string(kHostText) + "DATABASE\r\n POINTS(PointNo)\r\n x;\r\n");
   int calls = 0;
   const auto stop = [&](const auto&...) {
     ++calls;
@@ -76,7 +76,7 @@ TEST(Cpp, ExceptionsOfAHostEndTheRun) {
 }
 
 TEST(Cpp, ASurveyIsBuiltAndReadAgain) {
-  const Survey survey = Survey::read(Input::memory(kText));
+  const Survey survey = Survey::read(Input::memory(kHostText));
   const std::string text = survey.build();
   const Survey again = Survey::read(Input::memory(text));
   EXPECT_EQ(again.findingCount(), 0u);

@@ -80,7 +80,7 @@ void expectJudged(const ProjectionSet& set, const std::string& system, double la
   }
 }
 
-struct Kind {
+struct ProjectionKind {
   const char* name;
   std::string projection;
   const char* set;
@@ -88,7 +88,7 @@ struct Kind {
   double east, north;      // of the first, as PROJ 9.1 has it
 };
 
-const Kind kKinds[] = {
+const ProjectionKind kKinds[] = {
     {"UTM north", block("UTM", "ZoneNo,HEMISPHERE", "32,NORTH"), "1,\"set\",1,1,,;", 48, 8, 4,
      425404.8875, 5316784.0091},
     {"UTM south", block("UTM", "ZoneNo,HEMISPHERE", "19,SOUTH"), "1,\"set\",2,1,,;", -33, -70.5, 4,
@@ -155,7 +155,7 @@ const Kind kKinds[] = {
 };
 
 TEST(Crs, EveryKindIsRightToTheMillimetre) {
-  for (const Kind& kind : kKinds) {
+  for (const ProjectionKind& kind : kKinds) {
     const Systems systems(definitions(kind.projection, kind.set));
     ASSERT_EQ(systems.set().system.kind, SystemKind::kProjected) << kind.name << systems.said();
     const auto at = systems.set().system.projector->forward(kind.lat * kDegree, kind.lon * kDegree);

@@ -8,15 +8,15 @@ namespace tavo::test {
 
 namespace {
 
-using nlohmann::json;
+using Json = nlohmann::json;
 
 class InspectTest : public ToolTest {
  protected:
   // Codes and counts of a deep check.
-  static json deepCounts(const std::string& text, std::vector<std::string> options = {}) {
+  static Json deepCounts(const std::string& text, std::vector<std::string> options = {}) {
     options.insert(options.begin(), {"check", "--deep", "--format", "json"});
     options.push_back("-");
-    return json::parse(run(options, text).out)["counts"];
+    return Json::parse(run(options, text).out)["counts"];
   }
 };
 
@@ -28,10 +28,10 @@ TEST_F(InspectTest, EveryRuleOfTheDeepCheckHasItsInstance) {
   const std::string found = expectOutput(0, call, survey);
   if (std::getenv("TAVO_WRITE_CASES") != nullptr) write(folder + "deep-rules.findings", found);
   EXPECT_EQ(found, read(folder + "deep-rules.findings"));
-  const json counts = deepCounts(survey, {"--rule", "T128=note"});
+  const Json counts = deepCounts(survey, {"--rule", "T128=note"});
   size_t rules = 0;
-  const json all = json::parse(expectOutput(0, {"explain", "--all", "--format", "json"}));
-  for (const json& topic : all["topics"]) {
+  const Json all = Json::parse(expectOutput(0, {"explain", "--all", "--format", "json"}));
+  for (const Json& topic : all["topics"]) {
     if (topic["kind"] != "rule") continue;
     ++rules;
     EXPECT_TRUE(counts.contains(topic["code"])) << topic["code"];
@@ -40,11 +40,11 @@ TEST_F(InspectTest, EveryRuleOfTheDeepCheckHasItsInstance) {
 }
 
 TEST_F(InspectTest, SoundSurveysGetNoMoreThanIsRight) {
-  const std::pair<const char*, json> rows[] = {
+  const std::pair<const char*, Json> rows[] = {
       {"survey.tvo", {{"T114", 2}}},
       {"all-sections.tvo", {{"T110", 1}, {"T135", 2}, {"T171", 15}}},
-      {"projections/utm.tvo", json::object()},
-      {"projections/special.tvo", json::object()},
+      {"projections/utm.tvo", Json::object()},
+      {"projections/special.tvo", Json::object()},
   };
   for (const auto& [name, counts] : rows) {
     EXPECT_EQ(deepCounts(read(example(name))), counts) << name;
@@ -128,7 +128,7 @@ TEST_F(InspectTest, FindingsPointAtTheirValues) {
                    "    1|\"A|B\"|\"\"|0.0|5.0!\n  END POINTS\n  LINES (LineNo|LineID)\n"
                    "    5|\"!|\"!\n    EDGES (LineNo|StartPt|EndPt)\n      5|1|\n         77!\n"
                    "    END EDGES\n  END LINES\nEND DATABASE\n");
-  const json found = json::parse(out)["findings"];
+  const Json found = Json::parse(out)["findings"];
   ASSERT_EQ(found.size(), 1U) << out;
   EXPECT_EQ(found[0]["code"], "T103");
   EXPECT_EQ(found[0]["line"], 13);
@@ -160,7 +160,7 @@ TEST_F(InspectTest, InfoTellsOfTextsAndDataFiles) {
       linesOf(run({"info", "--format", "json", example("survey.tvo"), "survey.dat"}).out);
   ASSERT_EQ(lines.size(), 2U);
   for (const std::string& line : lines) {
-    const json told = json::parse(line);
+    const Json told = Json::parse(line);
     EXPECT_EQ(told["header"]["SYSTEM"], "FIELD BOOK 4");
     EXPECT_EQ(told["units"]["angular"], "GRADS");
     EXPECT_EQ(told["records"]["DATABASE/POINTS"], 151);
@@ -168,7 +168,7 @@ TEST_F(InspectTest, InfoTellsOfTextsAndDataFiles) {
     EXPECT_DOUBLE_EQ(told["extents"][0]["east"][1], 419808.9198);
     EXPECT_EQ(told["extents"][0]["points"], 151);
   }
-  EXPECT_EQ(json::parse(lines[0])["sets"][0]["projection"], "UTM");
+  EXPECT_EQ(Json::parse(lines[0])["sets"][0]["projection"], "UTM");
   EXPECT_EQ(run({"info", "none.tvo"}).status, 2);
 }
 
@@ -243,7 +243,7 @@ TEST_F(InspectTest, DumpMakesTablesOfBlocks) {
             "b.tvo,POINTS,,,7,1.5\n");
   const std::vector<std::string> lines = linesOf(run({"dump", "--type", "34", "b.tvo"}).out);
   ASSERT_EQ(lines.size(), 2U);
-  EXPECT_EQ(json::parse(lines[1])["fields"], (json{{"PointNo", 7}, {"East", 1.5}}));
+  EXPECT_EQ(Json::parse(lines[1])["fields"], (Json{{"PointNo", 7}, {"East", 1.5}}));
   for (const std::vector<std::string>& wrong : std::vector<std::vector<std::string>>{
            {"--type", "SHAPES"}, {"--format", "csv"}, {"--type", ""}}) {
     std::vector<std::string> call{"dump", "b.tvo"};
@@ -253,7 +253,7 @@ TEST_F(InspectTest, DumpMakesTablesOfBlocks) {
 }
 
 TEST_F(InspectTest, SchemaTellsKeysAndReferences) {
-  const json told = json::parse(expectOutput(0, {"schema", "EDGES", "--format", "json"}));
+  const Json told = Json::parse(expectOutput(0, {"schema", "EDGES", "--format", "json"}));
   ASSERT_EQ(told["blocks"].size(), 2U);
   EXPECT_EQ(told["blocks"][0]["block"], "DATABASE/LINES/EDGES");
   EXPECT_EQ(told["blocks"][0]["fields"][0]["refersTo"], "LINES LineNo");

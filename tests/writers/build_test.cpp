@@ -12,8 +12,6 @@
 namespace tavo::tests {
 namespace {
 
-constexpr writers::BuildSettings kPlain{false, {4, 4, 10}};
-
 std::string read(const char* path) {
   std::ifstream file(path);  // text mode: line ends as the platform writes them
   return {std::istreambuf_iterator<char>(file), {}};

@@ -9,7 +9,6 @@ namespace tavo::tests {
 namespace {
 
 constexpr writers::BuildSettings kAligned{true, {4, 4, 10}};
-constexpr writers::BuildSettings kPlain{false, {4, 4, 10}};
 
 std::string write(Replay& records, const writers::BuildSettings& settings = kPlain) {
   TextKeeper keeper;

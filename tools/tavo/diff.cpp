@@ -24,7 +24,7 @@ struct Records {
   std::vector<std::string> bytes;
   std::vector<tavo_given> given;
   std::vector<uint64_t> lines;
-  std::vector<size_t> units;  // in force, places in Side::units
+  std::vector<size_t> units;  // in force, places in Compared::units
   std::vector<std::string> keys;
 };
 
@@ -91,7 +91,7 @@ bool hasTable(uint32_t type) {
 }
 
 // One of the two surveys, whole.
-class Side {
+class Compared {
  public:
   // kFindings: it is there, but some of it could not be read.
   ExitStatus read(const std::string& path) {
@@ -119,7 +119,7 @@ class Side {
   RecordPrinter printer_{RecordPrinter::Order::kText, RecordPrinter::Values::kFile, true};
 };
 
-void Side::take(const tavo_record& record) {
+void Compared::take(const tavo_record& record) {
   const tavo_schema_block* const block = tavo_schema_block_of(record.type);
   if (record.type == block->columns_type) {
     std::memcpy(&columns_, record.bytes, sizeof columns_);
@@ -146,7 +146,7 @@ void Side::take(const tavo_record& record) {
   records.units.push_back(units_.size() - 1);
 }
 
-ExitStatus Side::readText(const std::string& path, const std::string& head) {
+ExitStatus Compared::readText(const std::string& path, const std::string& head) {
   InputText text;
   if (const std::string problem = text.open(path, head); !problem.empty()) {
     complain(problem);
@@ -163,7 +163,7 @@ ExitStatus Side::readText(const std::string& path, const std::string& head) {
   return complainOfFindings(text, analysis);
 }
 
-ExitStatus Side::readDataFile(const std::string& path, const std::string& head) {
+ExitStatus Compared::readDataFile(const std::string& path, const std::string& head) {
   DataFileInput file;
   if (const std::string problem = file.open(path, head); !problem.empty()) {
     complain(problem);
@@ -192,7 +192,7 @@ struct Change {
 
 class Comparer {
  public:
-  Comparer(const Side& first, const Side& second, const DiffOptions& options)
+  Comparer(const Compared& first, const Compared& second, const DiffOptions& options)
       : first_(first), second_(second), options_(options) {}
 
   // Compares all and prints each difference.
@@ -216,8 +216,8 @@ class Comparer {
   void print(const char* change, uint32_t type, const Records& records, size_t i,
              const std::vector<Change>& fields, uint64_t otherLine);
 
-  const Side& first_;
-  const Side& second_;
+  const Compared& first_;
+  const Compared& second_;
   const DiffOptions& options_;
   RecordPrinter printer_{RecordPrinter::Order::kText, RecordPrinter::Values::kFile, true};
   uint64_t added_ = 0, removed_ = 0, changed_ = 0, same_ = 0;
@@ -269,7 +269,7 @@ void Comparer::compareType(uint32_t type, const Records& first, const Records& s
 // not shift the others.
 void Comparer::pairEqual(const Records& first, const Records& second, Group* group) {
   std::unordered_map<std::string, std::vector<size_t>> contents;
-  const auto contentOf = [](const Side& side, const Records& records, size_t i) {
+  const auto contentOf = [](const Compared& side, const Records& records, size_t i) {
     const tavo_units& units = side.units(records, i);
     return records.bytes[i] + std::string(reinterpret_cast<const char*>(&units), sizeof units) +
            std::to_string(records.given[i]);
@@ -451,7 +451,7 @@ int diff(const DiffOptions& options) {
     complain("the standard input can be read only once");
     return kFailed;
   }
-  Side first, second;
+  Compared first, second;
   const ExitStatus one = first.read(options.first), two = second.read(options.second);
   if (one == kFailed || two == kFailed) return kFailed;
   if (options.form == Form::kJson) {

@@ -14,7 +14,7 @@ namespace tavo::tool {
 
 namespace {
 
-constexpr ExportFormat kFormats[] = {
+constexpr ExportFormat kSuffixes[] = {
     {"gpkg", "GPKG"},      {"geojson", "GeoJSON"},    {"json", "GeoJSON"},
     {"dxf", "DXF"},        {"csv", nullptr},          {"kml", "KML"},
     {"fgb", "FlatGeobuf"}, {"shp", "ESRI Shapefile"}, {"PG:", "PostgreSQL"},
@@ -40,7 +40,7 @@ const ExportFormat* exportFormat(const std::string& output) {
   std::string suffix = isStream(output) ? "csv" : output.substr(suffixOf(output));
   std::ranges::transform(suffix, suffix.begin(), [](unsigned char c) { return std::tolower(c); });
   if (output.starts_with("PG:")) suffix = "PG:";
-  for (const ExportFormat& format : kFormats) {
+  for (const ExportFormat& format : kSuffixes) {
     if (suffix == format.suffix) return &format;
   }
   complain("'" + output +

@@ -30,7 +30,7 @@ struct Style {
 constexpr Style kStyles[] = {
     {"note", "\033[1;36m", 'N'}, {"warning", "\033[1;35m", 'W'}, {"error", "\033[1;31m", 'E'}};
 constexpr char kMark[] = "\033[1;32m";
-constexpr char kPlain[] = "\033[0m";
+constexpr char kNoColour[] = "\033[0m";
 
 // A run's observers. Nothing may be thrown into the library, so a lack of memory is only noted.
 struct Observer {
@@ -107,7 +107,7 @@ void printSource(std::FILE* stream, const Found& found, bool colour) {
   const size_t before = columnsOf(line.substr(0, at)) + std::string_view(lead).size();
   const size_t marked = std::max<size_t>(columnsOf(line.substr(at, length)), 1);
   std::fprintf(stream, "    %*s%s^%s%s\n", static_cast<int>(before), "", colour ? kMark : "",
-               std::string(marked - 1, '~').c_str(), colour ? kPlain : "");
+               std::string(marked - 1, '~').c_str(), colour ? kNoColour : "");
 }
 
 }  // namespace
@@ -200,7 +200,8 @@ void printFindings(std::FILE* stream, const InputText& text, const Analysis& ana
     std::fprintf(stream, "%s:", name.c_str());
     if (found.line > 0) std::fprintf(stream, "%llu:", static_cast<unsigned long long>(found.line));
     if (found.column > 0) std::fprintf(stream, "%u:", found.column);
-    std::fprintf(stream, " %s%s%s", colour ? style.colour : "", style.name, colour ? kPlain : "");
+    std::fprintf(stream, " %s%s%s", colour ? style.colour : "", style.name,
+                 colour ? kNoColour : "");
     if (found.kind != TAVO_NOTE || found.deep) {
       std::fprintf(stream, " %s", found.code().c_str());
     }
@@ -219,7 +220,7 @@ void printFindings(std::FILE* stream, const InputText& text, const Analysis& ana
   }
   for (const std::string& note : analysis.notes) {
     std::fprintf(stream, "%s: %snote%s: %s\n", name.c_str(), colour ? kStyles[0].colour : "",
-                 colour ? kPlain : "", note.c_str());
+                 colour ? kNoColour : "", note.c_str());
   }
 }
 

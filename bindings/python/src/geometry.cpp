@@ -136,7 +136,7 @@ py::list runsOf(const Geometry& geometry, uint32_t type) {
   return all;
 }
 
-py::list findingsOf(const Geometry& geometry) {
+py::list geometryFindingsOf(const Geometry& geometry) {
   py::list all;
   const tavo_geometry_finding* finding = nullptr;
   for (size_t i = 0; (finding = tavo_geometry_finding_at(geometry.handle.get(), i)) != nullptr;
@@ -161,7 +161,7 @@ void addGeometry(py::module_& module) {
       .def("observations", [](const py::object& self) { return observationsOf(self); })
       .def("shapes", &shapesOf, py::arg("type"), py::arg("single"))
       .def("runs", &runsOf, py::arg("type"))
-      .def("findings", &findingsOf);
+      .def("findings", &geometryFindingsOf);
 }
 
 }  // namespace tavo::python

@@ -47,6 +47,7 @@ constexpr int kQueuePlaces = 210;                // places behind the gate byte
 constexpr std::uint32_t kModifiedMarker = 1010;  // u16, set while a safe write is incomplete
 constexpr std::uint32_t kOpenMarker = 1020;  // u32, set while a creating opener sets the file up
 constexpr std::uint16_t kMarkerValue = 0x33BD;
+constexpr std::uint64_t kBytesPerRecord = 16;  // every record takes more than this
 
 // --- Indexes
 constexpr int kUserIndexes = 15;   // user indexes are numbered 1 to 15

@@ -43,8 +43,6 @@ struct Found {
 
 // Copies of pieces may be many; so many of their combinations are tried.
 constexpr int kMaxTries = 256;
-// Every record takes more bytes of a file than this.
-constexpr std::uint64_t kBytesPerRecord = 16;
 
 class Salvager {
  public:

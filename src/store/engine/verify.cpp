@@ -113,9 +113,6 @@ class Balance {
   std::vector<std::uint64_t> sums_ = std::vector<std::uint64_t>(kGroups);
 };
 
-// Every record takes more bytes of a file than this.
-constexpr std::uint64_t kBytesPerRecord = 16;
-
 // A record that is there as a whole.
 struct RecordRef {
   std::int32_t number;

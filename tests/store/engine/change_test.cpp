@@ -7,8 +7,6 @@
 namespace tavo::engine::test {
 namespace {
 
-constexpr char kPath[] = "data";
-
 // Everything that can be seen of the records: all entries of all indexes but the free numbers, all
 // values, and whether each number is a record's or a free one.
 std::string contents(Store& store) {
@@ -76,8 +74,6 @@ class Attempt {
   std::string findings(VerifyReport* report = nullptr) {
     return test::findings(kPath, report, process);
   }
-
-  static constexpr char kJournal[] = "journal";
 
  private:
   Machine machine_;
@@ -226,7 +222,7 @@ TEST(Change, AFailedCloseIsToldAndNamed) {
           PageCache cache;
           Store next(cache, attempt.process);
           Options options;
-          options.journal = Attempt::kJournal;
+          options.journal = kJournal;
           ASSERT_EQ(next.open(kPath, kIndexes, options), kOk);
           EXPECT_EQ(next.recordCount(), 52u);
           ASSERT_EQ(next.close(), kOk);

@@ -6,9 +6,6 @@
 namespace tavo::engine::test {
 namespace {
 
-constexpr char kPath[] = "data";
-constexpr char kJournal[] = "journal";
-
 // What a file holds: numbers with names and sizes.
 using Contents = std::map<std::uint32_t, std::pair<std::string, int>>;
 
@@ -16,7 +13,7 @@ std::string name(std::uint32_t n) {
   return std::string(40 + n * 31 % 120, static_cast<char>('a' + n % 26)) + std::to_string(n);
 }
 
-struct Setting {
+struct CrashSetting {
   int mode;
   char sharing;
   unsigned buffers;
@@ -26,7 +23,8 @@ struct Setting {
 // One process with the file open.
 class User {
  public:
-  User(Machine& machine, const Setting& setting, int killed, std::uint32_t seed, int access = 2)
+  User(Machine& machine, const CrashSetting& setting, int killed, std::uint32_t seed,
+       int access = 2)
       : process(machine, killed, seed), cache_(setting.buffers), store(cache_, process) {
     Options options;
     options.sharing = setting.sharing;
@@ -135,7 +133,7 @@ Contents makeBase(Machine& machine) {
 }
 
 // Opens the file again and holds it to what was promised.
-void expectWhole(Machine& machine, const Setting& setting, const Contents& finished,
+void expectWhole(Machine& machine, const CrashSetting& setting, const Contents& finished,
                  const Contents& begun) {
   {
     User next(machine, setting, -1, 1);
@@ -150,15 +148,16 @@ void expectWhole(Machine& machine, const Setting& setting, const Contents& finis
   EXPECT_EQ(findings(kPath, nullptr, looker), "");
 }
 
-constexpr Setting kSettings[] = {{0, 'E', 10}, {1, 'E', 2},  {2, 'E', 1}, {3, 'E', 10}, {4, 'E', 3},
-                                 {0, 'S', 1},  {1, 'S', 10}, {4, 'S', 2}, {3, 'E', 0}};
+constexpr CrashSetting kCrashSettings[] = {{0, 'E', 10}, {1, 'E', 2}, {2, 'E', 1},
+                                           {3, 'E', 10}, {4, 'E', 3}, {0, 'S', 1},
+                                           {1, 'S', 10}, {4, 'S', 2}, {3, 'E', 0}};
 
 std::uint32_t seed(std::mt19937& random) { return static_cast<std::uint32_t>(random()); }
 
 int step(int k) { return TAVO_TEST_EFFORT >= 100 ? 1 : 1 + k % 11 + 200 / TAVO_TEST_EFFORT / 10; }
 
 // Works on the machine until it stops at transfer k. Whether the work was done by then.
-bool workUntilStop(Machine& machine, const Setting& setting, int k, std::mt19937& random,
+bool workUntilStop(Machine& machine, const CrashSetting& setting, int k, std::mt19937& random,
                    Contents& finished, Contents& begun) {
   bool done;
   {
@@ -173,7 +172,7 @@ TEST(Crash, StoppedAnywhereTheFileHoldsTheFinishedChangesAlone) {
   Machine base;
   const Contents made = makeBase(base);
   int stops = 0;
-  for (const Setting& setting : kSettings) {
+  for (const CrashSetting& setting : kCrashSettings) {
     for (int k = 0;; k += step(k)) {
       SCOPED_TRACE(testing::Message() << "mode " << setting.mode << setting.sharing << ", "
                                       << setting.buffers << " buffers, transfer " << k);
@@ -201,7 +200,8 @@ TEST(Crash, InModeFourTheFileIsWholeOrMarked) {
   Machine base;
   const Contents made = makeBase(base);
   int marks = 0;
-  for (const Setting& setting : {Setting{4, 'E', 10, false}, Setting{4, 'S', 2, false}}) {
+  for (const CrashSetting& setting :
+       {CrashSetting{4, 'E', 10, false}, CrashSetting{4, 'S', 2, false}}) {
     for (int k = 0;; k += step(k)) {
       SCOPED_TRACE(testing::Message() << setting.sharing << " transfer " << k);
       Machine machine(base);
@@ -235,7 +235,7 @@ TEST(Crash, WhoeverTakesTheGateNextTakesBack) {
     std::mt19937 random(static_cast<std::uint32_t>(k));
     Contents finished = made;
     Contents begun = made;
-    const Setting setting = {1, 'S', k % 2 == 0 ? 2u : 10u};
+    const CrashSetting setting = {1, 'S', k % 2 == 0 ? 2u : 10u};
     User reader(machine, setting, -1, 1, 1);
     User other(machine, setting, -1, 1);
     ASSERT_EQ(reader.opened, kOk);

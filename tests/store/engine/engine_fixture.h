@@ -21,6 +21,9 @@
 
 namespace tavo::engine::test {
 
+constexpr char kPath[] = "data";
+constexpr char kJournal[] = "journal";
+
 using tests::TestFiles;
 
 constexpr std::uint8_t kSampleType = 7;

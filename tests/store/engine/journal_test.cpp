@@ -7,9 +7,6 @@
 namespace tavo::engine::test {
 namespace {
 
-constexpr char kPath[] = "data";
-constexpr char kJournal[] = "journal";
-
 Options with(const char* journal, char sharing = 'E', int access = 2) {
   Options options;
   options.sharing = sharing;

@@ -12,13 +12,13 @@ namespace {
 constexpr std::uint32_t kBase = 60;
 constexpr std::uint32_t kMore = 90;
 
-struct Setting {
+struct KillSetting {
   int mode;
   char sharing;
   bool journal;
 };
 
-Options optionsOf(const Setting& setting, const std::string& path, std::string& journal) {
+Options optionsOf(const KillSetting& setting, const std::string& path, std::string& journal) {
   Options options;
   options.sharing = setting.sharing;
   journal = path + ".journal";
@@ -34,7 +34,7 @@ void setSample(Sample& sample, std::uint32_t n) {
 TEST(KillChild, DISABLED_Insert) {
   std::istringstream in(ChildProcess::argument());
   std::string path;
-  Setting setting = {};
+  KillSetting setting = {};
   int killed = 0;
   ASSERT_TRUE(in >> path >> setting.mode >> setting.sharing >> setting.journal >> killed);
   TestFiles files;
@@ -93,7 +93,7 @@ class Kill : public ::testing::Test {
   }
 
   // Runs a child up to its transfer `killed`; false when it came to its end.
-  bool run(const Setting& setting, int killed) {
+  bool run(const KillSetting& setting, int killed) {
     TearDown();
     file_.write(base_);
     std::ostringstream out;
@@ -121,7 +121,7 @@ class Kill : public ::testing::Test {
     return count;
   }
 
-  void expectPromise(const Setting& setting) {
+  void expectPromise(const KillSetting& setting) {
     std::string journal;
     PageCache cache;
     Store store(cache);
@@ -162,12 +162,12 @@ class Kill : public ::testing::Test {
 };
 
 TEST_F(Kill, AtAnyTransferEachModeKeepsItsPromise) {
-  const Setting settings[] = {{0, 'E', false}, {1, 'E', false}, {2, 'E', false},
-                              {3, 'E', false}, {4, 'E', false}, {1, 'S', false},
-                              {4, 'S', false}, {0, 'E', true},  {4, 'S', true}};
+  const KillSetting settings[] = {{0, 'E', false}, {1, 'E', false}, {2, 'E', false},
+                                  {3, 'E', false}, {4, 'E', false}, {1, 'S', false},
+                                  {4, 'S', false}, {0, 'E', true},  {4, 'S', true}};
   // Starting a process is what takes time here.
   const int runs = TAVO_TEST_EFFORT >= 100 ? 20 : TAVO_TEST_EFFORT >= 10 ? 6 : 2;
-  for (const Setting& setting : settings) {
+  for (const KillSetting& setting : settings) {
     int killed = 8;
     for (int i = 0; i < runs; ++i, killed += 3 + killed / 4) {
       SCOPED_TRACE(testing::Message()

@@ -12,8 +12,6 @@
 #include <fcntl.h>
 #include <io.h>
 #include <windows.h>
-
-#include <shellapi.h>
 #else
 #include <unistd.h>
 #endif
@@ -41,23 +39,19 @@ bool understandsEscapes() {
 
 }  // namespace
 
-std::vector<std::string> arguments(int argc, char** argv) {
+std::vector<std::string> arguments(int argc, ArgumentChar** argv) {
 #ifdef _WIN32
-  int count = 0;
-  LPWSTR* const words = CommandLineToArgvW(GetCommandLineW(), &count);
-  if (words != nullptr) {
-    std::vector<std::string> result;
-    for (int i = 0; i < count; ++i) {
-      const int size = WideCharToMultiByte(CP_UTF8, 0, words[i], -1, nullptr, 0, nullptr, nullptr);
-      std::string& word = result.emplace_back(static_cast<size_t>(std::max(size, 1)), '\0');
-      WideCharToMultiByte(CP_UTF8, 0, words[i], -1, word.data(), size, nullptr, nullptr);
-      word.pop_back();  // the end mark
-    }
-    LocalFree(words);
-    return result;
+  std::vector<std::string> result;
+  for (int i = 0; i < argc; ++i) {
+    const int size = WideCharToMultiByte(CP_UTF8, 0, argv[i], -1, nullptr, 0, nullptr, nullptr);
+    std::string& word = result.emplace_back(static_cast<size_t>(std::max(size, 1)), '\0');
+    WideCharToMultiByte(CP_UTF8, 0, argv[i], -1, word.data(), size, nullptr, nullptr);
+    word.pop_back();  // the end mark
   }
-#endif
+  return result;
+#else
   return {argv, argv + argc};
+#endif
 }
 
 void prepareConsole() {

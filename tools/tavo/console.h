@@ -9,8 +9,14 @@
 
 namespace tavo::tool {
 
+#ifdef _WIN32
+using ArgumentChar = wchar_t;
+#else
+using ArgumentChar = char;
+#endif
+
 // The program's arguments in UTF-8, as the library takes paths.
-std::vector<std::string> arguments(int argc, char** argv);
+std::vector<std::string> arguments(int argc, ArgumentChar** argv);
 
 // Makes the standard output the same bytes on every platform. Called once, first of all.
 void prepareConsole();

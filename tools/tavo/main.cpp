@@ -92,7 +92,9 @@ int run(int argc, char** argv) {
 
 }  // namespace tavo::tool
 
-int main(int argc, char** argv) {
+namespace {
+
+int runProgram(int argc, tavo::tool::ArgumentChar** argv) {
   tavo::tool::prepareConsole();
   try {
     std::vector<std::string> words = tavo::tool::arguments(argc, argv);
@@ -107,3 +109,13 @@ int main(int argc, char** argv) {
     return tavo::tool::kFailed;
   }
 }
+
+}  // namespace
+
+#ifdef _WIN32
+// The start-up code splits the words of the command line; the shell's library, which could, too,
+// takes longer to load than all else.
+extern "C" int wmain(int argc, wchar_t** argv) { return runProgram(argc, argv); }
+#else
+int main(int argc, char** argv) { return runProgram(argc, argv); }
+#endif

@@ -30,6 +30,13 @@ if(TAVO_SANITIZE)
   target_link_options(tavo_compile INTERFACE ${sanitize})
 endif()
 
+# Of the programs around the library, where their big headers decide how long they take to build: the
+# work is done in the library, which is optimised as ever.
+set(tavo_tool_options -O1)
+if(TAVO_SANITIZE)
+  set(tavo_tool_options -O0)
+endif()
+
 if(TAVO_FUZZING)
   target_compile_options(tavo_compile INTERFACE -fsanitize=fuzzer-no-link)
 endif()

@@ -188,7 +188,7 @@ TEST(Geometry, UnitsAndOffsets) {
 }
 
 // Ten points on a square of 10 metres and around, the first four with heights; A and B by text.
-const std::string kPoints =
+const std::string kSquares =
     "POINTS (PointNo,PointID,East,North,Elevation)\n"
     "1,,0,0,1;\n2,,10,0,2;\n3,,10,10,3;\n4,,0,10,4;\n5,,2,2,;\n6,,4,2,;\n7,,4,4,;\n8,,2,4,;\n"
     ",\"A\",20,0,;\n,\"B\",30,0,;\n,\"C\",30,10,;\n13,,,,;\n"
@@ -196,7 +196,7 @@ const std::string kPoints =
 
 TEST(Geometry, LinesJoinOrBeginAnew) {
   const Located located(
-      "DATABASE\n" + kPoints +
+      "DATABASE\n" + kSquares +
       "LINES (LineNo)\n1;\n2;\n3;\n4;\n2;\n"
       "EDGES (LineNo,StartPt,StartPtID,EndPt,EndPtID,LINETYPE)\n"
       "1,1,,2,,STRAIGHT;\n"   // 37
@@ -266,7 +266,7 @@ std::string edges(int owner, std::initializer_list<std::initializer_list<int>> r
 
 TEST(Geometry, RingsBecomePolygons) {
   const Located located(
-      "DATABASE\n" + kPoints + "POLYGONS (PolygonNo)\n1;\n2;\n3;\n4;\n5;\n6;\n" +
+      "DATABASE\n" + kSquares + "POLYGONS (PolygonNo)\n1;\n2;\n3;\n4;\n5;\n6;\n" +
       "EDGES (PolygonNo,StartPt,EndPt)\n" + edges(1, {{1, 2, 3, 4, 1}}) +
       // An island in the hole, which comes first, stands before its hole's owner.
       edges(2, {{5, 6, 7, 5}, {21, 22, 23, 24, 21}, {1, 2, 3, 4, 1}}) +
@@ -292,7 +292,7 @@ TEST(Geometry, RingsBecomePolygons) {
 
 TEST(Geometry, LabelsStandAtTheirPoints) {
   const Located located(
-      header("LINEAR INT_FEET") + "DATABASE\n" + kPoints +
+      header("LINEAR INT_FEET") + "DATABASE\n" + kSquares +
       "TEXT\nBOXES\nBOX_ON_POINT (TextBoxNo,AnchorPointNo,OffsetEast,OffsetNorth,OffsetElevation)\n"
       "1,2,10,-5,1;\n2,13,0,0,0;\n3,77,0,0,0;\nEND BOX_ON_POINT\nEND BOXES\nEND TEXT\n"
       "POINTS (PointNo,East,North)\n"
@@ -304,7 +304,7 @@ TEST(Geometry, LabelsStandAtTheirPoints) {
 
 TEST(Geometry, ObservationsLeadFromTheLastSetup) {
   const Located located(
-      header("ANGULAR DEGS") + "DATABASE\n" + kPoints +
+      header("ANGULAR DEGS") + "DATABASE\n" + kSquares +
       "END DATABASE\nTHEODOLITE\n"
       "SLOPE (TgtNo,Hz)\n2,10;\nEND SLOPE\n"
       "SETUP\nSTN_NO 1\nINST_HT 1.5\nEND SETUP\n"

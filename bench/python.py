@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 """Speed of the Python package as ratios of medians, all measured in one run:
-python.py TAVO [POINTS], with PYTHONPATH naming the package. See docs/python.md."""
+python.py TAVO [POINTS], with PYTHONPATH naming the package. See docs/performance.md."""
 import csv
 import datetime
 import pathlib

@@ -21,7 +21,8 @@ class BuildByCMake(build_ext):
         parts = ("TOOLS", "TESTS", "GDAL", "BENCH", "FUZZ")
         wanted = shlex.split(os.environ.get("CMAKE_ARGS", ""))
         subprocess.run(["cmake", "-S", ROOT, "-B", tree, "-DCMAKE_BUILD_TYPE=Release",
-                        "-DTAVO_BUILD_PYTHON=ON", f"-DPython_EXECUTABLE={sys.executable}",
+                        "-DTAVO_BUILD_PYTHON=ON", "-DCMAKE_UNITY_BUILD=ON",
+                        f"-DPython_EXECUTABLE={sys.executable}",
                         *(f"-DTAVO_BUILD_{part}=OFF" for part in parts), *wanted],
                        check=True)
         subprocess.run(["cmake", "--build", tree, "--target", "tavo_python",

@@ -48,8 +48,8 @@ function(tavo_register_gtest target name)
   else()
     add_test(NAME "${TAVO_LANE}.${name}" COMMAND ${target} WORKING_DIRECTORY "${scratch}")
     set_tests_properties("${TAVO_LANE}.${name}" PROPERTIES TIMEOUT 1800)
+    # By far the longest is begun first, so that others run beside it.
     if(name STREQUAL "tools")
-      # By far the longest: begun first, so that others run beside it.
       set_tests_properties("${TAVO_LANE}.${name}" PROPERTIES COST 1000)
     endif()
     # The default data file is one place per Wine prefix.

@@ -5,20 +5,22 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <set>
 
 #include "store/data_file.h"
 #include "store/engine/format.h"
 #include "store/record_store.h"
 #include "store/repair.h"
+#include "support/analysis.h"
 #include "support/random_records.h"
 
 namespace tavo::store {
 namespace {
 
 namespace fs = std::filesystem;
+
+using tests::readFile;
+using tests::writeFile;
 
 constexpr char kCompleteFile[] = "complete_store_test.dat";
 constexpr char kRepaired[] = "complete_store_test_new.dat";
@@ -98,15 +100,6 @@ std::string findings(const char* path) {
   return text;
 }
 
-std::string contents(const char* path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
-void setContents(const char* path, const std::string& bytes) {
-  std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
-}
-
 class CompleteStoreTest : public testing::Test {
  protected:
   ~CompleteStoreTest() override {
@@ -132,7 +125,7 @@ class CompleteStoreTest : public testing::Test {
 
 TEST_F(CompleteStoreTest, TextsComeBackWithEveryRecord) {
   for (uint32_t seed = 0; seed < 10 * TAVO_TEST_EFFORT / 100 + 1; ++seed) {
-    std::ofstream("complete_store_test.tvo", std::ios::binary) << tests::generatedText(seed, 3);
+    writeFile("complete_store_test.tvo", tests::generatedText(seed, 3));
     roundTrip("complete_store_test.tvo");
   }
   remove("complete_store_test.tvo");
@@ -229,13 +222,13 @@ TEST_F(CompleteStoreTest, FindingsNameRecordAndBlock) {
   const PointRecord record = point(258, "id");
   ASSERT_EQ(store.write({TVO_RECORD_POINTS, &record, 9, 3, 4}), 0u);
   ASSERT_EQ(store.close(), 0);
-  std::string bytes = contents(kCompleteFile);
+  std::string bytes = readFile(kCompleteFile);
   // The record's key in the index of numbers.
   const std::string entry = {10, kByNumber, '\x80', 1, 0, 0, 0, 2, 1, 0, 0};
   const size_t at = bytes.find(entry);
   ASSERT_NE(at, std::string::npos);
   bytes[at + 7] = 3;
-  setContents(kCompleteFile, bytes);
+  writeFile(kCompleteFile, bytes);
   const std::string found = findings(kCompleteFile);
   EXPECT_NE(found.find("record 1 (type 34, POINTS, block 4): lacks its key in index 3"),
             std::string::npos)
@@ -330,16 +323,16 @@ TEST_F(CompleteStoreTest, RepairSavesEveryWholeRecord) {
       } else {
         importCompatible(path.c_str());
       }
-      const std::string sound = contents(kCompleteFile);
+      const std::string sound = readFile(kCompleteFile);
       const std::map<int32_t, Packed> records = packedRecords(sound);
       for (int round = 0; round < 50 * TAVO_TEST_EFFORT / 100 + 1; ++round) {
         const std::string file = round == 0 ? sound : damaged(sound, random);
-        setContents(kCompleteFile, file);
+        writeFile(kCompleteFile, file);
         remove(kRepaired);
         RepairReport report;
         ASSERT_EQ(repairDataFile(kCompleteFile, kRepaired, nullptr, &report), 0) << round;
         EXPECT_EQ(report.kind, kind);
-        std::multiset<std::string> saved = formsOf(contents(kRepaired));
+        std::multiset<std::string> saved = formsOf(readFile(kRepaired));
         EXPECT_EQ(saved.size(), report.total(report.found));
         EXPECT_EQ(findings(kRepaired), "") << round;
         for (const auto& [number, packed] : records) {
@@ -360,7 +353,7 @@ TEST_F(CompleteStoreTest, RepairSavesEveryWholeRecord) {
 TEST_F(CompleteStoreTest, RepairNeedsADataFile) {
   RepairReport report;
   EXPECT_NE(repairDataFile("no such file", kRepaired, nullptr, &report), 0);
-  setContents(kCompleteFile, std::string(5000, 'x'));
+  writeFile(kCompleteFile, std::string(5000, 'x'));
   EXPECT_EQ(repairDataFile(kCompleteFile, kRepaired, nullptr, &report), engine::kBadSignature);
   EXPECT_FALSE(fs::exists(kRepaired));
 }

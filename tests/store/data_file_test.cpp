@@ -4,12 +4,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <fstream>
-#include <iterator>
 #include <random>
 
 #include "store/engine/format.h"
 #include "store/sample_records.h"
+#include "support/analysis.h"
 
 namespace tavo::store {
 namespace {
@@ -17,14 +16,12 @@ namespace {
 constexpr char kDataFile[] = "data_file_test.dat";
 
 Bytes fileBytes(const char* path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+  const std::string bytes = tests::readFile(path);
+  return {bytes.begin(), bytes.end()};
 }
 
-void setContents(const char* path, const Bytes& bytes) {
-  std::ofstream file(path, std::ios::binary | std::ios::trunc);
-  file.write(reinterpret_cast<const char*>(bytes.data()),
-             static_cast<std::streamsize>(bytes.size()));
+void setFileBytes(const char* path, const Bytes& bytes) {
+  tests::writeFile(path, {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
 }
 
 // A file of all types, with enough points for several levels of pages.
@@ -107,11 +104,11 @@ TEST_F(DataFileTest, Recognition) {
   EXPECT_TRUE(isDataFile(kDataFile));
   Bytes file = fileBytes(kDataFile);
   ++file[4];
-  setContents(kDataFile, file);
+  setFileBytes(kDataFile, file);
   EXPECT_FALSE(isDataFile(kDataFile));
   EXPECT_EQ(store.openDataFile(kDataFile), 0xFFFF0000u | TVO_ERR_DATA_FILE);
   EXPECT_EQ(findings(), std::vector<std::string>{"result -5"});
-  setContents(kDataFile, Bytes(100, 'x'));
+  setFileBytes(kDataFile, Bytes(100, 'x'));
   EXPECT_FALSE(isDataFile(kDataFile));
 }
 
@@ -199,7 +196,7 @@ TEST_F(DataFileTest, DamagedFilesNeverCrash) {
     // Page counts in the millions would only make the rounds long.
     for (const size_t at : {38u, 39u, 54u, 55u}) file[at] = 0;
     if (round % 10 == 0) file.resize(random() % file.size());
-    setContents(kDataFile, file);
+    setFileBytes(kDataFile, file);
     findings();
     RecordStore store;
     if (store.openDataFile(kDataFile) != 0) continue;

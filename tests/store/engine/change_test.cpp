@@ -31,13 +31,6 @@ std::string contents(Store& store) {
   return all;
 }
 
-struct Setting {
-  unsigned buffers;
-  int mode;
-  char sharing;
-  bool journal = false;
-};
-
 enum Operation { kInsert, kReplace, kRemove, kRefused };
 
 // The same file each time, with pages that are still to be written, at which one operation is done.
@@ -45,10 +38,8 @@ class Attempt {
  public:
   Attempt(const Machine& base, const Setting& setting, std::uint32_t records)
       : machine_(base), cache_(setting.buffers), store(cache_, files) {
-    Options options;
-    options.sharing = setting.sharing;
+    Options options = optionsOf(setting);
     options.workBufferSize = 3000;
-    if (setting.journal) options.journal = kJournal;
     EXPECT_EQ(store.open(kPath, kIndexes, options), kOk);
     store.setWriteMode(setting.mode);
     for (std::uint32_t n = 0; n < 4; ++n) {
@@ -169,9 +160,10 @@ int failEach(const Machine& base, const Setting& setting, std::uint32_t records,
   return 0;
 }
 
-constexpr Setting kSettings[] = {
-    {10, 0, 'E'}, {1, 0, 'E'},  {3, 2, 'E'},        {10, 3, 'E'},      {0, 3, 'E'},
-    {2, 4, 'E'},  {10, 1, 'S'}, {10, 0, 'E', true}, {2, 3, 'E', true}, {3, 1, 'S', true}};
+constexpr Setting kSettings[] = {{0, 'E', false, 10}, {0, 'E', false, 1}, {2, 'E', false, 3},
+                                 {3, 'E', false, 10}, {3, 'E', false, 0}, {4, 'E', false, 2},
+                                 {1, 'S', false, 10}, {0, 'E', true, 10}, {3, 'E', true, 2},
+                                 {1, 'S', true, 3}};
 
 TEST(Change, AnyTransferMayFailAndNothingIsHalfDone) {
   int transfers = 0;

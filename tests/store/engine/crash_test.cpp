@@ -13,24 +13,14 @@ std::string name(std::uint32_t n) {
   return std::string(40 + n * 31 % 120, static_cast<char>('a' + n % 26)) + std::to_string(n);
 }
 
-struct CrashSetting {
-  int mode;
-  char sharing;
-  unsigned buffers;
-  bool journal = true;
-};
-
 // One process with the file open.
 class User {
  public:
-  User(Machine& machine, const CrashSetting& setting, int killed, std::uint32_t seed,
-       int access = 2)
+  User(Machine& machine, const Setting& setting, int killed, std::uint32_t seed, int access = 2)
       : process(machine, killed, seed), cache_(setting.buffers), store(cache_, process) {
-    Options options;
-    options.sharing = setting.sharing;
+    Options options = optionsOf(setting);
     options.access = access;
     options.workBufferSize = 3000;
-    if (setting.journal) options.journal = kJournal;
     opened = machine.files.count(kPath) != 0 ? store.open(kPath, kIndexes, options)
                                              : store.create(kPath, kIndexes, options);
     if (opened == kOk) store.setWriteMode(setting.mode);
@@ -121,7 +111,7 @@ bool work(User& user, Contents& finished, Contents& begun) {
 }
 
 Contents makeBase(Machine& machine) {
-  User maker(machine, {0, 'E', 10}, -1, 1);
+  User maker(machine, {0, 'E', true}, -1, 1);
   EXPECT_EQ(maker.opened, kOk);
   Contents made;
   for (std::uint32_t n = 2; n < 40; n += n < 12 ? 1 : 7) {
@@ -133,7 +123,7 @@ Contents makeBase(Machine& machine) {
 }
 
 // Opens the file again and holds it to what was promised.
-void expectWhole(Machine& machine, const CrashSetting& setting, const Contents& finished,
+void expectWhole(Machine& machine, const Setting& setting, const Contents& finished,
                  const Contents& begun) {
   {
     User next(machine, setting, -1, 1);
@@ -148,16 +138,16 @@ void expectWhole(Machine& machine, const CrashSetting& setting, const Contents& 
   EXPECT_EQ(findings(kPath, nullptr, looker), "");
 }
 
-constexpr CrashSetting kCrashSettings[] = {{0, 'E', 10}, {1, 'E', 2}, {2, 'E', 1},
-                                           {3, 'E', 10}, {4, 'E', 3}, {0, 'S', 1},
-                                           {1, 'S', 10}, {4, 'S', 2}, {3, 'E', 0}};
+constexpr Setting kCrashSettings[] = {{0, 'E', true, 10}, {1, 'E', true, 2}, {2, 'E', true, 1},
+                                      {3, 'E', true, 10}, {4, 'E', true, 3}, {0, 'S', true, 1},
+                                      {1, 'S', true, 10}, {4, 'S', true, 2}, {3, 'E', true, 0}};
 
 std::uint32_t seed(std::mt19937& random) { return static_cast<std::uint32_t>(random()); }
 
 int step(int k) { return TAVO_TEST_EFFORT >= 100 ? 1 : 1 + k % 11 + 200 / TAVO_TEST_EFFORT / 10; }
 
 // Works on the machine until it stops at transfer k. Whether the work was done by then.
-bool workUntilStop(Machine& machine, const CrashSetting& setting, int k, std::mt19937& random,
+bool workUntilStop(Machine& machine, const Setting& setting, int k, std::mt19937& random,
                    Contents& finished, Contents& begun) {
   bool done;
   {
@@ -172,7 +162,7 @@ TEST(Crash, StoppedAnywhereTheFileHoldsTheFinishedChangesAlone) {
   Machine base;
   const Contents made = makeBase(base);
   int stops = 0;
-  for (const CrashSetting& setting : kCrashSettings) {
+  for (const Setting& setting : kCrashSettings) {
     for (int k = 0;; k += step(k)) {
       SCOPED_TRACE(testing::Message() << "mode " << setting.mode << setting.sharing << ", "
                                       << setting.buffers << " buffers, transfer " << k);
@@ -200,8 +190,7 @@ TEST(Crash, InModeFourTheFileIsWholeOrMarked) {
   Machine base;
   const Contents made = makeBase(base);
   int marks = 0;
-  for (const CrashSetting& setting :
-       {CrashSetting{4, 'E', 10, false}, CrashSetting{4, 'S', 2, false}}) {
+  for (const Setting& setting : {Setting{4, 'E', false, 10}, Setting{4, 'S', false, 2}}) {
     for (int k = 0;; k += step(k)) {
       SCOPED_TRACE(testing::Message() << setting.sharing << " transfer " << k);
       Machine machine(base);
@@ -235,7 +224,7 @@ TEST(Crash, WhoeverTakesTheGateNextTakesBack) {
     std::mt19937 random(static_cast<std::uint32_t>(k));
     Contents finished = made;
     Contents begun = made;
-    const CrashSetting setting = {1, 'S', k % 2 == 0 ? 2u : 10u};
+    const Setting setting = {1, 'S', true, k % 2 == 0 ? 2u : 10u};
     User reader(machine, setting, -1, 1, 1);
     User other(machine, setting, -1, 1);
     ASSERT_EQ(reader.opened, kOk);
@@ -265,14 +254,14 @@ TEST(Crash, AFileIsMadeWithItsJournalOrNotAtAll) {
       bool made;
       bool done;
       {
-        User maker(machine, {0, sharing, 10}, k, seed(random));
+        User maker(machine, {0, sharing, true}, k, seed(random));
         made = maker.opened == kOk;
         if (made) maker.change(begun, 0, 1);
         done = maker.process.alive();
         if (done) finished = begun;
       }
       machine.stop(random);
-      if (made) expectWhole(machine, {0, sharing, 10}, finished, begun);
+      if (made) expectWhole(machine, {0, sharing, true}, finished, begun);
       if (done || HasFailure()) break;
     }
   }

@@ -24,6 +24,21 @@ namespace tavo::engine::test {
 constexpr char kPath[] = "data";
 constexpr char kJournal[] = "journal";
 
+// How a file is opened and changed.
+struct Setting {
+  int mode;
+  char sharing;
+  bool journal;
+  unsigned buffers = 10;
+};
+
+inline Options optionsOf(const Setting& setting, const char* journal = kJournal) {
+  Options options;
+  options.sharing = setting.sharing;
+  if (setting.journal) options.journal = journal;
+  return options;
+}
+
 using tests::TestFiles;
 
 constexpr std::uint8_t kSampleType = 7;

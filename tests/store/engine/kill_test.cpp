@@ -12,20 +12,6 @@ namespace {
 constexpr std::uint32_t kBase = 60;
 constexpr std::uint32_t kMore = 90;
 
-struct KillSetting {
-  int mode;
-  char sharing;
-  bool journal;
-};
-
-Options optionsOf(const KillSetting& setting, const std::string& path, std::string& journal) {
-  Options options;
-  options.sharing = setting.sharing;
-  journal = path + ".journal";
-  if (setting.journal) options.journal = journal.c_str();
-  return options;
-}
-
 void setSample(Sample& sample, std::uint32_t n) {
   sample.set(static_cast<int>(n % 3), n * 7919 % 10007, "n" + std::to_string(n * 31 % 997), 90);
 }
@@ -34,7 +20,7 @@ void setSample(Sample& sample, std::uint32_t n) {
 TEST(KillChild, DISABLED_Insert) {
   std::istringstream in(ChildProcess::argument());
   std::string path;
-  KillSetting setting = {};
+  Setting setting = {};
   int killed = 0;
   ASSERT_TRUE(in >> path >> setting.mode >> setting.sharing >> setting.journal >> killed);
   TestFiles files;
@@ -42,10 +28,10 @@ TEST(KillChild, DISABLED_Insert) {
   files.onTransfer = [&killed] {
     if (killed-- == 0) ChildProcess::killSelf();
   };
-  std::string journal;
+  const std::string journal = path + ".journal";
   PageCache cache;
   Store store(cache, files);
-  ASSERT_EQ(store.open(path.c_str(), kIndexes, optionsOf(setting, path, journal)), kOk);
+  ASSERT_EQ(store.open(path.c_str(), kIndexes, optionsOf(setting, journal.c_str())), kOk);
   ASSERT_EQ(store.setWriteMode(setting.mode), kOk);
   std::FILE* const progress = std::fopen((path + ".progress").c_str(), "wb");
   Sample sample;
@@ -93,7 +79,7 @@ class Kill : public ::testing::Test {
   }
 
   // Runs a child up to its transfer `killed`; false when it came to its end.
-  bool run(const KillSetting& setting, int killed) {
+  bool run(const Setting& setting, int killed) {
     TearDown();
     file_.write(base_);
     std::ostringstream out;
@@ -121,12 +107,12 @@ class Kill : public ::testing::Test {
     return count;
   }
 
-  void expectPromise(const KillSetting& setting) {
-    std::string journal;
+  void expectPromise(const Setting& setting) {
+    const std::string journal = path_ + ".journal";
     PageCache cache;
     Store store(cache);
     const auto left = file_.bytes();
-    ASSERT_EQ(store.open(file_.path(), kIndexes, optionsOf(setting, path_, journal)), kOk);
+    ASSERT_EQ(store.open(file_.path(), kIndexes, optionsOf(setting, journal.c_str())), kOk);
     ASSERT_EQ(store.setWriteMode(setting.mode), kOk);
     const std::uint32_t whole = found(store, done_);
     const std::uint32_t counted = store.recordCount();
@@ -162,12 +148,12 @@ class Kill : public ::testing::Test {
 };
 
 TEST_F(Kill, AtAnyTransferEachModeKeepsItsPromise) {
-  const KillSetting settings[] = {{0, 'E', false}, {1, 'E', false}, {2, 'E', false},
-                                  {3, 'E', false}, {4, 'E', false}, {1, 'S', false},
-                                  {4, 'S', false}, {0, 'E', true},  {4, 'S', true}};
+  const Setting settings[] = {{0, 'E', false}, {1, 'E', false}, {2, 'E', false},
+                              {3, 'E', false}, {4, 'E', false}, {1, 'S', false},
+                              {4, 'S', false}, {0, 'E', true},  {4, 'S', true}};
   // Starting a process is what takes time here.
   const int runs = TAVO_TEST_EFFORT >= 100 ? 20 : TAVO_TEST_EFFORT >= 10 ? 6 : 2;
-  for (const KillSetting& setting : settings) {
+  for (const Setting& setting : settings) {
     int killed = 8;
     for (int i = 0; i < runs; ++i, killed += 3 + killed / 4) {
       SCOPED_TRACE(testing::Message()

@@ -1,5 +1,5 @@
-// Growing memory: the C library moves large pieces page by page on Linux; on Windows address space
-// is reserved ahead and filled as it is needed.
+// Growing memory: on Linux the pages of a large piece move to where there is more room; on Windows
+// address space is reserved ahead and filled as it is needed.
 #include "platform/growing.h"
 
 #include <algorithm>
@@ -53,15 +53,22 @@ GrowingMemory::~GrowingMemory() {
 namespace {
 
 // Large pages where the system has them: filling small ones costs as much as reading the survey.
-void askForLargePages(uint8_t* bytes, size_t size) {
-#if defined(MADV_HUGEPAGE)
-  constexpr size_t kLarge = size_t{1} << 21;
-  constexpr size_t kPage = 4096;
-  if (size < 4 * kLarge) return;
-  // From the page on that the piece begins in: it is moved as a whole or not at all.
-  const size_t before = reinterpret_cast<uintptr_t>(bytes) % kPage;
-  madvise(bytes - before, (before + size + kPage - 1) / kPage * kPage, MADV_HUGEPAGE);
-#endif
+constexpr size_t kLarge = size_t{1} << 21;
+// From here on; what is smaller comes from the heap, so that a small survey stays small.
+constexpr size_t kFirstLarge = kLarge / 4;
+
+// Address space in whole large pages, since only those move without being taken apart.
+uint8_t* reserve(size_t size) {
+  constexpr int kAccess = PROT_READ | PROT_WRITE;
+  constexpr int kKind = MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE;
+  void* const wide = mmap(nullptr, size + kLarge, kAccess, kKind, -1, 0);
+  if (wide == MAP_FAILED) throw std::bad_alloc();
+  auto* const first = static_cast<uint8_t*>(wide);
+  const size_t before = (kLarge - reinterpret_cast<uintptr_t>(first) % kLarge) % kLarge;
+  if (before > 0) munmap(first, before);
+  munmap(first + before + size, kLarge - before);
+  madvise(first + before, size, MADV_HUGEPAGE);
+  return first + before;
 }
 
 }  // namespace
@@ -69,15 +76,33 @@ void askForLargePages(uint8_t* bytes, size_t size) {
 void GrowingMemory::grow(size_t least) {
   // Room beyond the bytes asked for costs address space only, until it is written.
   constexpr size_t kSmallest = 4096;
-  const size_t room = std::max({least, room_ + room_ / 2, kSmallest});
-  auto* const bytes = static_cast<uint8_t*>(std::realloc(bytes_, room));
-  if (bytes == nullptr) throw std::bad_alloc();
-  askForLargePages(bytes, room);
+  size_t room = std::max({least, room_ + room_ / 2, kSmallest});
+  uint8_t* bytes = nullptr;
+  if (room < kFirstLarge) {
+    bytes = static_cast<uint8_t*>(std::realloc(bytes_, room));
+    if (bytes == nullptr) throw std::bad_alloc();
+  } else {
+    room = (room + kLarge - 1) / kLarge * kLarge;
+    bytes = reserve(room);
+    if (room_ < kFirstLarge) {
+      std::copy_n(bytes_, size_, bytes);
+      std::free(bytes_);
+    } else if (mremap(bytes_, room_, room, MREMAP_MAYMOVE | MREMAP_FIXED, bytes) == MAP_FAILED) {
+      munmap(bytes, room);
+      throw std::bad_alloc();
+    }
+  }
   bytes_ = bytes;
   room_ = room;
 }
 
-GrowingMemory::~GrowingMemory() { std::free(bytes_); }
+GrowingMemory::~GrowingMemory() {
+  if (room_ < kFirstLarge) {
+    std::free(bytes_);
+  } else {
+    munmap(bytes_, room_);
+  }
+}
 
 #endif
 

@@ -10,13 +10,27 @@
 #include "tavo/tavo.h"
 
 #if defined(__linux__)
+#include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-// What grows by reallocation fails, too; the program is linked so that it comes here.
+// What grows by reallocation or takes address space fails, too; the program is linked so that it
+// comes here.
 extern "C" void* __real_realloc(void* memory, size_t size);
 extern "C" void* __wrap_realloc(void* memory, size_t size) {
   return tavo::tests::allocationFails() ? nullptr : __real_realloc(memory, size);
+}
+
+// How many takings of address space there still are until one fails; 0 while none is to.
+static size_t untilRefusal = 0;
+static bool isRefused() { return untilRefusal > 0 && --untilRefusal == 0; }
+extern "C" void* __real_mmap(void* at, size_t size, int access, int kind, int file, off_t from);
+extern "C" void* __wrap_mmap(void* at, size_t size, int access, int kind, int file, off_t from) {
+  return isRefused() ? MAP_FAILED : __real_mmap(at, size, access, kind, file, from);
+}
+extern "C" void* __real_mremap(void* old, size_t size, size_t wanted, int how, void* at);
+extern "C" void* __wrap_mremap(void* old, size_t size, size_t wanted, int how, void* at) {
+  return isRefused() ? MAP_FAILED : __real_mremap(old, size, wanted, how, at);
 }
 #endif
 
@@ -78,12 +92,13 @@ constexpr int kPoints = 1000000;
 
 // A text that is nowhere whole, since its own memory must not count.
 struct Generator {
+  int count = kPoints;
   int next = 0;
   std::string piece = "DATABASE\nPOINTS (PointNo,PointID,JobNo,CLASS,East,North,Elevation,Code)\n";
 
   static int64_t read(void* bytes, size_t room, void* user) {
-    auto& [next, piece] = *static_cast<Generator*>(user);
-    while (piece.size() < room && next < kPoints) {
+    auto& [count, next, piece] = *static_cast<Generator*>(user);
+    while (piece.size() < room && next < count) {
       const std::string number = std::to_string(next++);
       piece += number + ",\"P" + number + "\",1,MEAS,600000.3717,200000.1193,400.25,\"TREE\";\n";
     }
@@ -92,6 +107,30 @@ struct Generator {
     return static_cast<int64_t>(n);
   }
 };
+
+// Reads `count` points and hands the survey to the caller.
+tavo_status readPoints(int count, tavo_survey** survey) {
+  Generator generator{.count = count};
+  tavo_input input = TAVO_INPUT_INIT;
+  input.read = &Generator::read;
+  input.user = &generator;
+  return tavo_survey_read(survey, &input, nullptr);
+}
+
+TEST(SurveyMemory, EveryTakingOfAddressSpaceMayFail) {
+  constexpr int kMovingTwice = 40000;
+  size_t refusals = 0;
+  for (tavo_status status = TAVO_ERR_MEMORY; status != TVO_ERR_ERRORS_FOUND; ++refusals) {
+    untilRefusal = refusals + 1;
+    tavo_survey* survey = nullptr;
+    status = readPoints(kMovingTwice, &survey);
+    const SurveyHandle owned(survey);
+    ASSERT_TRUE(status == TVO_ERR_ERRORS_FOUND || status == uint32_t{TAVO_ERR_MEMORY}) << status;
+    EXPECT_EQ(survey != nullptr, status == TVO_ERR_ERRORS_FOUND);
+  }
+  untilRefusal = 0;
+  EXPECT_GT(refusals, 5U) << "a first taking, and two for each move";
+}
 
 long statusKilobytes(const char* name) {
   std::ifstream file("/proc/self/status");
@@ -104,12 +143,8 @@ long statusKilobytes(const char* name) {
 
 int peakInPercent() {
   const long before = statusKilobytes("VmRSS");
-  Generator generator;
-  tavo_input input = TAVO_INPUT_INIT;
-  input.read = &Generator::read;
-  input.user = &generator;
   tavo_survey* survey = nullptr;
-  if (tavo_survey_read(&survey, &input, nullptr) != TVO_ERR_ERRORS_FOUND) return 0;
+  if (readPoints(kPoints, &survey) != TVO_ERR_ERRORS_FOUND) return 0;
   const tavo_records& points = *tavo_survey_records(survey, TVO_RECORD_POINTS);
   if (points.count != kPoints) return 0;
   const auto packed = static_cast<long>(points.count * points.size / 1024);

@@ -466,9 +466,13 @@ typedef struct tavo_store_statistics {
   uint32_t findings;        /* notes not counted */
   uint32_t records_by_type[128];
   uint32_t kind; /* TAVO_STORE_COMPATIBLE or _COMPLETE; since version 2 */
+  /* Set by the caller: called for every piece that is read, with the bytes read so far of an
+   * unknown number; since version 3. */
+  tavo_progress_fn on_progress;
+  void* progress_user;
 } tavo_store_statistics;
 #define TAVO_STORE_STATISTICS_INIT \
-  { 2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, {0}, 0 }
+  { 3, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, {0}, 0, NULL, NULL }
 
 typedef struct tavo_store_finding {
   uint32_t kind;        /* TAVO_NOTE or TAVO_ERROR */
@@ -481,7 +485,8 @@ typedef struct tavo_store_finding {
 typedef void (*tavo_store_finding_fn)(const tavo_store_finding* finding, void* user);
 
 /* Checks a closed data file whole. 0 when the check came to its end, whatever it found;
- * TVO_ERR_DATA_FILE when it cannot be read as one. statistics may be null. */
+ * TVO_ERR_DATA_FILE when it cannot be read as one, TAVO_ERR_CANCELLED when its on_progress asked to
+ * stop. statistics may be null. */
 TAVO_API tavo_status tavo_store_verify(const char* path, tavo_store_finding_fn on_finding,
                                        void* user, tavo_store_statistics* statistics);
 
@@ -494,9 +499,13 @@ typedef struct tavo_store_repair_report {
   uint32_t damaged[128]; /* were there and are not whole */
   uint32_t twice[128];   /* found again under the same number; written only where they differ */
   uint32_t untraced;     /* that the header counts and of which nothing is left; it may be wrong */
+  /* Set by the caller: called for every piece of the old file that is read, with the bytes read so
+   * far of an unknown number; since version 2. */
+  tavo_progress_fn on_progress;
+  void* progress_user;
 } tavo_store_repair_report;
 #define TAVO_STORE_REPAIR_INIT \
-  { 1, TAVO_STORE_COMPATIBLE, {0}, {0}, {0}, 0 }
+  { 2, TAVO_STORE_COMPATIBLE, {0}, {0}, {0}, 0, NULL, NULL }
 
 /* Saves every record of a closed data file that is whole, wherever in the file it stands, into a
  * new one, in their order and with keys and counts of its own; header and keys of the old file do
@@ -504,8 +513,8 @@ typedef struct tavo_store_repair_report {
  * found twice a note. 0 when the new file has taken its place, whatever is missing in it: nothing
  * is when no record is damaged or untraced. TVO_ERR_DATA_FILE when the old file cannot be read,
  * TVO_ERR_NO_RECORD when there is no record in it, TVO_ERR_OPEN when it is the target itself,
- * TVO_ERR_WRITE when the new one cannot be written; what is at the target then stays. report and
- * on_finding may be null. */
+ * TVO_ERR_WRITE when the new one cannot be written, TAVO_ERR_CANCELLED when the on_progress of the
+ * report asked to stop; what is at the target then stays. report and on_finding may be null. */
 TAVO_API tavo_status tavo_store_repair(const char* path, const char* target,
                                        tavo_store_finding_fn on_finding, void* user,
                                        tavo_store_repair_report* report);

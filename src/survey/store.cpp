@@ -14,6 +14,7 @@
 #include "store/record_store.h"
 #include "store/repair.h"
 #include "survey/guard.h"
+#include "survey/watched_files.h"
 #include "tavo/survey.h"
 #include "tavo/tavo.h"
 
@@ -207,6 +208,24 @@ void copyReport(const store::RepairReport& from, tavo_store_repair_report* to) {
   to->untraced = from.untraced;
 }
 
+// A check or repair of a closed file, guarded. `report` may be null, or of a version before
+// `watchable`, which has no callback yet.
+template <class Report, class Work>
+tavo_status walk(const Report* report, uint32_t watchable, const Work& work) {
+  tavo::survey::Watch watch;
+  if (report != nullptr && report->version >= watchable) {
+    watch = {report->on_progress, report->progress_user};
+  }
+  return tavo::survey::guarded(tavo_status{TAVO_ERR_MEMORY}, [&]() -> tavo_status {
+    tavo::survey::WatchedFiles files(watch);
+    try {
+      return work(files);
+    } catch (const tavo::survey::Cancelled&) {
+      return TAVO_ERR_CANCELLED;
+    }
+  });
+}
+
 tavo_status failedRepair(int code, bool read) {
   if (code == tavo::engine::kNoMemory) return TAVO_ERR_MEMORY;
   if (read) return TVO_ERR_WRITE;
@@ -299,12 +318,13 @@ int tavo_is_data_file(const void* bytes, size_t size) {
 
 tavo_status tavo_store_verify(const char* path, tavo_store_finding_fn on_finding, void* user,
                               tavo_store_statistics* statistics) {
-  const bool known = statistics == nullptr || statistics->version == 1 || statistics->version == 2;
+  constexpr uint32_t kWatchable = 3;
+  const bool known =
+      statistics == nullptr || (statistics->version >= 1 && statistics->version <= kWatchable);
   if (path == nullptr || !known) return TAVO_ERR_ARGUMENT;
-  return tavo::survey::guarded(tavo_status{TAVO_ERR_MEMORY}, [&]() -> tavo_status {
+  return walk(statistics, kWatchable, [&](platform::FileSystem& files) -> tavo_status {
     store::DataFileStatistics found;
-    const int code =
-        store::verifyDataFile(path, reportTo(on_finding, user), &found, platform::utf8FileSystem());
+    const int code = store::verifyDataFile(path, reportTo(on_finding, user), &found, files);
     if (statistics != nullptr) copyStatistics(found, statistics);
     return code == 0 ? tavo_status{TAVO_OK} : tavo_status{TVO_ERR_DATA_FILE};
   });
@@ -313,16 +333,16 @@ tavo_status tavo_store_verify(const char* path, tavo_store_finding_fn on_finding
 tavo_status tavo_store_repair(const char* path, const char* target,
                               tavo_store_finding_fn on_finding, void* user,
                               tavo_store_repair_report* report) {
-  if (path == nullptr || target == nullptr || (report != nullptr && report->version != 1)) {
-    return TAVO_ERR_ARGUMENT;
-  }
+  constexpr uint32_t kWatchable = 2;
+  const bool known = report == nullptr || report->version == 1 || report->version == kWatchable;
+  if (path == nullptr || target == nullptr || !known) return TAVO_ERR_ARGUMENT;
   if (platform::sameFile(path, target, platform::PathForm::kUtf8)) return TVO_ERR_OPEN;
-  return tavo::survey::guarded(tavo_status{TAVO_ERR_MEMORY}, [&]() -> tavo_status {
+  return walk(report, kWatchable, [&](platform::FileSystem& files) -> tavo_status {
     platform::Replacement output;
     output.prepare(target, platform::PathForm::kUtf8);
     store::RepairReport counts;
     const int code = store::repairDataFile(path, output.path().c_str(), reportTo(on_finding, user),
-                                           &counts, platform::utf8FileSystem());
+                                           &counts, files);
     if (report != nullptr) copyReport(counts, report);
     if (code != tavo::engine::kOk) return failedRepair(code, counts.read);
     return output.commit() ? tavo_status{TAVO_OK} : tavo_status{TVO_ERR_WRITE};

@@ -261,6 +261,42 @@ TEST_F(Stores, OldOptionsMakeACompatibleFile) {
   EXPECT_EQ(statistics.records, 1U);
 }
 
+TEST_F(Stores, AWalkOverAFileTellsAndMayBeEnded) {
+  import(kSurvey);
+  writeFile(kOther, "stays");
+  struct Told {
+    uint64_t calls, last, until;
+  };
+  const auto tell = [](uint64_t done, uint64_t total, void* user) {
+    auto& [calls, last, until] = *static_cast<Told*>(user);
+    EXPECT_GT(done, last);
+    EXPECT_EQ(total, 0U);
+    last = done;
+    return ++calls == until ? 1 : 0;
+  };
+  for (const bool repairs : {false, true}) {
+    const auto walk = [&](Told* told) {
+      tavo_store_statistics statistics = TAVO_STORE_STATISTICS_INIT;
+      tavo_store_repair_report report = TAVO_STORE_REPAIR_INIT;
+      (repairs ? report.on_progress : statistics.on_progress) = tell;
+      (repairs ? report.progress_user : statistics.progress_user) = told;
+      return repairs ? tavo_store_repair(kPath, kOther, nullptr, nullptr, &report)
+                     : tavo_store_verify(kPath, nullptr, nullptr, &statistics);
+    };
+    for (uint64_t until = 1;; ++until) {
+      Told told = {0, 0, until};
+      const tavo_status status = walk(&told);
+      if (status == TAVO_OK) {
+        EXPECT_LT(told.calls, until);
+        break;
+      }
+      ASSERT_EQ(status, uint32_t{TAVO_ERR_CANCELLED}) << until;
+      EXPECT_EQ(told.calls, until);
+      EXPECT_EQ(readFile(kOther), "stays");
+    }
+  }
+}
+
 TEST_F(Stores, RepairReportsByRecordType) {
   import(kSurvey);
   const std::string file = readFile(kPath);

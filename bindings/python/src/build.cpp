@@ -42,18 +42,7 @@ class Writing {
   ~Writing() { tavo_output_abandon(file_); }
 
   // False after Ctrl-C, which then comes out of run().
-  bool goesOn() {
-    if (thrown_) return false;
-    if (!ctrlC_.isDue()) return true;
-    const py::gil_scoped_acquire held;
-    try {
-      ctrlC_.look();
-      return true;
-    } catch (...) {
-      thrown_ = std::current_exception();
-      return false;
-    }
-  }
+  bool goesOn() { return !thrown_ && ctrlC_.goesOn(&thrown_); }
 
   // Runs `build` on the target with the interpreter released: the text, or None for a file.
   template <class Build>

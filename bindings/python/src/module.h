@@ -89,6 +89,18 @@ class CtrlC {
     looked_ = std::chrono::steady_clock::now();
     if (PyErr_CheckSignals() != 0) throw py::error_already_set();
   }
+  // Without the interpreter: false after Ctrl-C, which is then in `thrown`.
+  bool goesOn(std::exception_ptr* thrown) {
+    if (!isDue()) return true;
+    const py::gil_scoped_acquire held;
+    try {
+      look();
+      return true;
+    } catch (...) {
+      *thrown = std::current_exception();
+      return false;
+    }
+  }
 
  private:
   static constexpr std::chrono::milliseconds kPause{50};

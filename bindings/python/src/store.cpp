@@ -91,14 +91,34 @@ class StoreHandle {
   std::optional<Store> store_;
 };
 
-// Findings are kept until the interpreter is held again.
-class Findings {
+// A check or a repair without the interpreter: its findings are kept until that is held again, and
+// Ctrl-C ends it.
+class Walk {
  public:
   static void take(const tavo_store_finding* finding, void* user) {
-    static_cast<Findings*>(user)->found_.push_back(
+    static_cast<Walk*>(user)->found_.push_back(
         {finding->kind, finding->page, finding->record, finding->record_type, finding->text});
   }
-  py::list list() const {
+  static int progress(uint64_t, uint64_t, void* user) {
+    auto& self = *static_cast<Walk*>(user);
+    return self.ctrlC_.goesOn(&self.thrown_) ? 0 : 1;
+  }
+
+  // Runs `work` on a file, with what it reports into.
+  template <class Report, class Work>
+  void run(const std::string& path, Report* report, const Work& work) {
+    report->on_progress = &progress;
+    report->progress_user = this;
+    tavo_status status = TAVO_OK;
+    {
+      const py::gil_scoped_release free;
+      status = work();
+    }
+    if (thrown_) std::rethrow_exception(thrown_);
+    if (status != TAVO_OK) raise(status, path);
+  }
+
+  py::list findings() const {
     py::list all;
     for (const One& one : found_) {
       all.append(py::make_tuple(one.kind, one.page, one.record, one.type, textOf(one.text)));
@@ -114,29 +134,25 @@ class Findings {
     std::string text;
   };
   std::vector<One> found_;
+  CtrlC ctrlC_;
+  std::exception_ptr thrown_;
 };
 
 py::list verify(const std::string& path) {
-  Findings findings;
-  tavo_status status = TAVO_OK;
-  {
-    const py::gil_scoped_release free;
-    status = tavo_store_verify(path.c_str(), &Findings::take, &findings, nullptr);
-  }
-  if (status != TAVO_OK) raise(status, path);
-  return findings.list();
+  Walk walk;
+  tavo_store_statistics statistics = TAVO_STORE_STATISTICS_INIT;
+  walk.run(path, &statistics,
+           [&] { return tavo_store_verify(path.c_str(), &Walk::take, &walk, &statistics); });
+  return walk.findings();
 }
 
 // (findings, found, damaged and twice by record type, untraced)
 py::tuple repair(const std::string& path, const std::string& target) {
-  Findings findings;
+  Walk walk;
   tavo_store_repair_report report = TAVO_STORE_REPAIR_INIT;
-  tavo_status status = TAVO_OK;
-  {
-    const py::gil_scoped_release free;
-    status = tavo_store_repair(path.c_str(), target.c_str(), &Findings::take, &findings, &report);
-  }
-  if (status != TAVO_OK) raise(status, path);
+  walk.run(path, &report, [&] {
+    return tavo_store_repair(path.c_str(), target.c_str(), &Walk::take, &walk, &report);
+  });
   const auto byType = [](const uint32_t(&counts)[128]) {
     py::dict made;
     for (uint32_t type = 0; type < 128; ++type) {
@@ -144,7 +160,7 @@ py::tuple repair(const std::string& path, const std::string& target) {
     }
     return made;
   };
-  return py::make_tuple(findings.list(), byType(report.found), byType(report.damaged),
+  return py::make_tuple(walk.findings(), byType(report.found), byType(report.damaged),
                         byType(report.twice), report.untraced);
 }
 

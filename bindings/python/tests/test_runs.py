@@ -87,29 +87,56 @@ def test_ctrl_c_ends_a_long_run():
     assert run.communicate(timeout=60)[0] == "interrupted\n" and run.returncode == 0
 
 
-def test_a_signal_ends_the_writing(tmp_path):
-    """What its handler raises comes out whole, and no file is made, nor anything left beside it."""
-    survey = tavo.read(text("POINTS (PointNo,PointID,East,North)\n" + '1,"a",1,2;\n' * 400000 + "END POINTS"))
-    times = [time.monotonic()]
-    for _ in range(3):
-        survey.build()
-        times.append(time.monotonic())
-    # On a busy machine one may take several times as long as the next.
-    whole = min(after - before for before, after in zip(times, times[1:]))
+class Interrupted(Exception):
+    """What the handler of the signal raises here."""
 
+
+def interrupted(work, after):
+    """Runs ``work``, with a signal after so many seconds, whose exception comes out whole."""
     def fail(*_):
-        raise Own("told")
+        raise Interrupted("told")
 
     before = signal.signal(signal.SIGALRM, fail)
     try:
-        for call in (lambda: survey.build(tmp_path / "a.tvo"), lambda: survey.edit().build(tmp_path / "a.tvo")):
-            signal.setitimer(signal.ITIMER_REAL, whole / 8)
-            with pytest.raises(Own, match="told"):
-                call()
+        signal.setitimer(signal.ITIMER_REAL, after)
+        with pytest.raises(Interrupted, match="told"):
+            work()
     finally:
         signal.setitimer(signal.ITIMER_REAL, 0)
         signal.signal(signal.SIGALRM, before)
+
+
+def seconds(work):
+    """On a busy machine one may take several times as long as the next."""
+    times = [time.monotonic()]
+    for _ in range(3):
+        work()
+        times.append(time.monotonic())
+    return min(after - before for before, after in zip(times, times[1:]))
+
+
+def test_a_signal_ends_the_writing(tmp_path):
+    """No file is made, nor anything left beside it."""
+    survey = tavo.read(text("POINTS (PointNo,PointID,East,North)\n" + '1,"a",1,2;\n' * 400000 + "END POINTS"))
+    whole = seconds(survey.build)
+    for call in (lambda: survey.build(tmp_path / "a.tvo"), lambda: survey.edit().build(tmp_path / "a.tvo")):
+        interrupted(call, whole / 8)
     assert list(tmp_path.iterdir()) == []
+
+
+def test_a_signal_ends_a_repair(tmp_path):
+    """The old file and the target stay as they are."""
+    path, target = tmp_path / "a.tvd", tmp_path / "b.tvd"
+    rows = "".join(f'{n},"a";\n' for n in range(1, 100001))
+    points = tavo.read(text(f"POINTS (PointNo,PointID)\n{rows}END POINTS")).points
+    with tavo.Store(path, "create") as store:
+        store.write("POINTS", points)
+    file = path.read_bytes()
+    whole = seconds(lambda: tavo.repair(path, target))
+    target.write_bytes(b"stays")
+    interrupted(lambda: tavo.repair(path, target), whole / 8)
+    assert (path.read_bytes(), target.read_bytes()) == (file, b"stays")
+    assert sorted(tmp_path.iterdir()) == [path, target]
 
 
 def test_other_threads_run_while_one_reads():

@@ -238,9 +238,9 @@ std::vector<Column> operationColumns(const Source& source) {
   columns.push_back(std::move(operation));
 
   const Records<OperationPoints> points = source.survey().operationPoints();
-  for (size_t i = 0; i < points.size(); ++i) {
+  for (const OperationPoints& record : points) {
     for (size_t n = used; n < 10; ++n) {
-      if (points[i].point(n).number != 0 || !points[i].point(n).id.empty()) used = n + 1;
+      if (record.point(n).number != 0 || !record.point(n).id.empty()) used = n + 1;
     }
   }
   for (size_t n = 0; n < used; ++n) {

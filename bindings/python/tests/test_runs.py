@@ -107,7 +107,7 @@ def interrupted(work, after):
 
 
 def seconds(work):
-    """On a busy machine one may take several times as long as the next."""
+    """The shortest of three runs: on a busy machine one may take several times as long as the next."""
     times = [time.monotonic()]
     for _ in range(3):
         work()

@@ -208,6 +208,12 @@ void copyReport(const store::RepairReport& from, tavo_store_repair_report* to) {
   to->untraced = from.untraced;
 }
 
+// Whether a report, which may be null, is of a version up to the newest.
+template <class Report>
+bool isKnown(const Report* report, uint32_t newest) {
+  return report == nullptr || (report->version >= 1 && report->version <= newest);
+}
+
 // A check or repair of a closed file, guarded. `report` may be null, or of a version before
 // `watchable`, which has no callback yet.
 template <class Report, class Work>
@@ -319,9 +325,7 @@ int tavo_is_data_file(const void* bytes, size_t size) {
 tavo_status tavo_store_verify(const char* path, tavo_store_finding_fn on_finding, void* user,
                               tavo_store_statistics* statistics) {
   constexpr uint32_t kWatchable = 3;
-  const bool known =
-      statistics == nullptr || (statistics->version >= 1 && statistics->version <= kWatchable);
-  if (path == nullptr || !known) return TAVO_ERR_ARGUMENT;
+  if (path == nullptr || !isKnown(statistics, kWatchable)) return TAVO_ERR_ARGUMENT;
   return walk(statistics, kWatchable, [&](platform::FileSystem& files) -> tavo_status {
     store::DataFileStatistics found;
     const int code = store::verifyDataFile(path, reportTo(on_finding, user), &found, files);
@@ -334,8 +338,9 @@ tavo_status tavo_store_repair(const char* path, const char* target,
                               tavo_store_finding_fn on_finding, void* user,
                               tavo_store_repair_report* report) {
   constexpr uint32_t kWatchable = 2;
-  const bool known = report == nullptr || report->version == 1 || report->version == kWatchable;
-  if (path == nullptr || target == nullptr || !known) return TAVO_ERR_ARGUMENT;
+  if (path == nullptr || target == nullptr || !isKnown(report, kWatchable)) {
+    return TAVO_ERR_ARGUMENT;
+  }
   if (platform::sameFile(path, target, platform::PathForm::kUtf8)) return TVO_ERR_OPEN;
   return walk(report, kWatchable, [&](platform::FileSystem& files) -> tavo_status {
     platform::Replacement output;

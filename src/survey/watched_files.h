@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "platform/file.h"
+#include "platform/passing_file.h"
 #include "tavo/survey.h"
 
 namespace tavo::survey {
@@ -18,31 +19,18 @@ struct Watch {
   uint64_t done = 0;  // bytes
 };
 
-class WatchedFile final : public platform::File {
+class WatchedFile final : public platform::PassingFile {
  public:
-  WatchedFile(std::unique_ptr<File> file, Watch& watch) : file_(std::move(file)), watch_(watch) {}
+  WatchedFile(std::unique_ptr<File> file, Watch& watch)
+      : PassingFile(std::move(file)), watch_(watch) {}
 
   platform::Transfer readAt(uint64_t position, void* bytes, uint32_t count) override {
     watch_.done += count;
     if (watch_.onProgress(watch_.done, 0, watch_.user) != 0) throw Cancelled();
-    return file_->readAt(position, bytes, count);
+    return PassingFile::readAt(position, bytes, count);
   }
-  platform::Transfer writeAt(uint64_t position, const void* bytes, uint32_t count) override {
-    return file_->writeAt(position, bytes, count);
-  }
-  bool flush() override { return file_->flush(); }
-  bool tryLock(uint32_t position, uint32_t count) override {
-    return file_->tryLock(position, count);
-  }
-  bool lockWaiting(uint32_t position, uint32_t count) override {
-    return file_->lockWaiting(position, count);
-  }
-  bool unlock(uint32_t position, uint32_t count) override { return file_->unlock(position, count); }
-  bool gather(bool wanted) override { return file_->gather(wanted); }
-  bool close() override { return file_->close(); }
 
  private:
-  std::unique_ptr<File> file_;
   Watch& watch_;
 };
 

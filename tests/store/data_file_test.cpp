@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <random>
 
+#include "platform/passing_file.h"
 #include "store/engine/format.h"
 #include "store/sample_records.h"
 #include "support/analysis.h"
@@ -225,23 +226,19 @@ class FailingFiles : public platform::FileSystem {
   bool remove(const char* path) override { return platform::nativeFileSystem().remove(path); }
 
  private:
-  struct Wrapped : platform::File {
+  struct Wrapped : platform::PassingFile {
     FailingFiles& owner;
-    std::unique_ptr<platform::File> file;
     Wrapped(FailingFiles& files, std::unique_ptr<platform::File> inner)
-        : owner(files), file(std::move(inner)) {}
+        : PassingFile(std::move(inner)), owner(files) {}
     platform::Transfer readAt(uint64_t position, void* bytes, uint32_t count) override {
       if (owner.readsToo && owner.failsNow()) return owner.how;
-      return file->readAt(position, bytes, count);
+      return PassingFile::readAt(position, bytes, count);
     }
     platform::Transfer writeAt(uint64_t position, const void* bytes, uint32_t count) override {
-      return owner.failsNow() ? owner.how : file->writeAt(position, bytes, count);
+      return owner.failsNow() ? owner.how : PassingFile::writeAt(position, bytes, count);
     }
-    bool flush() override { return file->flush(); }
-    bool tryLock(uint32_t at, uint32_t count) override { return file->tryLock(at, count); }
-    bool lockWaiting(uint32_t at, uint32_t count) override { return file->lockWaiting(at, count); }
-    bool unlock(uint32_t at, uint32_t count) override { return file->unlock(at, count); }
-    bool close() override { return file->close(); }
+    // What stayed in memory would not come here.
+    bool gather(bool) override { return true; }
   };
 
   std::unique_ptr<platform::File> wrap(std::unique_ptr<platform::File> file) {

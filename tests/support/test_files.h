@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "platform/file.h"
+#include "platform/passing_file.h"
 
 namespace tavo::tests {
 
@@ -48,46 +49,35 @@ class TestFiles : public platform::FileSystem {
   bool remove(const char* path) override { return system_.remove(path); }
 
  private:
-  class TestFile : public platform::File {
+  class TestFile : public platform::PassingFile {
    public:
     TestFile(TestFiles& owner, std::unique_ptr<platform::File> file)
-        : owner_(owner), file_(std::move(file)) {}
+        : PassingFile(std::move(file)), owner_(owner) {}
     platform::Transfer readAt(std::uint64_t position, void* bytes, std::uint32_t count) override {
       owner_.note('r', position);
       if (owner_.faulty(owner_.readsUntilFault)) return fault();
-      return file_->readAt(position, bytes, count);
+      return PassingFile::readAt(position, bytes, count);
     }
     platform::Transfer writeAt(std::uint64_t position, const void* bytes,
                                std::uint32_t count) override {
       owner_.note('w', position);
       const bool room = position + count <= owner_.full;
       if (room && !owner_.faulty(owner_.writesUntilFault))
-        return file_->writeAt(position, bytes, count);
-      if (owner_.shortened) file_->writeAt(position, bytes, count / 2);
+        return PassingFile::writeAt(position, bytes, count);
+      if (owner_.shortened) PassingFile::writeAt(position, bytes, count / 2);
       return fault();
     }
     bool flush() override {
       owner_.note('f', 0);
       return true;
     }
-    bool gather(bool wanted) override { return !owner_.gathers || file_->gather(wanted); }
-    bool tryLock(std::uint32_t position, std::uint32_t count) override {
-      return file_->tryLock(position, count);
-    }
-    bool lockWaiting(std::uint32_t position, std::uint32_t count) override {
-      return file_->lockWaiting(position, count);
-    }
-    bool unlock(std::uint32_t position, std::uint32_t count) override {
-      return file_->unlock(position, count);
-    }
-    bool close() override { return file_->close(); }
+    bool gather(bool wanted) override { return !owner_.gathers || PassingFile::gather(wanted); }
 
    private:
     platform::Transfer fault() const {
       return owner_.shortened ? platform::Transfer::kShort : platform::Transfer::kFailed;
     }
     TestFiles& owner_;
-    std::unique_ptr<platform::File> file_;
   };
 
   std::unique_ptr<platform::File> wrap(std::unique_ptr<platform::File> file) {

@@ -87,19 +87,15 @@ def test_ctrl_c_ends_a_long_run():
     assert run.communicate(timeout=60)[0] == "interrupted\n" and run.returncode == 0
 
 
-class Interrupted(Exception):
-    """What the handler of the signal raises here."""
-
-
 def interrupted(work, after):
     """Runs ``work``, with a signal after so many seconds, whose exception comes out whole."""
     def fail(*_):
-        raise Interrupted("told")
+        raise Own("told")
 
     before = signal.signal(signal.SIGALRM, fail)
     try:
         signal.setitimer(signal.ITIMER_REAL, after)
-        with pytest.raises(Interrupted, match="told"):
+        with pytest.raises(Own, match="told"):
             work()
     finally:
         signal.setitimer(signal.ITIMER_REAL, 0)

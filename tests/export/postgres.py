@@ -17,9 +17,13 @@ def server():
     """Yields the folder of the socket, in which a database `survey` with PostGIS waits."""
     root = os.geteuid() == 0
     folder = tempfile.mkdtemp(prefix="tavo-pg-")
+    words = ["runuser", "-u", "postgres", "--"] if root else []
+    # Stops the server and removes its folder when its own input ends, as it does when the test is killed, too.
+    keeper = subprocess.Popen(["sh", "-c", 'cat; "$@"; rm -rf "$0"', folder, *words, str(PROGRAMS[-1] / "pg_ctl"), "-D",
+                               f"{folder}/data", "-m", "immediate", "stop"], cwd=folder, stdin=subprocess.PIPE,
+                              stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, start_new_session=True)
 
     def run(program, *arguments):
-        words = ["runuser", "-u", "postgres", "--"] if root else []
         with open(f"{folder}/output", "a+b") as output:
             result = subprocess.run(words + [str(PROGRAMS[-1] / program), *arguments], cwd=folder,
                                     stdin=subprocess.DEVNULL, stdout=output, stderr=output)
@@ -34,14 +38,11 @@ def server():
         run("initdb", "-A", "trust", "--no-sync", "--locale=C", "-E", "UTF8", "-D", f"{folder}/data")
         run("pg_ctl", "-D", f"{folder}/data", "-w", "-l", f"{folder}/log", "-o",
             f"-c listen_addresses='' -c unix_socket_directories='{folder}' -c fsync=off", "start")
-        try:
-            sql(folder, "CREATE DATABASE survey", database="postgres")
-            sql(folder, "CREATE EXTENSION postgis")
-            yield folder
-        finally:
-            run("pg_ctl", "-D", f"{folder}/data", "-m", "immediate", "stop")
+        sql(folder, "CREATE DATABASE survey", database="postgres")
+        sql(folder, "CREATE EXTENSION postgis")
+        yield folder
     finally:
-        shutil.rmtree(folder)
+        keeper.communicate()
 
 
 def sql(folder, statement, database="survey"):

@@ -21,6 +21,21 @@
 namespace tavo::platform {
 namespace {
 
+// Moves all of the bytes, by as many calls as the system makes of them.
+template <typename Call, typename Byte>
+Transfer transfer(Call call, int fd, std::uint64_t position, Byte* at, std::uint32_t count) {
+  while (count != 0) {
+    const ssize_t n = call(fd, at, count, static_cast<off_t>(position));
+    if (n < 0 && errno == EINTR) continue;
+    if (n < 0) return Transfer::kFailed;
+    if (n == 0) return Transfer::kShort;
+    at += n;
+    position += static_cast<std::uint64_t>(n);
+    count -= static_cast<std::uint32_t>(n);
+  }
+  return Transfer::kDone;
+}
+
 class PosixFile final : public NativeFile {
  public:
   PosixFile(int fd, bool readOnly, bool canWriteLock)
@@ -29,33 +44,13 @@ class PosixFile final : public NativeFile {
 
   Transfer readAt(std::uint64_t position, void* bytes, std::uint32_t count) override {
     if (position + count > kMaxPosition) return Transfer::kSeekFailed;
-    char* at = static_cast<char*>(bytes);
-    while (count != 0) {
-      const ssize_t n = pread(fd_, at, count, static_cast<off_t>(position));
-      if (n < 0 && errno == EINTR) continue;
-      if (n < 0) return Transfer::kFailed;
-      if (n == 0) return Transfer::kShort;
-      at += n;
-      position += static_cast<std::uint64_t>(n);
-      count -= static_cast<std::uint32_t>(n);
-    }
-    return Transfer::kDone;
+    return transfer(pread, fd_, position, static_cast<char*>(bytes), count);
   }
 
   Transfer writeAt(std::uint64_t position, const void* bytes, std::uint32_t count) override {
     if (position + count > kMaxPosition) return Transfer::kSeekFailed;
     if (readOnly_) return Transfer::kFailed;
-    const char* at = static_cast<const char*>(bytes);
-    while (count != 0) {
-      const ssize_t n = pwrite(fd_, at, count, static_cast<off_t>(position));
-      if (n < 0 && errno == EINTR) continue;
-      if (n < 0) return Transfer::kFailed;
-      if (n == 0) return Transfer::kShort;
-      at += n;
-      position += static_cast<std::uint64_t>(n);
-      count -= static_cast<std::uint32_t>(n);
-    }
-    return Transfer::kDone;
+    return transfer(pwrite, fd_, position, static_cast<const char*>(bytes), count);
   }
 
   bool flush() override { return fdatasync(fd_) == 0; }

@@ -64,9 +64,15 @@ int identify(GDALOpenInfo* info) {
 GDALDataset* open(GDALOpenInfo* info) {
   if (identify(info) == FALSE) return nullptr;
   if (info->eAccess == GA_Update) {
-    CPLError(CE_Failure, CPLE_NotSupported,
-             "A survey is not changed in place: write it anew, without "
-             "-update, -append or -overwrite");
+    constexpr char kReason[] =
+        "A survey is not changed in place: write it anew, without -update, -append or -overwrite";
+    // QGIS tries this first for every layer, and its user did not ask for it: who does not want
+    // errors shown finds the reason as the last one.
+    if ((info->nOpenFlags & GDAL_OF_VERBOSE_ERROR) != 0) {
+      CPLError(CE_Failure, CPLE_NotSupported, "%s", kReason);
+    } else {
+      CPLErrorSetState(CE_Failure, CPLE_NotSupported, kReason);
+    }
     return nullptr;
   }
   VSIRewindL(info->fpL);

@@ -311,7 +311,7 @@ class Files(Case):
         other.write_text("Not a survey.\n")
         for path, arguments, words in ((target, [], None), (target, [], None), (other, [], "not replaced"),
                                        (self.folder, [], "folder"), (self.folder / "a/b.tvo", [], "not there"),
-                                       (target, ["-append"], "existing"), (target, ["-update"], "not changed in place")):
+                                       (target, ["-append"], "existing"), (target, ["-update"], "existing")):
             with self.subTest(words):
                 before = target.read_bytes() if target.exists() else None
                 run = self.ogr2ogr(*arguments, path, source)

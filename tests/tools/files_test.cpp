@@ -25,12 +25,13 @@ using namespace std::string_literals;
 class FilesTest : public ToolTest {
  protected:
   void SetUp() override {
-    for (const auto& entry : std::filesystem::directory_iterator(".")) {
-      std::filesystem::remove_all(entry.path());
-    }
+    std::filesystem::remove_all("files");
+    std::filesystem::create_directory("files");
+    std::filesystem::current_path("files");
     text_ = read(example("survey.tvo"));
     expectOutput(0, {"import", example("survey.tvo"), "-o", "survey.dat"});
   }
+  void TearDown() override { std::filesystem::current_path(".."); }
 
   std::string text_;
 };

@@ -40,11 +40,12 @@ def check_picture(folder, scratch):
     """The survey fills the map: something is drawn in a good part of twenty columns."""
     picture = f"{scratch}/map.png"
     words = shlex.split(COMMAND)
+    # It looks along PATH for its Python, where another one may come first, and waits behind a message without it.
+    settings = {"PATH": "/usr/bin:/bin", "QT_QPA_PLATFORM": "xcb", "XDG_RUNTIME_DIR": scratch}
     # Its exit status says nothing; it is 1 behind a picture.
     run = subprocess.run(["xvfb-run", "-a", words[0], "--nologo", "--noversioncheck", "--profiles-path", scratch,
                           "--snapshot", picture, "--width", "1200", "--height", "800", *words[1:]], cwd=folder,
-                         env={**os.environ, "QT_QPA_PLATFORM": "xcb", "XDG_RUNTIME_DIR": scratch}, timeout=600,
-                         stderr=subprocess.PIPE, text=True)
+                         env={**os.environ, **settings}, timeout=600, stderr=subprocess.PIPE, text=True)
     assert "ERROR" not in run.stderr, run.stderr
     image = QImage(picture)
     drawn = {x // 60 for x in range(0, image.width(), 2) for y in range(0, image.height(), 2)

@@ -69,7 +69,9 @@ Copy::Columns Copy::columnsOf(OGRFeatureDefn& from, const PlannedLayer& planned,
 
 std::string Copy::addLayer(OGRLayer& layer, TargetLayer* into, const PlannedLayer& planned,
                            const std::string& survey, const Progress& progress) {
-  const std::string where = "survey '" + survey + "', layer '" + layer.GetName() + "'";
+  const auto failed = [&](const std::string& why) {
+    return "survey '" + survey + "', layer '" + layer.GetName() + "': " + why;
+  };
   const std::string kind = Plan::kindOf(layer.GetName());
   messages_.clear();
   Transformation move;
@@ -78,9 +80,9 @@ std::string Copy::addLayer(OGRLayer& layer, TargetLayer* into, const PlannedLaye
     own.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
     move.reset(OGRCreateCoordinateTransformation(&own, system.get()));
     if (move == nullptr)
-      return where +
-             ": its reference system is none whose places can be moved into another; name "
-             "it with --crs, or take a projection with --ignore-transformations";
+      return failed(
+          "its reference system is none whose places can be moved into another; name it with "
+          "--crs, or take a projection with --ignore-transformations");
   }
   const Columns columns = columnsOf(*layer.GetLayerDefn(), planned, *into);
   layer.ResetReading();
@@ -89,9 +91,9 @@ std::string Copy::addLayer(OGRLayer& layer, TargetLayer* into, const PlannedLaye
     OGRGeometry* const geometry = feature->GetGeometryRef();
     const bool moved =
         geometry == nullptr || move == nullptr || geometry->transform(move.get()) == OGRERR_NONE;
-    if (!moved) return where + ": a place cannot be moved into that reference system";
+    if (!moved) return failed("a place cannot be moved into that reference system");
     std::string problem = addFeature(*feature, kind, columns, into, survey);
-    if (!problem.empty()) return where + ": " + problem;
+    if (!problem.empty()) return failed(problem);
     if (++rows_ % kStride == 0 && !progress(rows_)) return {};
   }
   const std::vector<std::string>& said = messages_.warnings();

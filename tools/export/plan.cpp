@@ -223,16 +223,17 @@ std::string Plan::add(GDALDataset& survey, const std::string& name) {
 }
 
 std::string Plan::check() const {
-  for (const std::string& wanted : options_.layers) {
-    const bool known = std::ranges::any_of(layers_, [&](const PlannedLayer& layer) {
-      return layer.name == wanted || kindOf(layer.name) == wanted;
-    });
-    if (known || seen_.contains(wanted)) continue;
-    std::string list;
-    for (const std::string& name : seen_) list += (list.empty() ? "" : ", ") + name;
-    return "there is no layer '" + wanted + "'; there are " + list;
-  }
-  return layers_.empty() ? "there is nothing to export" : "";
+  const auto known = [this](const std::string& wanted) {
+    return seen_.contains(wanted) ||
+           std::ranges::any_of(layers_, [&wanted](const PlannedLayer& layer) {
+             return layer.name == wanted || kindOf(layer.name) == wanted;
+           });
+  };
+  const auto unknown = std::ranges::find_if_not(options_.layers, known);
+  if (unknown == options_.layers.end()) return layers_.empty() ? "there is nothing to export" : "";
+  std::string list;
+  for (const std::string& name : seen_) list.append(list.empty() ? "" : ", ").append(name);
+  return "there is no layer '" + *unknown + "'; there are " + list;
 }
 
 }  // namespace tavo::tool

@@ -38,7 +38,7 @@ struct PlannedLayer {
   std::vector<std::unique_ptr<OGRFieldDefn>> fields;  // behind that of the survey
   uint64_t rows = 0;
 
-  OGRFieldDefn* field(const std::string& name) const;
+  OGRFieldDefn* field(const std::string& wanted) const;
 };
 
 class Plan {

@@ -54,6 +54,12 @@ std::vector<std::string> arguments(int argc, ArgumentChar** argv) {
 #endif
 }
 
+std::vector<char*> argumentPointers(std::vector<std::string>& words) {
+  std::vector<char*> pointers(words.size() + 1);
+  std::ranges::transform(words, pointers.begin(), [](std::string& word) { return word.data(); });
+  return pointers;
+}
+
 void prepareConsole() {
 #ifdef _WIN32
   _setmode(_fileno(stdin), _O_BINARY);

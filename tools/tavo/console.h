@@ -17,6 +17,8 @@ using ArgumentChar = char;
 
 // The program's arguments in UTF-8, as the library takes paths.
 std::vector<std::string> arguments(int argc, ArgumentChar** argv);
+// Words as a program is started with them: null behind the last. They last as long as the words do.
+std::vector<char*> argumentPointers(std::vector<std::string>& words);
 
 // Makes the standard output the same bytes on every platform. Called once, first of all.
 void prepareConsole();

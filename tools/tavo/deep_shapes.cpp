@@ -125,6 +125,7 @@ void findCrossings(DeepSurvey& survey) {
       if (first == nullptr) first = from;
       if (from->crs == first->crs && to->crs == first->crs) boundary.add(*from, *to);
     }
+    if (first == nullptr) continue;  // no edge has places at both ends
     const std::optional<Corner> at = boundary.crossing();
     if (!at) continue;
     Position place = survey.position(*first);

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <map>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -27,6 +28,12 @@ struct Records {
   std::vector<size_t> units;  // in force, places in Compared::units
   std::vector<std::string> keys;
 };
+
+// All of them, to be compared at once and to be part of a key.
+std::string_view bytesOf(const tavo_units& units) {
+  static_assert(sizeof units == 6 * sizeof(TVO_EnumId) + 6 * sizeof(double));  // nothing between
+  return {reinterpret_cast<const char*>(&units), sizeof units};
+}
 
 // A record's label and key.
 class Keys {
@@ -142,7 +149,7 @@ void Compared::take(const tavo_record& record) {
   records.lines.push_back(record.line);
   tavo_units now = units_.back();
   tavo_units_follow(&now, &columns_, record.type, bytes);
-  if (std::memcmp(&now, &units_.back(), sizeof now) != 0) units_.push_back(now);
+  if (bytesOf(now) != bytesOf(units_.back())) units_.push_back(now);
   records.units.push_back(units_.size() - 1);
 }
 
@@ -270,13 +277,11 @@ void Comparer::compareType(uint32_t type, const Records& first, const Records& s
 void Comparer::pairEqual(const Records& first, const Records& second, Group* group) {
   std::unordered_map<std::string, std::vector<size_t>> contents;
   const auto contentOf = [](const Compared& side, const Records& records, size_t i) {
-    const tavo_units& units = side.units(records, i);
-    return records.bytes[i] + std::string(reinterpret_cast<const char*>(&units), sizeof units) +
+    return records.bytes[i] + std::string(bytesOf(side.units(records, i))) +
            std::to_string(records.given[i]);
   };
-  for (auto i = group->first.rbegin(); i != group->first.rend(); ++i) {
-    contents[contentOf(first_, first, *i)].push_back(*i);
-  }
+  std::for_each(group->first.rbegin(), group->first.rend(),
+                [&](size_t i) { contents[contentOf(first_, first, i)].push_back(i); });
   std::vector<size_t> gone;
   std::erase_if(group->second, [&](size_t j) {
     const auto found = contents.find(contentOf(second_, second, j));
@@ -309,7 +314,7 @@ std::vector<Change> Comparer::changes(uint32_t type, const Records& first, size_
     return {{"record", Json::parse(a), Json::parse(b)}};
   }
   const tavo_units &ua = first_.units(first, i), &ub = second_.units(second, j);
-  const bool units = std::memcmp(&ua, &ub, sizeof ua) == 0;
+  const bool units = bytesOf(ua) == bytesOf(ub);
   if (units && a == b && first.given[i] == second.given[j]) return {};
   const bool known = first.given[i] != TAVO_GIVEN_UNKNOWN && second.given[j] != TAVO_GIVEN_UNKNOWN;
   std::vector<Change> all;
@@ -339,7 +344,7 @@ std::vector<Change> Comparer::changes(uint32_t type, const Records& first, size_
 double shownIn(const tavo_schema_field& field, const tavo_units& shown, double value,
                const tavo_units& units) {
   if (field.unit == TAVO_UNIT_NONE) return value;
-  const bool same = std::memcmp(&shown, &units, sizeof units) == 0;
+  const bool same = bytesOf(shown) == bytesOf(units);
   if (same && field.converted == 0) return value;
   const double si =
       field.converted != 0 ? value : tavo_to_si(&units, field.unit, value) + offsetOf(field, units);

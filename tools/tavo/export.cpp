@@ -34,9 +34,7 @@ constexpr const char* kFolders[] = {"", "../libexec/tavo/"};
 int exportByGdal(const ExportOptions& options) {
   std::vector<std::string> words = {kProgram, "export"};
   words.insert(words.end(), options.words.begin(), options.words.end());
-  std::vector<char*> arguments;
-  for (std::string& word : words) arguments.push_back(word.data());
-  arguments.push_back(nullptr);
+  const std::vector<char*> arguments = argumentPointers(words);
   std::string self(4096, '\0');
   const ssize_t size = readlink("/proc/self/exe", self.data(), self.size());
   self.resize(size > 0 ? static_cast<size_t>(size) : 0);

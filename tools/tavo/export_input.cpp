@@ -55,14 +55,18 @@ std::vector<std::string> surveyNames(const ExportOptions& options) {
     complain("--survey names one survey, and there are several");
     return {};
   }
+  const auto complainTwice = [](const std::string& one, const std::string& other,
+                                const std::string& name) {
+    complain("'" + one + "' and '" + other + "' would both be survey '" + name +
+             "'; export them one by one, with --survey");
+  };
   std::vector<std::string> names;
   std::map<std::string, std::string> files;
   for (const std::string& file : options.files) {
     const std::string& name = names.emplace_back(toUtf8(baseName(file)));
     const auto [other, added] = files.emplace(name, file);
     if (added) continue;
-    complain("'" + other->second + "' and '" + file + "' would both be survey '" + name +
-             "'; export them one by one, with --survey");
+    complainTwice(other->second, file, name);
     return {};
   }
   return names;

@@ -87,7 +87,7 @@ struct AnalysisOptions {
 // Runs the analysis of a text and hands each record to take, if there is one. An interruption of
 // the program stops the run.
 Analysis analyseWith(const InputText& text, tavo_record_fn take, void* user,
-                     const AnalysisOptions& options = {});
+                     const AnalysisOptions& wanted = {});
 // The same with a function object, called with each tavo_record; it answers as a tavo_record_fn
 // does.
 template <class Function>
@@ -103,7 +103,7 @@ struct FreeSurvey {
 };
 using Survey = std::unique_ptr<tavo_survey, FreeSurvey>;
 // The same for a survey that is kept in memory; null unless the analysis is complete.
-Survey readSurvey(const InputText& text, Analysis* analysis, const AnalysisOptions& options = {});
+Survey readSurvey(const InputText& text, Analysis* analysis, const AnalysisOptions& wanted = {});
 // The same of a file that is to be opened; null, with a complaint, when it cannot be read.
 Survey openSurvey(const std::string& path, InputText* text, Analysis* analysis);
 

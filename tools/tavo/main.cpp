@@ -98,9 +98,7 @@ int runProgram(int argc, tavo::tool::ArgumentChar** argv) {
   tavo::tool::prepareConsole();
   try {
     std::vector<std::string> words = tavo::tool::arguments(argc, argv);
-    std::vector<char*> pointers;
-    for (std::string& word : words) pointers.push_back(word.data());
-    pointers.push_back(nullptr);
+    std::vector<char*> pointers = tavo::tool::argumentPointers(words);
     const int status = tavo::tool::run(static_cast<int>(words.size()), pointers.data());
     tavo::tool::endIfInterrupted();
     return status;

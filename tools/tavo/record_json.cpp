@@ -128,7 +128,8 @@ bool isPossible(const DateTime& date) {
 std::string blockPath(const tavo_schema_block* block) {
   std::string path;
   for (; block != nullptr; block = tavo_schema_block_named(block->parent)) {
-    path = block->keyword + (path.empty() ? "" : "/" + path);
+    if (!path.empty()) path.insert(0, "/");
+    path.insert(0, block->keyword);
   }
   return path;
 }

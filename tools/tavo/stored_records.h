@@ -30,7 +30,7 @@ struct InputKind {
 };
 InputKind inputKind(const std::string& path);
 // Why a file cannot be used as a data file, with what it is instead; an empty text when it can.
-std::string storedProblem(const DataFileInput& file);
+std::string storedProblem(const DataFileInput& input);
 
 // Passes over records that cannot be read and over those that a data file keeps but cannot give
 // back, and counts what it delivers.

@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """What GIS costs, as ratios of one run: gis.py BUILD [POINTS] (default: build/linux, a million).
 
 A survey and a CSV file of the same points are written to a temporary folder. Compared are the

@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Speed of the Python package as ratios of medians, all measured in one run:
 python.py TAVO [POINTS], with PYTHONPATH naming the package. See docs/performance.md."""
 import csv

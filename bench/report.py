@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Measures the page of `tavo report` in a headless Chromium: report.py TOOL [POINTS...]
 
 For surveys of so many points (default 1000, 100000, 1000000), one line each: seconds to make the page,

@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """The commands and programs that the documents show. played() runs those of a page and puts their output
 in; what needs a tree, root or another machine is in elsewhere.json with the place that runs it, and a
 command that is in neither way run fails. commands.py PAGE PLACE runs, in the tree that it stands in, those

@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Doxygen's input filter: shows it the headers' plain comments as documentation of what they stand
 before or behind. doxygen_comments.py HEADER prints the header."""
 import pathlib

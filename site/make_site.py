@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Makes the documents' site: make_site.py PREFIX OUT. PREFIX is an installed copy, whose tool is asked for
 the format and the messages and run for every output that a page shows; OUT/api holds doxygen's pages.
 OUT/site is then the site, which needs no network. A command that fails, a page that nothing links to and a

@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Several surveys in one output, and what is left when an export fails: adding_test.py TOOL
 EXAMPLES."""
 import os

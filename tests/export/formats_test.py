@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """What each format gets of a survey: formats_test.py TOOL EXAMPLES."""
 import json
 

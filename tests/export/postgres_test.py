@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Surveys in PostGIS, counted and measured by SQL: postgres_test.py TOOL EXAMPLES PLUGINS."""
 import os
 import random

@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Surveys beside what the driver makes of them: cases_test.py FOLDER [--write].
 
 NAME.tvo is read; NAME.txt has what is said and the layers: each with its geometry type and reference system, and a

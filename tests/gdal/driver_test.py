@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """The driver through GDAL's Python: driver_test.py ROOT."""
 import gzip
 import pathlib

@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Opens the example in QGIS itself, on a screen of its own, and looks at what it shows: qgis_test.py FOLDER,
 which has examples/. The driver is found as GDAL finds it."""
 import os

@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Reference systems as formats write them and read them back, against PROJ's own: systems_test.py ROOT.
 
 Each survey goes through GeoPackage, FlatGeobuf and Shapefile. With the system that comes back, places

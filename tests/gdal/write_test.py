@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Writing of surveys through GDAL: write_test.py ROOT TOOL."""
 import math
 import pathlib

@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Holds the JSON that the tool prints against the schemas in docs/json.
 
 usage: check_json.py TOOL SCHEMAS EXAMPLES CASES

@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Checks the include graph against the layers: check_layers.py ROOT, or --self-test.
 
 A module may include headers of itself, of include/tavo where it may see the public types, and of

@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Writes the manual pages and the shell completions of the tool from what its --help prints, which
 is made of the table of options: tool_pages.py TOOL OUT. OUT/man1 and OUT/completions are made anew."""
 import datetime

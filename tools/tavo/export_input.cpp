@@ -55,8 +55,8 @@ std::vector<std::string> surveyNames(const ExportOptions& options) {
     complain("--survey names one survey, and there are several");
     return {};
   }
-  const auto complainTwice = [](const std::string& one, const std::string& other,
-                                const std::string& name) {
+  const auto complainOfSameName = [](const std::string& one, const std::string& other,
+                                     const std::string& name) {
     complain("'" + one + "' and '" + other + "' would both be survey '" + name +
              "'; export them one by one, with --survey");
   };
@@ -66,7 +66,7 @@ std::vector<std::string> surveyNames(const ExportOptions& options) {
     const std::string& name = names.emplace_back(toUtf8(baseName(file)));
     const auto [other, added] = files.emplace(name, file);
     if (added) continue;
-    complainTwice(other->second, file, name);
+    complainOfSameName(other->second, file, name);
     return {};
   }
   return names;

@@ -87,6 +87,18 @@ class Recognised(unittest.TestCase):
                 gdal.OpenEx(path, gdal.OF_VECTOR | flags, open_options=options)
         self.assertIsNotNone(opened(SURVEY, "STRICT=YES"))
 
+    def test_who_asks_for_no_errors_finds_the_reason(self):
+        shown = []
+        gdal.DontUseExceptions()
+        gdal.PushErrorHandler(lambda *error: shown.append(error))
+        try:
+            self.assertIsNone(gdal.OpenEx(SURVEY, gdal.OF_VECTOR | gdal.OF_UPDATE))
+            self.assertIn("not changed in place", gdal.GetLastErrorMsg())
+            self.assertEqual(shown, [])
+        finally:
+            gdal.PopErrorHandler()
+            gdal.UseExceptions()
+
 
 class Layers(unittest.TestCase):
     def test_count_extent_and_numbers_agree_with_reading(self):
